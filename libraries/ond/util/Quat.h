@@ -110,8 +110,7 @@ template <typename T>
 template <typename T>
 [[nodiscard]] inline Vector3<T> Rotate(const Quat<T>& q, const Vector3<T>& v) {
     const Matrix4 m = ToMatrix(q);
-    return {static_cast<T>(m[0] * v.x + m[4] * v.y + m[8] * v.z),
-            static_cast<T>(m[1] * v.x + m[5] * v.y + m[9] * v.z),
+    return {static_cast<T>(m[0] * v.x + m[4] * v.y + m[8] * v.z), static_cast<T>(m[1] * v.x + m[5] * v.y + m[9] * v.z),
             static_cast<T>(m[2] * v.x + m[6] * v.y + m[10] * v.z)};
 }
 

@@ -32,12 +32,8 @@ struct Vector3 {
     }
     friend constexpr bool operator!=(const Vector3& a, const Vector3& b) { return !(a == b); }
 
-    friend constexpr Vector3 operator+(const Vector3& a, const Vector3& b) {
-        return {a.x + b.x, a.y + b.y, a.z + b.z};
-    }
-    friend constexpr Vector3 operator-(const Vector3& a, const Vector3& b) {
-        return {a.x - b.x, a.y - b.y, a.z - b.z};
-    }
+    friend constexpr Vector3 operator+(const Vector3& a, const Vector3& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+    friend constexpr Vector3 operator-(const Vector3& a, const Vector3& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
     friend constexpr Vector3 operator-(const Vector3& a) { return {-a.x, -a.y, -a.z}; }
     friend constexpr Vector3 operator*(T s, const Vector3& v) { return {s * v.x, s * v.y, s * v.z}; }
     friend constexpr Vector3 operator*(const Vector3& v, T s) { return {v.x * s, v.y * s, v.z * s}; }

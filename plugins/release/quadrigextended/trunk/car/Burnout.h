@@ -1,0 +1,16 @@
+// Burnout and gravel: the roughness of the model, drawn from counters so that a rewound run shakes alike.
+#pragma once
+
+#include "car/CarState.h"
+
+namespace ond::ovs::addon {
+
+/// Burnout of a sub-step of `h` seconds in a frame of `dt`: spins the back wheels, dulls the steering, and returns the
+/// pitch torque that tilts and shakes the body (0 when no burnout runs).
+double UpdateBurnout(cCarCam& car, double dt, double h);
+
+/// Frame phase: a vertical jitter per wheel that grows with the square root of the speed. `squarings` times squared
+/// (sign kept), so that small jitter is suppressed and large stands out.
+void UpdateGravel(cCarCam& car, double dt, int squarings);
+
+}  // namespace ond::ovs::addon
