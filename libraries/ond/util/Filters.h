@@ -54,7 +54,7 @@ inline void FilterExact(T& value, T target, T factor, [[maybe_unused]] T maxRate
     if (factor == T(1) || factor == T(0))
         value = target;
     else
-        detail::approach(value, target, s.k * factor, s.count);
+        detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
 }
 
 /// Vector form: the scalar law on each component.
@@ -64,7 +64,7 @@ inline void FilterExact(Vector3<T>& value, const Vector3<T>& target, T factor, [
     if (factor == T(1) || factor == T(0))
         value = target;
     else
-        detail::approach(value, target, s.k * factor, s.count);
+        detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
 }
 
 /// Quaternion form: a straight line in four dimensions, normalised once at the end.
@@ -76,7 +76,7 @@ inline void FilterExact(Quat<T>& value, Quat<T>& target, T factor, [[maybe_unuse
     if (factor == T(1) || factor == T(0))
         value = target;
     else
-        detail::approach(value, target, s.k * factor, s.count);
+        detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
     Normalize(value);
 }
 
@@ -87,7 +87,7 @@ inline void FilterSaturating(T& value, T target, T factor, [[maybe_unused]] T ma
     if (s.k * factor >= T(1) || factor == T(0))
         value = target;
     else
-        detail::approach(value, target, s.k * factor, s.count);
+        detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
 }
 
 template <typename T>
@@ -96,7 +96,7 @@ inline void FilterSaturating(Vector3<T>& value, const Vector3<T>& target, T fact
     if (s.k * factor >= T(1) || factor == T(0))
         value = target;
     else
-        detail::approach(value, target, s.k * factor, s.count);
+        detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
 }
 
 template <typename T>
@@ -106,7 +106,7 @@ inline void FilterSaturating(Quat<T>& value, Quat<T>& target, T factor, [[maybe_
     if (s.k * factor >= T(1) || factor == T(0))
         value = target;
     else
-        detail::approach(value, target, s.k * factor, s.count);
+        detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
     Normalize(value);
 }
 

@@ -32,6 +32,49 @@ struct Matrix4 {
     friend bool operator!=(const Matrix4& a, const Matrix4& b) { return !(a == b); }
 };
 
+/// Matrix that moves by `offset`.
+[[nodiscard]] inline Matrix4 Translation(const Vector3<double>& offset) {
+    Matrix4 m;
+    m.setRow(3, offset);
+    return m;
+}
+
+/// Matrix that scales about the origin, per axis.
+[[nodiscard]] inline Matrix4 Scaling(const Vector3<double>& factors) {
+    Matrix4 m;
+    m[0] = factors.x;
+    m[5] = factors.y;
+    m[10] = factors.z;
+    return m;
+}
+
+/// The same with one factor for all axes.
+[[nodiscard]] inline Matrix4 Scaling(double factor) { return Scaling({factor, factor, factor}); }
+
+/// Right-handed rotation about X by `angle` radians: takes Y towards Z.
+[[nodiscard]] inline Matrix4 RotationX(double angle) {
+    Matrix4 m;
+    m.setRow(1, {0.0, std::cos(angle), std::sin(angle)});
+    m.setRow(2, {0.0, -std::sin(angle), std::cos(angle)});
+    return m;
+}
+
+/// Right-handed rotation about Y by `angle` radians: takes Z towards X.
+[[nodiscard]] inline Matrix4 RotationY(double angle) {
+    Matrix4 m;
+    m.setRow(0, {std::cos(angle), 0.0, -std::sin(angle)});
+    m.setRow(2, {std::sin(angle), 0.0, std::cos(angle)});
+    return m;
+}
+
+/// Right-handed rotation about Z by `angle` radians: takes X towards Y.
+[[nodiscard]] inline Matrix4 RotationZ(double angle) {
+    Matrix4 m;
+    m.setRow(0, {std::cos(angle), std::sin(angle), 0.0});
+    m.setRow(1, {-std::sin(angle), std::cos(angle), 0.0});
+    return m;
+}
+
 /// Mathematical product: applies `b` first, then `a`. Each element sums its four products from the left.
 [[nodiscard]] inline Matrix4 operator*(const Matrix4& a, const Matrix4& b) {
     Matrix4 result;
