@@ -57,9 +57,12 @@ shoulder_height = curve(
 sill_height = curve([(-0.44, -0.018), (-0.38, -0.014), (-0.2, -0.010), (0.2, -0.010), (0.38, -0.010), (0.5, 0.006)])
 # Sideways from the half width, over the share of the way from sill to shoulder.
 section = curve(
-    [(0, -0.014), (0.07, -0.0045), (0.14, -0.0035), (0.32, -0.0055), (0.48, -0.0035), (0.64, 0.0015), (0.74, -0.0035),
+    [(0, -0.014), (0.07, -0.005), (0.14, -0.0035), (0.3, -0.001), (0.5, 0.0), (0.62, -0.001), (0.75, -0.0055),
      (0.9, -0.014), (1.0, -0.026)]
 )  # fmt: skip
+# What the doors add to it: a hollow below a line along the car.
+hollow = curve([(0.1, 0.0), (0.34, -0.0045), (0.5, -0.0035), (0.64, 0.0022), (0.78, 0.001), (0.9, 0.0)])
+on_doors = curve([(-0.23, 0.0), (-0.14, 1.0), (0.14, 1.0), (0.23, 0.0)])
 # How far nose and tail stand back behind their foremost and hindmost line, over the height.
 nose_recess = curve(
     [(-0.018, 0.012), (-0.002, 0.002), (0.025, 0.0), (0.05, 0.002), (0.068, 0.0075), (0.080, 0.015), (0.088, 0.026)]
@@ -145,7 +148,7 @@ def side_point(y, z):
     near_nose = min(max((-0.36 - z) / 0.06, 0.0), 1.0)
     near_tail = min(max((z - 0.42) / 0.06, 0.0), 1.0)
     plan_z = z - nose_recess(y) * near_nose + tail_recess(y) * near_tail
-    return (half_width(plan_z) + section(share) + flare(y, z), y, z)
+    return (half_width(plan_z) + section(share) + hollow(share) * on_doors(z) + flare(y, z), y, z)
 
 
 class Skin:

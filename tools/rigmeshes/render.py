@@ -165,7 +165,7 @@ def build_tracer(directory):
 
 def rig_view(tracer, size, samples, back, view):
     views = {
-        "rig": ((-5.3, 1.75, -4.6), (-0.1, 0.37, -1.24), 30),
+        "rig": ((-5.3, 1.75, -4.6), (-0.1, 0.34, -1.29), 29),
         "side": ((-8, 0.8, 0), (0, 0.5, 0), 26),
         "front": ((0, 0.9, -8), (0, 0.5, 0), 18),
         "back": ((3.2, 1.7, 4.4), (0, 0.4, 0), 34),
@@ -179,16 +179,17 @@ def rig_view(tracer, size, samples, back, view):
 
 
 def tile(tracer, name, colour, size, samples, back):
+    """One mesh, brought to one size and set on the ground."""
     shape = MESHES[name]()
     low, high = zip(*shape.extents())
     middle = mul(add(low, high), 0.5)
     reach = length(sub(high, low)) / 2
-    eye = add(middle, mul(unit((-0.75, 0.42, -0.72)), reach * 4.6))
-    if name == "SteeringWheelMesh":
-        eye = add(middle, mul(unit((-0.75, 0.5, 0.9)), reach * 4.6))
-    rows = triangles(shape, lambda p: p, colour, 0.03)
-    sun = (-0.55, 0.75, 0.30) if name == "SteeringWheelMesh" else (-0.70, 0.70, -0.20)
-    return trace(tracer, size, samples, eye, middle, 28, rows, ground=low[1] - 0.002, back=back, sun=sun)
+    at_driver = name == "SteeringWheelMesh"
+    eye = mul(unit((-0.75, 0.5, 0.9) if at_driver else (-0.75, 0.42, -0.72)), 3.6 if name == "CarBodyMesh" else 4.4)
+    sun = (-0.55, 0.75, 0.30) if at_driver else (-0.70, 0.70, -0.20)
+    rows = triangles(shape, lambda p: mul(sub(p, middle), 1 / reach), colour, 0.03)
+    ground = (low[1] - middle[1]) / reach - 0.002
+    return trace(tracer, size, samples, eye, (0, 0, 0), 28, rows, ground=ground, back=back, sun=sun)
 
 
 def sheet(tracer, size, samples, back):
@@ -209,7 +210,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--samples", type=int, help="per pixel")
     parser.add_argument("--draft", action="store_true", help="small and noisy")
-    parser.add_argument("--only", help="names with commas: rig, rig-meshes, side, front, back, top, near, cabin, driver")
+    parser.add_argument("--only", help="of rig, rig-meshes, side, front, back, top, near, cabin, driver")
     parser.add_argument("--check-winding", action="store_true", help="paint faces that are seen from behind in red")
     parser.add_argument("--out", default=str(IMAGES), help="default: %(default)s")
     options = parser.parse_args()
@@ -219,7 +220,8 @@ def main():
         tracer = build_tracer(directory)
         for name in options.only.split(",") if options.only else ["rig", "rig-meshes"]:
             if name == "rig-meshes":
-                size, pixels = sheet(tracer, (200, 200) if options.draft else (300, 300), samples, options.check_winding)
+                edge = 200 if options.draft else 300
+                size, pixels = sheet(tracer, (edge, edge), samples, options.check_winding)
             else:
                 size = (800, 450) if options.draft else (1200, 675)
                 pixels = rig_view(tracer, size, samples, options.check_winding, name)

@@ -302,11 +302,11 @@ class Shape:
         return all(len(uses) == 2 for uses in self.edges().values() if chosen is None or uses[0][0] in chosen)
 
 
-def revolved(profile, segments, axis="y", closed=False, start_angle=0.0):
+def revolved(profile, segments, axis="y", start_angle=0.0):
     """Rings of a lathe. profile: (radius, height along the axis); a radius of 0 is a pole.
 
     Runs so that outside lies to the right of the profile's way when the radius points right and the axis up (a profile
-    that goes up encloses the axis). With `closed` its end joins its beginning.
+    that goes up encloses the axis).
     """
     shape = Shape()
 
@@ -319,8 +319,7 @@ def revolved(profile, segments, axis="y", closed=False, start_angle=0.0):
             return (h, r * math.cos(angle), r * math.sin(angle))
         return (r * math.cos(angle), r * math.sin(angle), h)
 
-    entries = list(profile) + ([profile[0]] if closed else [])
-    rows = [[point(entry, k) for entry in entries] for k in range(segments + 1)]
+    rows = [[point(entry, k) for entry in profile] for k in range(segments + 1)]
     shape.grid(rows)
     return shape
 
