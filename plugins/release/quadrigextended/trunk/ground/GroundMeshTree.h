@@ -1,0 +1,61 @@
+// Spatial subdivision of the stored ground mesh, and the ray query on it.
+//
+// This is the plain form: it states what the answers are. A query asks for the first triangle on a line in the order
+// of the walk, not for the nearest one, and accepts hits behind the origin; callers start far above the ground.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "ond/util/CMesh.h"
+#include "ond/util/Vector3.h"
+
+namespace ond::ovs::addon {
+
+class GroundMeshTreeNode {
+  public:
+    /// A node with fewer triangles is a leaf.
+    static constexpr std::size_t kMinTrianglesToSplit = 10;
+
+    /// Axis-aligned box of the node, scene units, in the coordinates of the mesh. The root's holds every vertex; a
+    /// child's is a cell of its parent's box, which its triangles may stick out of.
+    util::Vector3<double> vMin;
+    util::Vector3<double> vMax;
+    /// Empty in a leaf.
+    std::vector<GroundMeshTreeNode> aChildren;
+    /// Three in a row a triangle, copied from the mesh. Inner nodes keep theirs; queries read those of leaves.
+    std::vector<util::Vector3<double>> aTriangleVertices;
+
+    /// Makes this node the root of a tree over `mesh`, in place of what it was; an empty mesh gives an empty tree.
+    ///
+    /// Faces with an index outside the vertices, or with a coordinate that is not finite, are left out; vertices that
+    /// are not finite do not count for the box.
+    void buildFromMesh(const util::CMesh& mesh);
+
+    /// Splits the node into up to eight equal cells of its box, and these likewise. An axis is split when each half has
+    /// at least 3 triangles and both together at most 1.1 times those of the node. A triangle goes into each cell that
+    /// it overlaps. A cell that takes all triangles of the node makes it a leaf; so every child has fewer than its
+    /// parent, and the recursion ends.
+    /// @param depth of this node, 0 at the root; limits nothing
+    void subdivide(int depth);
+
+    /// The first triangle on the line in the order of the walk: children in order, in a leaf triangles in order. Boxes
+    /// that the line misses are passed over.
+    /// @param direction any length but 0; its length is the unit of `t`
+    /// @param t on a hit the parameter of the point, negative behind the origin; without one it may have been changed
+    /// @param normal on a hit the unit normal (b - a) x (c - a) of the triangle, not turned towards the ray; may be
+    /// null
+    /// @return whether there is a hit
+    bool rayQuery(const util::Vector3<double>& origin, const util::Vector3<double>& direction, double& t,
+                  util::Vector3<double>* normal) const;
+
+  private:
+    void setBoxFrom(const util::CMesh& mesh);
+    void copyTriangles(const util::CMesh& mesh);
+    /// The children that a split gives, not yet split themselves; empty if the node is to stay a leaf.
+    [[nodiscard]] std::vector<GroundMeshTreeNode> cells() const;
+    bool queryLeaf(const util::Vector3<double>& origin, const util::Vector3<double>& direction, double& t,
+                   util::Vector3<double>* normal) const;
+};
+
+}  // namespace ond::ovs::addon

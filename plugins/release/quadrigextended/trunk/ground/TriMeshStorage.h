@@ -1,0 +1,66 @@
+// A mesh as a Bullet collision shape, together with the arrays that the shape reads.
+#pragma once
+
+#include <memory>
+
+#include "ond/util/CMesh.h"
+
+class btCollisionShape;
+class btTransform;
+class btTriangleIndexVertexArray;
+class btVector3;
+
+namespace ond::ovs::addon {
+
+/// Largest number of triangles that Bullet's quantised tree can tell apart: it numbers them in 21 bits.
+inline constexpr int kMaxQuantisedTriangles = (1 << 21) - 1;
+
+/// Shape and arrays of one body. Lengths in scene units.
+///
+/// Faces that Bullet could not survive are left out of the shape: those with an index outside the mesh's vertices, and
+/// those with a vertex that is not a number or lies 1e30 or more from the origin on an axis, which is where Bullet's
+/// infinity begins. Degenerate and duplicated triangles stay; no ray hits the former.
+class triMeshStorage {
+  public:
+    /// The view of the arrays that the shape reads through.
+    std::unique_ptr<btTriangleIndexVertexArray> pIndexVertexArray;
+    /// One per vertex of the mesh, in its order; 32 bytes apart.
+    std::unique_ptr<btVector3[]> pVertices;
+    /// Three per triangle, 12 bytes apart.
+    std::unique_ptr<int[]> pIndices;
+    /// Volume of the shape's bounding box, cubic scene units; or the mass that setShape() was given.
+    double dVolume = 0.0;
+    /// What the rigid body uses. Declared behind the arrays, so that it goes before them.
+    std::unique_ptr<btCollisionShape> pShape;
+
+    triMeshStorage();
+    triMeshStorage(const triMeshStorage&) = delete;
+    triMeshStorage& operator=(const triMeshStorage&) = delete;
+    virtual ~triMeshStorage();
+
+    /// The shape, owned by the storage and needed by it as long as a body uses it. Null before one of the operations
+    /// below, and when no face of the mesh was usable.
+    [[nodiscard]] virtual btCollisionShape* getShape() const;
+
+    /// Makes the triangles themselves the shape, with a bounding volume tree over them: for ground that stands still.
+    /// The tree is quantised up to kMaxQuantisedTriangles triangles.
+    /// @param transform where the shape stands when its volume is measured
+    /// @param localScaling factors along the axes
+    /// @param margin thickness that Bullet adds for collisions; rays do not see it
+    void setStaticMesh(const util::CMesh& mesh, const btTransform& transform, const btVector3& localScaling,
+                       double margin);
+    /// Makes the convex hull of the triangles the shape: for bodies that could move. Parameters as setStaticMesh().
+    void setConvexMesh(const util::CMesh& mesh, const btTransform& transform, const btVector3& localScaling,
+                       double margin);
+    /// Takes over a ready shape.
+    void setShape(std::unique_ptr<btCollisionShape> shape, double mass, const btVector3& localScaling, double margin);
+
+  private:
+    /// Fills the arrays; false when no face is usable, all fields then being empty.
+    [[nodiscard]] bool buildArrays(const util::CMesh& mesh);
+    void installMeshShape(std::unique_ptr<btCollisionShape> shape, const btTransform& transform,
+                          const btVector3& localScaling, double margin);
+    void clear();
+};
+
+}  // namespace ond::ovs::addon
