@@ -1,0 +1,66 @@
+// The nodes that carry the car body: the body itself, the chassis relocator, the turn base and the hidden base mesh.
+#pragma once
+
+#include "ond/util/CMesh_Box.h"
+#include "rig/SceneNode.h"
+#include "rig/meshes/CMesh_AttachToMesh.h"
+#include "rig/meshes/CMesh_CarBodyMesh.h"
+#include "rig/meshes/CMesh_TurnBaseMesh.h"
+
+namespace ond::ovs::addon::rig {
+
+/// Shows the sprung body.
+class CCarBodyNode final : public SceneNode {
+  public:
+    using CMesh_CarBodyMesh = rig::CMesh_CarBodyMesh;
+
+    QTransform<double> qTransBody;
+
+    CCarBodyNode() : SceneNode("CarBodyMesh") {}
+    bool create() override;
+    int update(double time) override;
+};
+
+/// Lets the user shift the chassis, and with it wheels and cameras, against the model.
+class CChassisRelocatorNode final : public SceneNode {
+  public:
+    using CMesh_AttachToMesh = rig::CMesh_AttachToMesh;
+
+    Matrix4 mLocal;                            ///< local matrix of the element
+    Vector3<double> vInitPos{0.0, 0.08, 0.0};  ///< its local position when made
+    QTransform<double> qTrans;                 ///< unused
+
+    CChassisRelocatorNode() : SceneNode("ChassisRelocatorMesh") {}
+    bool create() override;
+    int update(double time) override;
+};
+
+/// Marks the point about which the car turns. Its scale also scales the follow camera's distance.
+class CRelativeTurnBaseNode final : public SceneNode {
+  public:
+    using CMesh_TurnBaseMesh = rig::CMesh_TurnBaseMesh;
+
+    double dScale = 0.0;
+
+    CRelativeTurnBaseNode() : SceneNode("TurnBaseMesh") {}
+    bool create() override;
+    int update(double time) override;
+    void onPrepareEnd(double time) override;
+};
+
+/// Hidden mesh that follows the car's position and heading and keeps the up axis it had at the start of the run: the
+/// reference of the gravity filter.
+class CBaseMeshNode final : public SceneNode {
+  public:
+    QTransform<double> qBase;  ///< mInit as a transform
+    bool bFlag = false;        ///< unused
+    Matrix4 mUnused0;
+    Matrix4 mUnused1;
+
+    CBaseMeshNode() : SceneNode("CarBodyBaseMesh") {}
+    bool create() override;
+    int update(double time) override;
+    void onPrepareEnd(double time) override;
+};
+
+}  // namespace ond::ovs::addon::rig

@@ -1,0 +1,61 @@
+// The three cameras of the rig and the steering wheel.
+#pragma once
+
+#include "rig/SceneNode.h"
+#include "rig/meshes/CMesh_SteeringWheelMesh.h"
+
+namespace ond::ovs::addon::rig {
+
+/// Trails the car with a soft lag: two filter stages behind a point above and behind the turn base.
+class CFollowCamNode final : public SceneNode {
+  public:
+    double dFieldOfView = 45.0;           ///< degrees
+    QTransform<double> qFollowCam;        ///< the camera's pose, second stage
+    QTransform<double> qFollowTarget;     ///< the wanted pose
+    QTransform<double> qFollowFilterMem;  ///< first stage; keyed
+    double dRotResponse = 0.7;            ///< filter factor of both rotation stages
+    double dPosResponse = 0.6;            ///< filter factor of both position stages
+    double dUnused0 = 0.5;
+    double dUnused1 = 0.2;
+    double dOffsetMult = 1.0;
+    Vector3<double> vOffset{0.0, 1.4, 7.0};  ///< in the space of the turn base, times its scale
+
+    CFollowCamNode() : SceneNode("FollowCam") {}
+    bool create() override;
+    int update(double time) override;
+    /// Starts the filters of a run at `time`: at the camera's pose, and the first stage at its key when resuming.
+    void prepareFollowCam(double time);
+};
+
+/// Fixed to the chassis at the driver's head.
+class CDriverCamNode final : public SceneNode {
+  public:
+    CDriverCamNode() : SceneNode("DriverCam") {}
+    bool create() override;
+};
+
+/// Fixed above the body, looking down.
+class CTopViewCamNode final : public SceneNode {
+  public:
+    CTopViewCamNode() : SceneNode("TopViewCam") {}
+    bool create() override;
+};
+
+/// Turns with the steering angle.
+class CSteeringWheelNode final : public SceneNode {
+  public:
+    using CMesh_SteeringWheelMesh = rig::CMesh_SteeringWheelMesh;
+
+    double dSteeringWheelRotMult = 1.0;  ///< "Steering Wheel Rot Mult"; saved
+    Matrix4 mInit_loc;                   ///< local matrix at rest, where the user put the wheel; saved
+
+    CSteeringWheelNode() : SceneNode("SteeringWheelMesh") {}
+    bool create() override;
+    int update(double time) override;
+    void onPrepareEnd(double time) override;
+};
+
+/// Sets the field of view of the node's camera at `time`.
+void setFieldOfView(const SceneNode& node, double degrees, double time);
+
+}  // namespace ond::ovs::addon::rig

@@ -1,0 +1,96 @@
+// Base of all rig nodes: a node owns one element of the host's scene and remembers where it was.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "ond/ovs/MeshHandle.h"
+#include "ond/util/CMesh.h"
+#include "ond/util/Matrix4.h"
+#include "ond/util/QTransform.h"
+#include "ond/util/Vector3.h"
+
+namespace ond::ovs::addon {
+
+class CCarCamObject;
+
+namespace rig {
+
+using util::Matrix4;
+using util::QTransform;
+using util::Vector3;
+
+/// A node holds no state of the simulation beyond the fields below. It reads the vehicle's car record and writes
+/// transforms into the host. Copying a node copies the handle: both then stand for the same element.
+///
+/// In every matrix rows 0 to 2 are the axes with the scale as their length, row 1 the up axis, row 3 the position, all
+/// in scene units. Without an element every read gives the identity and every write does nothing.
+class SceneNode {
+  public:
+    CCarCamObject* parent = nullptr;  ///< the vehicle; set by it right after construction, not owned
+    std::string sName;                ///< bare name of the element, fixed by the class
+    MeshHandle* pMesh = nullptr;      ///< the element; owned by the host; null until made or bound, and after destroy()
+    Matrix4 mPrev;                    ///< world matrix one frame ago
+    Matrix4 mCurr;                    ///< world matrix of this frame
+    Matrix4 mPrev2;                   ///< two frames ago; only wheels shift it
+    Matrix4 mInit;                    ///< world matrix at the start of the run
+    Vector3<double> vInitScale{1.0, 1.0, 1.0};  ///< lengths of the axes of mInit
+
+    /// Makes the element. Answers whether it did; the wheel family is made by createAtCorner() instead.
+    virtual bool create() { return false; }
+    /// Has the host delete the element and forgets the handle. Answers true.
+    virtual bool destroy();
+    /// One frame of a run. The answer is not read.
+    virtual int update(double time);
+    /// Called by prepareNode() before it reads the element.
+    virtual void onPrepareBegin(double time);
+    /// Called by prepareNode() when the matrices are filled.
+    virtual void onPrepareEnd(double time);
+    virtual void show();
+    virtual void hide();
+    [[nodiscard]] virtual bool isShown();
+    virtual void setWireframe(bool wireframe);
+
+  protected:
+    explicit SceneNode(std::string name) : sName(std::move(name)) {}
+    SceneNode(const SceneNode&) = default;
+    SceneNode& operator=(const SceneNode&) = default;
+    ~SceneNode() = default;
+};
+
+/// World matrix of the node's element at `time`; the identity if there is no element.
+void readWorldMatrix(const SceneNode& node, Matrix4& out, double time);
+[[nodiscard]] Matrix4 readWorldMatrix(const SceneNode& node, double time);
+
+/// Local matrix of the node's element at `time`; the identity if there is no element.
+[[nodiscard]] Matrix4 readLocalMatrix(const SceneNode& node, double time);
+
+/// Sets the world matrix at `time`, which makes the keyframe while the host records. 0, or 1 without an element.
+int writeWorldMatrix(const SceneNode& node, const Matrix4& matrix, double time);
+
+/// Sets the local matrix at `time`. 0, or 1 without an element.
+int writeLocalMatrix(const SceneNode& node, const Matrix4& matrix, double time);
+
+/// Fills the node's matrices from the scene for a run that starts at `time`: mInit, vInitScale, mPrev (one frame
+/// earlier) and mCurr, the latter two with the axis lengths of mInit.
+void prepareNode(SceneNode& node, double time);
+
+/// Name suffix of a corner: "_FL", "_FR", "_BL", "_BR", and nothing for any other number.
+[[nodiscard]] std::string cornerSuffix(std::uint32_t corner);
+
+/// How a helper element looks when it is made.
+struct Colour {
+    float red;
+    float green;
+    float blue;
+};
+/// A colour from bytes, each divided by 255 in single precision.
+[[nodiscard]] constexpr Colour colourFromBytes(int red, int green, int blue) {
+    return {static_cast<float>(red) / 255.0f, static_cast<float>(green) / 255.0f, static_cast<float>(blue) / 255.0f};
+}
+
+/// Last step of every create(): gives the element its colour and the wireframe mode.
+void setAppearance(const SceneNode& node, const Colour& colour, bool wireframe);
+
+}  // namespace rig
+}  // namespace ond::ovs::addon

@@ -1,0 +1,89 @@
+// The four nodes of a wheel corner: relocator, wheel, and the two attach points at the wheel's centre.
+#pragma once
+
+#include <vector>
+
+#include "ond/ovs/SurfaceObject.h"
+#include "rig/SceneNode.h"
+#include "rig/meshes/CMesh_AttachToMesh.h"
+#include "rig/meshes/CMesh_WheelGroundMesh.h"
+#include "rig/meshes/CMesh_WheelMesh.h"
+
+namespace ond::ovs::addon::rig {
+
+/// Where the user places and sizes the wheel. Moves with its parent or with the user only.
+class CWheelRelocatorNode final : public SceneNode {
+  public:
+    using CMesh_AttachToMesh = rig::CMesh_AttachToMesh;
+
+    std::uint32_t iCorner = 0;
+
+    CWheelRelocatorNode() : SceneNode("WheelRelocatorMesh") {}
+    virtual bool createAtCorner(std::uint32_t corner);
+};
+
+/// The rolling wheel, which probes the ground.
+class CWheelNode final : public SceneNode {
+  public:
+    using CMesh_WheelMesh = rig::CMesh_WheelMesh;
+
+    std::uint32_t iCorner = 0;
+    Vector3<double> vWheelDownPrev;               ///< the car's down direction at the previous update
+    std::vector<MeshHandle*> aGroundMeshes;       ///< ground elements of this update; owned by the host
+    std::vector<SurfaceObject*> aGroundSurfaces;  ///< their surfaces, without gaps; owned by the host
+    double dCurrDelta = 0.0;                      ///< filtered distance to the ground position, see update(); keyed
+    double dCurrDeltaW = 0.0;                     ///< the same, unfiltered; keyed
+
+    /// Work space of the probing per surface, kept so that a frame allocates nothing.
+    struct Hits {
+        std::vector<Vector3<double>> normals;
+        std::vector<Vector3<double>> points;
+        std::vector<double> dists;
+    };
+    Hits hits;
+
+    CWheelNode() : SceneNode("WheelMesh") {}
+
+    /// Probes the ground and writes this node's matrices and the wheel record; makes no keyframe.
+    int update(double time) override;
+    /// Takes the wheel's radius from the element's y scale.
+    void onPrepareEnd(double time) override;
+
+    /// Casts through the vehicle's physics world. `t` in multiples of `direction`, `normal` as the library gives it;
+    /// both unchanged without a hit.
+    virtual bool castBulletRay(const Vector3<double>& origin, const Vector3<double>& direction, double& t,
+                               Vector3<double>& normal, double rayLength);
+    virtual bool createAtCorner(std::uint32_t corner);
+
+    /// Writes the wheel to the host, with extra keys where it turned too far in one frame to be interpolated.
+    void writeWheelKeys(double time);
+};
+
+/// Attach point that follows the suspension travel and does not steer.
+class CWheelCenterSuspensionNode final : public SceneNode {
+  public:
+    using CMesh_WheelGroundMesh = rig::CMesh_WheelGroundMesh;
+
+    std::uint32_t iCorner = 0;
+
+    CWheelCenterSuspensionNode() : SceneNode("WheelCenterSuspensionMesh") {}
+    int update(double time) override;
+    virtual bool createAtCorner(std::uint32_t corner);
+};
+
+/// Attach point that follows the wheel's centre, steers with it and may stand on the ground.
+class CWheelCenterNode final : public SceneNode {
+  public:
+    using CMesh_WheelGroundMesh = rig::CMesh_WheelGroundMesh;
+
+    std::uint32_t iCorner = 0;
+
+    CWheelCenterNode() : SceneNode("WheelCenterMesh") {}
+    int update(double time) override;
+    virtual bool createAtCorner(std::uint32_t corner);
+};
+
+/// Makes the number of corners `count`, 3 at least, by creating elements for new ones and deleting those of others.
+void resizeWheels(CCarCamObject& vehicle, int count);
+
+}  // namespace ond::ovs::addon::rig
