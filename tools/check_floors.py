@@ -15,7 +15,7 @@ ROOMS = {
     "unidevice": ("libraries/ond/unidevice", ["util"]),
     "ovs": ("libraries/ond/ovs", ["util", "unidevice"]),
     "car": (f"{TRUNK}/car", ["util", "unidevice"]),
-    "ground": (f"{TRUNK}/ground", ["util", "ovs", "unidevice", "car"]),
+    "ground": (f"{TRUNK}/ground", ["util", "ovs", "unidevice", "car", "rig", "object"]),
     "rig": (f"{TRUNK}/rig", ["util", "ovs", "unidevice", "car", "ground", "object"]),
     "run": (f"{TRUNK}/run", ["util", "ovs", "unidevice", "car", "ground", "rig", "parameters", "state", "object"]),
     "parameters": (f"{TRUNK}/parameters", ["util", "ovs", "unidevice", "car", "object"]),

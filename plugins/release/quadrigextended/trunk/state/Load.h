@@ -1,0 +1,44 @@
+// What the steps of a load share: the vehicle, the block, and reading a key into a place.
+#pragma once
+
+#include <string_view>
+
+#include "state/SavedKeys.h"
+#include "state/SavedTree.h"
+
+namespace ond::ovs::addon {
+
+struct Load {
+    CCarCamObject& vehicle;
+    const SavedTree& tree;
+
+    /// Whether the block is of version `version` or later. Versions are compared as the text of the root's name: the
+    /// series 100 to 140 is followed by 8107 to 8148, and that by 9201.
+    [[nodiscard]] bool atLeast(int version) const;
+
+    /// Reads the leaf of a saved key into the field or history that is saved under it. False if the block lacks it.
+    [[nodiscard]] bool read(std::string_view key) const;
+};
+
+// Each of these answers false and changes nothing if there is no such chunk, or if it has fewer bytes than its value.
+// What an animated variable makes of a block with a damaged header is told at AVar::read().
+
+[[nodiscard]] bool readValue(const SavedChunk* chunk, double& to);
+[[nodiscard]] bool readValue(const SavedChunk* chunk, bool& to);
+[[nodiscard]] bool readValue(const SavedChunk* chunk, std::int32_t& to);
+[[nodiscard]] bool readValue(const SavedChunk* chunk, util::Matrix4& to);
+
+template <class T>
+[[nodiscard]] bool readHistory(const SavedChunk* chunk, util::AVar<T>& to) {
+    if (chunk == nullptr || chunk->size < util::AVar<T>::kHeaderSize) return false;
+    // A header that contradicts itself claims no size: the variable deals with it.
+    const std::optional<std::size_t> claimed = ownSizeOfHistory(chunk->data, chunk->size, util::AVar<T>::kKeySize);
+    if (claimed && chunk->size < *claimed) return false;
+    to.read(chunk->data, chunk->size);
+    return true;
+}
+
+/// The child of `store` at `index`; null if there is none, or no store.
+[[nodiscard]] const SavedChunk* childAt(const SavedChunk* store, int index);
+
+}  // namespace ond::ovs::addon

@@ -1,0 +1,88 @@
+// The one list of what a saved block holds: every leaf with its key and the field or history behind it. Saving walks it
+// from the front; loading looks keys up in it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <variant>
+
+#include "ond/util/Matrix4.h"
+#include "state/AnimatedState.h"
+
+namespace ond::ovs::addon {
+
+/// The record of the oldest parameters.
+struct RecordLeaf {};
+/// The history of the row of the animated state that bears the same key.
+struct HistoryLeaf {};
+/// The histories of the corners: no payload, one child for each of kWheelStoreKeys and corner, corner by corner.
+struct WheelStoreLeaf {};
+/// The stored ground mesh as text with a closing NUL; only there if a mesh is stored.
+struct GroundTextLeaf {};
+
+/// Plain values, by the field that holds them.
+using SavedNumber = double& (*)(CCarCamObject& vehicle);
+using SavedFlag = bool& (*)(CCarCamObject& vehicle);
+using SavedWhole = std::int32_t& (*)(CCarCamObject& vehicle);
+using SavedMatrix = util::Matrix4& (*)(CCarCamObject& vehicle);
+
+using SavedBinding = std::variant<RecordLeaf, HistoryLeaf, WheelStoreLeaf, GroundTextLeaf, SavedNumber, SavedFlag,
+                                  SavedWhole, SavedMatrix>;
+
+struct SavedRow {
+    std::string_view key;
+    SavedBinding binding;
+    bool onlyWithGround = false;  ///< left out unless a ground mesh is stored
+};
+
+/// All leaves in the order of the block.
+extern const std::array<SavedRow, 93> kSavedRows;
+
+/// Keys of the children of the wheel store for one corner. They repeat for each corner, so children count by position.
+constexpr std::array<std::string_view, 6> kWheelStoreKeys = {
+    "ancCarCampcWheelfSuspZeroDiff", "ancCarCampcWheelfSuspZeroDiff_prev",
+    "ancCarCampcWheelpfTotalPitch",  "ancWheelNodeCurrDelta",
+    "ancWheelNodeCurrDeltaW",        "andWheelGroundNormalDiff"};
+
+/// Keys that only older blocks bear.
+constexpr std::string_view kOldSkidBrakeKey = "ancCarCampcInput_SKID_BREAK";
+constexpr std::string_view kOldFixateCentersKey = "bFixateWheelCenterNodes";
+constexpr std::string_view kOldWheelStoreKey = "wheelstore2";  ///< no payload, a double per corner
+
+/// The row of a key; null for a key that is not saved.
+[[nodiscard]] const SavedRow* findSavedRow(std::string_view key);
+
+/// The history of a corner, `index` being a position in kWheelStoreKeys.
+[[nodiscard]] AVar_Linear<double>& wheelStoreVariable(CCarCamObject& vehicle, int corner, std::size_t index);
+
+/// Calls `visit(variable)` with the history of that key, which must be one of a single variable.
+template <class Visit>
+void visitHistory(CCarCamObject& vehicle, std::string_view key, Visit&& visit) {
+    const AnimatedRow* row = findAnimatedRow(key);
+    if (row == nullptr) return;
+    std::visit(
+        [&](const auto& binding) {
+            if constexpr (!std::is_same_v<std::decay_t<decltype(binding)>, CornerBinding>)
+                visit(vehicle.*binding.variable);
+        },
+        row->binding);
+}
+
+/// What the bytes of a key must look like.
+struct LeafShape {
+    enum class Kind {
+        fixed,    ///< `size` bytes, no children
+        history,  ///< the block of an animated variable with `size` bytes a key, no children
+        branch,   ///< no bytes, at most `size` children
+        text,     ///< characters and a NUL, no children; `size` has no meaning
+    };
+    Kind kind;
+    std::size_t size;
+};
+
+/// The shape of a key, older keys included; nothing for a key that this program does not know.
+[[nodiscard]] std::optional<LeafShape> shapeOf(std::string_view key);
+
+}  // namespace ond::ovs::addon
