@@ -139,6 +139,18 @@ TYPED_TEST(VariableUndo, UndoThenRedoLeavesTheVariableAsItWas) {
     EXPECT_FALSE(this->record->bSwapped);
 }
 
+TYPED_TEST(VariableUndo, ExchangesTheKeyArraysThemselves) {
+    // No copy is made, so nothing can run out of memory half-way through an exchange.
+    const auto* inVariable = this->variable.keys.data();
+    const auto* inRecord = this->record->saved.keys.data();
+    this->record->undo(true);
+    EXPECT_EQ(this->variable.keys.data(), inRecord);
+    EXPECT_EQ(this->record->saved.keys.data(), inVariable);
+    this->record->redo();
+    EXPECT_EQ(this->variable.keys.data(), inVariable);
+    EXPECT_EQ(this->record->saved.keys.data(), inRecord);
+}
+
 TYPED_TEST(VariableUndo, RedoTwiceExchangesOnce) {
     this->record->undo(true);
     this->record->redo();

@@ -99,7 +99,7 @@ TEST(FilterExact, FactorsAboveOneOvershootWhereTheSaturatingFormStops) {
     // k is 0.99 just below one period: 0.99 * 1.1 of the way is beyond the target.
     EXPECT_TRUE(isClose(exact(0.0, 1.0, 1.1, 0.0396), 0.99 * 1.1));
     EXPECT_EQ(saturating(0.0, 1.0, 1.1, 0.0396), 1.0);
-    // k * factor above 2 runs away and nothing prevents it: each of the two slices multiplies the distance by -1.5.
+    // beyond 2, k * factor makes the value run away: each of the two slices multiplies the distance by -1.5.
     EXPECT_TRUE(isClose(1.0 - exact(0.0, 1.0, 5.0, 0.04), 2.25));
 }
 

@@ -45,7 +45,7 @@ TEST(Matrix4, AGroupIsAnAxisAndTheLastOneThePosition) {
     EXPECT_EQ(n[4], -1.0);
     EXPECT_EQ(n[6], -3.0);
     EXPECT_EQ(n[7], 8.0) << "the fourth number of the group stays";
-    // The groups are the images of the axes.
+    // Each unit vector goes where its group says.
     Matrix4 affine;
     affine.setRow(0, V(2, 3, 4));
     affine.setRow(1, V(5, 6, 7));

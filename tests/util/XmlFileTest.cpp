@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 
@@ -178,6 +180,31 @@ TEST_F(XmlFile, SaveFailsWhereNoFileCanBe) {
     EXPECT_FALSE(tree().save(m_folder.string()));
     EXPECT_FALSE(tree().save(""));
     EXPECT_EQ(filesInFolder(), 0);
+}
+
+/// Runs `action` as a user to whom a folder of mode 0555 is closed, which it is not to root.
+bool asOrdinaryUser(const std::function<bool()>& action) {
+    if (::geteuid() != 0) return action();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        constexpr uid_t kNobody = 65534;
+        ::_exit(::setuid(kNobody) == 0 && action() ? 0 : 1);
+    }
+    int status = 1;
+    return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+TEST_F(XmlFile, SaveWritesAFileWhoseFolderTakesNoNewOne) {
+    put(path(), "older");
+    ASSERT_EQ(::chmod(path().c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(m_folder.c_str(), 0555), 0);
+    const bool saved = asOrdinaryUser([this] { return tree().save(path()); });
+    const bool savedNew = asOrdinaryUser([this] { return tree().save(path("new.xml")); });
+    ASSERT_EQ(::chmod(m_folder.c_str(), 0755), 0);
+    EXPECT_TRUE(saved);
+    EXPECT_FALSE(savedNew);
+    EXPECT_EQ(get(path()), kTreeFile);
+    EXPECT_EQ(filesInFolder(), 1);
 }
 
 TEST_F(XmlFile, SaveReportsAFullDevice) {

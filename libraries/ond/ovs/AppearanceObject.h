@@ -19,8 +19,8 @@ class AppearanceObject {
     virtual void reserved3() {}
 
     // Slot 4.
-    /// [declared, rigged, running] Called with true before the colour of a new element is set. A host that draws
-    /// elements in a colour of its layer, say, takes it as the request for a colour of the element's own.
+    /// [declared, rigged, running] With true the element asks not to be drawn in a colour of its layer, say, but in the
+    /// one that setColour() is about to give it.
     virtual void useOwnColour(bool on) = 0;
 
     // Slot 5.

@@ -1,4 +1,4 @@
-// A scene object that a plug-in adds to a host, and the record it is created from.
+// The contract's half that a plug-in implements: its objects in a scene, and the record that each is made from.
 #pragma once
 
 #include <cstdint>
@@ -17,27 +17,27 @@ struct CameraCreationRecord {
     std::string name;            ///< at byte 24: the object's name in the scene, copied into CCamera::name
 };
 
-/// Base of every scene object of a plug-in. Slots 0 to 2 are those of CExtendable.
+/// What a host sees of an object of a plug-in. Slots 0 to 2 are those of CExtendable.
 ///
-/// The host owns the object from createCamera() on and ends it with release(). The states named in brackets are those
+/// The object is the host's from createCamera() on, until release(). The states named in brackets are those
 /// of the life cycle at the head of CInterface.h; the host keeps to them, the object does not test them. All calls come
-/// on one thread, one at a time. Every `time` is in seconds on the host's timeline. No operation throws.
+/// on one thread, one at a time. Every `time` is a place on the timeline, in seconds. No operation throws.
 class CCamera : public CExtendable {
   public:
     // The members follow the table pointer in this order; hosts rely on it.
 
-    /// Copied from the creation record; kept for the host.
+    /// The host's mark, out of the record; a plug-in leaves it alone.
     std::uint64_t hostObject;
-    /// Copied from the creation record: the object's name in the scene. The host may keep it up to date.
+    /// What the object is called in the scene, out of the record; the host may follow a renaming here.
     std::string name;
-    /// The host's services for this one object. Null until the host fills it in, which it does after createCamera()
-    /// and before any other operation. Not owned; outlives the object.
+    /// The host's services for this one object. Set by the host between createCamera() and its first call on the
+    /// object, null until then. Not owned; outlives the object.
     CInterface* hostInterface = nullptr;
 
     // Slot 3.
-    /// [rigged, not running] The host's clock is about to run from `time`, to drive live, recorded or not.
-    /// Plain playback of recorded motion is no run. Post: running.
-    /// Pre: the frame step of the host is > 0 and getCurrentTime() answers `time` during the call.
+    /// [rigged, not running] Live driving begins at `time`, recorded or not; the first frame follows. A host that only
+    /// plays keyframes does not call it. Post: running.
+    /// Pre: getFrameStep() answers more than 0 and getCurrentTime() answers `time` during the call.
     virtual void startRun([[maybe_unused]] double time) {}
 
     // Slot 4.
@@ -50,23 +50,24 @@ class CCamera : public CExtendable {
     virtual void updateFrame([[maybe_unused]] double time) {}
 
     // Slot 6.
-    /// [rigged, running or not] The timeline shows `time`: while no run is active, and after frames of a run.
+    /// [rigged, running or not] `time` is on display. Sent while the timeline is looked through or played, and behind
+    /// frames of a run.
     virtual void showFrame([[maybe_unused]] double time) {}
 
     // Slot 7.
-    /// [created] Once: declares dialog, input properties and output channels on hostInterface.
+    /// [created] Once: tells hostInterface the parameters and the channels, in and out.
     /// Post: declared. The host holds pointers to fields of this object until release().
     /// @return 0
     virtual std::uint64_t declareParameters() { return 0; }
 
     // Slot 8.
-    /// [declared] Once, for a new object: builds its elements in the scene. Post: rigged.
+    /// [declared] Once, unless loadState() is called: makes the elements of a fresh object. Post: rigged.
     /// @return 0
     virtual std::uint64_t createRig() { return 0; }
 
     // Slot 9.
-    /// [declared] Once, for an object that comes out of a saved scene, in place of createRig(). Reads the block that
-    /// CInterface::getChunk() gives. Post: rigged when the answer is 0; after any other answer only release() may
+    /// [declared] Once, unless createRig() is called: the scene was loaded and has the elements already. Takes the
+    /// state from CInterface::getChunk(). Post: rigged when the answer is 0; after any other answer only release() may
     /// follow.
     /// @return 0, or 1 when the saved block cannot be read
     virtual std::uint64_t loadState() { return 0; }
@@ -77,7 +78,7 @@ class CCamera : public CExtendable {
     virtual std::uint64_t saveState() { return 0; }
 
     // Slot 11.
-    /// [any state] The host is done with the object, which destroys itself. Leaves the scene's elements to the host.
+    /// [any state] Destroys the object. Its elements stay in the scene; they are the host's.
     /// Pre: no undo record that refers to the object is used afterwards.
     /// Post: the pointer is dead; the Property objects that the host made for it may be deleted.
     virtual void release() { delete this; }

@@ -18,12 +18,12 @@ struct PluginStatus {
     std::string message;     ///< empty: nothing to tell
 };
 
-/// Abstract descriptor; no data, so an instance is its table pointer. Slots 0 to 2 are those of CExtendable.
+/// Abstract descriptor; no data, so the table pointer is all there is. Slots 0 to 2 are those of CExtendable.
 ///
 /// A module exports two functions with C linkage:
 ///   std::uint32_t getVersion()                          the version of the contract, 250
 ///   CCameraPlugin* getPlugin(std::uint32_t index)       a new descriptor, null behind the last plug-in of the module
-/// The host owns each descriptor it gets and gives it back with release(), after the last object that it created:
+/// The host owns each descriptor it gets and ends it with release(), after the last object that it created:
 /// AppLink::descriptor refers to it as long as any object lives. All operations may be called at any time before
 /// release(), on one thread, in any order and any number of times. Strings and lists belong to the caller.
 /// No operation throws; what cannot be allocated is null or empty.

@@ -7,7 +7,7 @@
 
 namespace ond::ovs {
 
-/// Common root of CCameraPlugin and CCamera; no data. Its three operations are slots 0 to 2 of both.
+/// Base of CCameraPlugin and CCamera, whose slots 0 to 2 it declares. No data.
 ///
 /// An extension is an operation that host and plug-in agreed on by number after the tables were fixed. Whoever wants
 /// one asks hasExtension() first.
@@ -27,11 +27,11 @@ class CExtendable {
     }
 
     // Slot 1.
-    /// [any state] The numbers that this object knows; the list belongs to the caller.
+    /// [any state] The numbers that this object knows, as a list of the caller's own.
     [[nodiscard]] virtual std::vector<std::uint32_t> getExtensionIds() const { return {}; }
 
     // Slot 2.
-    /// [any state] Whether `id` is in the list of slot 1. A derived class overrides the list only.
+    /// [any state] Whether `id` is in the list of slot 1. Derived classes have no need to touch it.
     [[nodiscard]] virtual bool hasExtension(std::uint32_t id) const {
         const std::vector<std::uint32_t> ids = getExtensionIds();
         return std::find(ids.begin(), ids.end(), id) != ids.end();

@@ -19,11 +19,11 @@
 // (conversions), and in ond/unidevice Property.h and OutputProperty.h (channels from and to devices).
 //
 // Binding. Host and plug-in are built from these headers by compatible compilers and use one C++ runtime. An operation
-// is called through its slot: its place in the order of declaration, which never changes. Places that are reserved are
-// never called and keep their place. The virtual destructor is the last place of a table, because some compilers give
-// it two. Nothing is called through a null pointer. Strings, lists and records cross by value and belong to the
-// receiver. Nothing throws across the boundary. All calls, in both directions, come on the host's one thread, one at a
-// time; calls into the host happen inside calls from the host.
+// is called through its slot, that is by counting declarations from 0; no later version moves one. The reserved slots
+// are there for the count alone and are not called. The virtual destructor is the last place of a table, because some
+// compilers give it two. Nothing is called through a null pointer. Strings, lists and records cross by value and belong
+// to the receiver. Nothing throws across the boundary. There is one thread, the host's, and one call at a time: an
+// object speaks to its host only while the host is waiting for it.
 //
 // Life cycle of a scene object, by which every operation is tagged:
 //   [created]             from CCameraPlugin::createCamera(); the host fills in CCamera::hostInterface before any call
@@ -61,7 +61,7 @@ struct AppLink {
 };
 
 /// The host's services for ONE scene object. Implemented and owned by the host, which keeps it alive until after the
-/// object's release(). Null is accepted in every release operation and in deleteElement().
+/// object's release(). What releases or deletes takes null without effect.
 class CInterface {
   public:
     /// What the host calls when something happened to a declared item. A listening object inherits it beside CCamera.
@@ -74,10 +74,10 @@ class CInterface {
         // Slot 0.
         /// [rigged, not running] An item of the dialog changed, or an undo record of the object runs.
         ///
-        /// For a direct change the field has its new value already, and the host has put its own record of the edit on
-        /// the undo stack. On undo and redo the host never sends the plain label.
-        /// @param name the label of the item, or the label behind "REALUNDO" or "REALREDO". On undo the field still has
-        ///             the new value, on redo it has it again.
+        /// Before it tells of an edit, the host sets the field and makes the edit undoable. Undoing and redoing that
+        /// edit comes only with a prefix, never as the bare label.
+        /// @param name the item's label: bare for an edit, behind "REALUNDO" or "REALREDO" for what an undo record
+        ///             does. On undo the field still has the new value, on redo it has it again.
         // By value, as all strings of the contract. NOLINTNEXTLINE(performance-unnecessary-value-param)
         virtual void onParameterChanged([[maybe_unused]] std::string name) {}
 
@@ -117,7 +117,7 @@ class CInterface {
     ///
     /// The host owns `record` from now on, calls undo(true) and redo() on it alternately, and ends it with release(),
     /// at the latest before it releases the object that the record refers to. Records run last in, first out on undo
-    /// and in order on redo. Safe to be called from within startRun(), updateFrame() and onParameterChanged().
+    /// and in order on redo. Must work while the host is inside startRun(), updateFrame() or onParameterChanged().
     /// @param record null, where no record could be allocated, is ignored
     /// @param reserved 0
     virtual void pushUndo(CUndo* record, std::int32_t reserved) = 0;
@@ -126,7 +126,7 @@ class CInterface {
     /// [declared] Declares an input channel that the user can wire to a device axis.
     /// @param name label of the channel
     /// @param type 14: two directions (-1 to 1), 15: one direction (0 to 1)
-    /// @param factory makes the Property; not owned, lives as long as the module is loaded
+    /// @param factory makes the Property; not owned, good until the module is unloaded
     /// @return the channel, owned by the host and alive until after the object's release(); null if refused, which
     ///         reads as 0
     virtual unidevice::Property* createInputProperty(std::string name, std::uint32_t type,
@@ -144,7 +144,7 @@ class CInterface {
     virtual void endParameters() = 0;
 
     // Slot 8.
-    /// [declared] Opens a group of the dialog. Groups do not nest.
+    /// [declared] Begins a group: what is added until endGroup() is in it. Groups do not nest.
     virtual void beginGroup(std::string title, std::string description) = 0;
 
     // Slot 9.
@@ -155,8 +155,8 @@ class CInterface {
     /// [declared] Adds a whole number to the open group.
     ///
     /// The host reads and writes `field` in place, at any time outside the object's calls, until the object's
-    /// release(); then it calls `callback`. Read-outs are declared alike: the object writes the field, and the next
-    /// refresh shows it.
+    /// release(); then it calls `callback`. A read-out is no different: the object sets its field, and the dialog has
+    /// the new number from the next refresh on.
     /// @param label names the item, within the object, for the user and in Callback::onParameterChanged()
     /// @param description tool tip, may be empty
     /// @param field owned by the object, alive until its release()
@@ -192,7 +192,7 @@ class CInterface {
 
     // Slot 17.
     /// [declared, rigged, running] Shows the fields of the dialog anew: the object changed some by itself.
-    /// Safe to be called from within startRun(), updateFrame() and onParameterChanged(); must not call back.
+    /// Must work while the host is inside startRun(), updateFrame() or onParameterChanged(), and must not call back.
     virtual void refreshDialog() = 0;
 
     // Slots 18 and 19.
@@ -201,13 +201,13 @@ class CInterface {
 
     // Slot 20.
     /// [rigged, not running] Only from within saveState(): the object's state for the scene file, replacing an earlier
-    /// one. The host copies the bytes during the call.
+    /// one. The bytes need not outlive the call.
     /// @param data flat block of a util::DataChunk, the caller's
     /// @param length in bytes
     virtual void storeChunk(const void* data, std::uint64_t length) = 0;
 
     // Slot 21.
-    /// [declared] Only from within loadState(): the block as it was given to storeChunk().
+    /// [declared] Only from within loadState(): what storeChunk() once got, byte for byte.
     /// @param reserved 0
     /// @return the first byte, owned by the host, whole and unchanged until loadState() returns; null if there is none
     virtual const void* getChunk(std::int32_t reserved) = 0;
@@ -216,22 +216,22 @@ class CInterface {
     virtual void reserved22() {}
 
     // Slot 23.
-    /// [declared, rigged, not running] Removes an element from the scene. Its handle stays a valid object, see
+    /// [declared, rigged, not running] Takes an element out of the scene. Its handle can still be asked, see
     /// MeshHandle.
     /// @param element null is ignored
     /// @param reserved1,reserved2 0
     virtual void deleteElement(MeshHandle* element, std::int32_t reserved1, std::int32_t reserved2) = 0;
 
     // Slot 24.
-    /// [declared] The element that was created for this object under the bare name `identifier`, also after the user
-    /// renamed or moved it. Elements of other objects are not found.
+    /// [declared] The element that was created for this object under the bare name `identifier`, whatever it is called
+    /// now and wherever it hangs. Elements of other objects are not found.
     /// @return a handle owned by the host, or null
     [[nodiscard]] virtual MeshHandle* findElement(std::string identifier) = 0;
 
     // Slot 25.
     /// [declared] Creates a camera element.
-    /// @param name bare name; in the scene it is called "<name of the object>_<bare name>", and the host keeps the bare
-    ///             name with it as its identifier within this object
+    /// @param name bare name, by which findElement() knows the element for good; in the scene it is called
+    ///             "<name of the object>_<bare name>"
     /// @param parent null: root of the scene
     /// @param reserved false
     /// @return a handle owned by the host, see MeshHandle; not null
@@ -250,8 +250,8 @@ class CInterface {
 
     // Slot 28.
     /// [declared, rigged, running] The transform of `element` at `time`; a time before the first known one gives that.
-    /// @return owned by the host, to be given back through slot 36 within the same function; null when the element no
-    ///         longer exists
+    /// @return owned by the host, to be given back through slot 36 within the same function; null for an element that
+    ///         was deleted
     [[nodiscard]] virtual TransformObject* getTransformObject(MeshHandle* element, double time) = 0;
 
     // Slot 29.
@@ -262,8 +262,8 @@ class CInterface {
 
     // Slot 30.
     /// [declared, rigged, running] The surface of `element` at `time`.
-    /// @return owned by the host, to be given back through slot 34; null when the element has no mesh or no longer
-    ///         exists
+    /// @return owned by the host, to be given back through slot 34; null for an element without a mesh or one that was
+    ///         deleted
     [[nodiscard]] virtual SurfaceObject* getSurfaceObject(MeshHandle* element, double time) = 0;
 
     // Slot 31.
@@ -302,17 +302,17 @@ class CInterface {
     virtual void reserved38() {}
 
     // Slot 39.
-    /// [declared, rigged, running] Length of one frame of the timeline in seconds, > 0, constant during a run.
+    /// [declared, rigged, running] Seconds from a frame to the next, > 0. Does not change during a run.
     [[nodiscard]] virtual double getFrameStep() = 0;
 
     // Slot 40.
     /// [rigged, running] Redraws: visibility or wireframe of elements changed.
-    /// Safe to be called from within startRun(), updateFrame() and onParameterChanged().
+    /// Must work while the host is inside startRun(), updateFrame() or onParameterChanged().
     virtual void redrawViews() = 0;
 
     // Slot 41.
     /// [declared, rigged, running] Tells the user something; the object goes on whatever the user answers.
-    /// Safe to be called from within startRun(), updateFrame() and onParameterChanged().
+    /// Must work while the host is inside startRun(), updateFrame() or onParameterChanged().
     /// @param caption "Warning", "Error" or "UNSUPPORTED SURFACE TYPE"
     /// @param reserved 0
     virtual void messageBox(std::string text, std::string caption, std::int32_t reserved) = 0;

@@ -13,8 +13,8 @@ namespace ond::ovs {
 /// a change runs backwards and forwards. Holds no state of the change itself; each call sends, whatever came before.
 class CREEventUndo : public CUndo {
   public:
-    std::string undoEvent;  ///< "REALUNDO" directly followed by the label of the item
-    std::string redoEvent;  ///< "REALREDO" directly followed by the label of the item
+    std::string undoEvent;  ///< "REALUNDO" and the item's label, nothing between them
+    std::string redoEvent;  ///< "REALREDO" and the item's label, nothing between them
 
     /// @param callback becomes `target`; not owned, not null when an operation runs
     CREEventUndo(CInterface::Callback* callback, std::string undoText, std::string redoText)
@@ -38,7 +38,7 @@ class CREEventUndo : public CUndo {
     void send(const std::string& event) noexcept {
         try {
             static_cast<CInterface::Callback*>(target)->onParameterChanged(event);
-        } catch (...) {  // the text of the call did not fit in memory
+        } catch (...) {  // nothing of a callback may reach the host's undo stack
         }
     }
 };

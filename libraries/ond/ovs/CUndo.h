@@ -3,10 +3,10 @@
 
 namespace ond::ovs {
 
-/// Abstract base. Made by a scene object, owned by the host from CInterface::pushUndo() on, ended with release().
+/// Abstract base. A scene object makes it; CInterface::pushUndo() passes it on to the host, who ends it with release().
 ///
-/// The host calls undo(true) and redo() alternately, beginning with undo(true), while no run is active and before the
-/// scene object that the record refers to is released. No operation throws.
+/// The host calls undo(true) and redo() alternately, beginning with undo(true), never during a run and never after the
+/// release of the scene object that the record refers to. No operation throws.
 class CUndo {
   public:
     /// What the record acts on, in the pointer type that the derived class names. Not owned; outlives the record's use.

@@ -1,8 +1,6 @@
 // Undo record that holds the earlier history of an animated variable.
 #pragma once
 
-#include <utility>
-
 #include "ond/ovs/CUndo.h"
 #include "ond/util/AVar.h"
 
@@ -50,16 +48,15 @@ class CVariableModUndo : public CUndo {
     }
 
   private:
-    void exchange() {
-        using std::swap;
-        swap(saved, variable());
+    void exchange() noexcept {
+        saved.swap(variable());
         bSwapped = !bSwapped;
     }
 
     void restore() noexcept {
         try {
             V copy(saved);
-            variable() = std::move(copy);
+            variable().swap(copy);
         } catch (...) {  // the copy did not fit in memory
         }
     }

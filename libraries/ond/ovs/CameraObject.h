@@ -18,7 +18,7 @@ class CameraObject {
     virtual void reserved3() {}
 
     // Slot 4.
-    /// [declared, rigged, running] Field of view in degrees, above 0 and below 180.
+    /// [declared, rigged, running] Opening angle of the picture; `degrees` is above 0 and below 180.
     virtual void setFieldOfView(double degrees) = 0;
 
     // Slot 5, the last place: nothing virtual may be declared behind it.

@@ -20,9 +20,9 @@ class MeshHandle {
 
     // Slot 0.
     /// [declared, rigged, running] Runs the extension `id` on the element. Numbers in use:
-    ///   17  sent with null, once an element that the user may attach to other things has been created
+    ///   17  sent with null after the creation of an element that users may hang other things on
     ///   57  sent with null to each wheel relocator after its creation
-    ///   31  `argument` is another MeshHandle: non-null when this element is that one or a descendant of it
+    ///   31  `argument` is another MeshHandle; answers null unless this element is that one or lies below it
     /// Only 31 is asked for with hasExtension() first; the host takes 17 and 57 as it likes.
     /// @return the extension's answer; null for a number that the host does not know, which has no effect
     virtual void* callExtension([[maybe_unused]] std::uint32_t id, [[maybe_unused]] void* argument) { return nullptr; }
@@ -69,12 +69,12 @@ class MeshHandle {
     [[nodiscard]] virtual MeshHandle* getChild(std::int32_t index) = 0;
 
     // Slot 11.
-    /// [declared, rigged, running] Gives back a handle got from getParent() or getChild() of this element.
-    /// Post: the caller does not use `handle` again. A courtesy: hosts must not count on it, and accept null.
+    /// [declared, rigged, running] Returns what getParent() or getChild() of this element gave, or null.
+    /// Post: the caller does not use `handle` again. A courtesy, which a host cannot rely on.
     virtual void releaseHandle([[maybe_unused]] MeshHandle* handle) {}
 
     // Slot 12.
-    /// [declared, rigged, running] Full name of the element in the scene; the string belongs to the caller.
+    /// [declared, rigged, running] The name under which users find it in the scene, as a string of the caller's own.
     [[nodiscard]] virtual std::string getName() = 0;
 
     // Slot 13, the last place: nothing virtual may be declared behind it.

@@ -26,8 +26,8 @@ class TransformObject {
     virtual void readLocalMatrix(util::Matrix4& out) = 0;
 
     // Slot 4.
-    /// [declared, rigged, running] Sets the local matrix. While the host records, this makes the keyframe at the time
-    /// that the object was asked for.
+    /// [declared, rigged, running] Sets the local matrix; in a recording it becomes a keyframe. Its time is the one
+    /// handed to CInterface::getTransformObject().
     virtual void setLocalMatrix(const util::Matrix4& matrix) = 0;
 
     // Slot 5.

@@ -9,7 +9,7 @@ class ControlSource;
 class Property;
 
 /// An object that shows or edits a wire, a row of a dialog say. Registered with a ControlTarget, which clears the flag
-/// when the wire is cut. Owned by the host; it leaves ControlTarget::registered before it dies.
+/// when the wire is cut. It is the host's, and leaves ControlTarget::registered before it dies.
 struct ControlObserver {
     bool bWired = false;
 };

@@ -15,8 +15,8 @@ struct OutputChannelRecord {
     std::int32_t type;  ///< 8: a double
 };
 
-/// Output channel. Made and owned by the host, which hands it out as Property* and deletes it after the release of the
-/// scene object. The object stores, the host reads. Both know the class, so no slot is needed for store().
+/// Output channel. The host makes it, hands it out as Property*, keeps it beyond the scene object's release() and then
+/// deletes it. The object stores, the host reads. Both know the class, so no slot is needed for store().
 class OutputProperty : public Property {
   public:
     double current = 0.0;   ///< the value stored last

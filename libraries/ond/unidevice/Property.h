@@ -1,4 +1,4 @@
-// A live channel between the host's input devices and a scene object.
+// Input channels: how the axis of a device reaches a scene object while it is being moved.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace ond::unidevice {
 
-/// Input channel: shapes the value of the device axis that it is wired to.
+/// Input channel: reads one axis, if it is wired to one, and shapes what it reads.
 ///
 /// Made by the host through a Factory, owned by it, and deleted by it after the release of the scene object. That
 /// object reads value() in every frame and may set the tuning fields; the host's dialog may set them too, at any time.
@@ -23,7 +23,7 @@ class Property : public ControlTarget {
     std::int32_t type;         ///< 14: two directions, 15: one direction
     double multiplier = 1.0;   ///< scales the result
     double exponent = 1.0;     ///< bends the travel; 1 is straight, above 1 is finer around rest
-    double deadZone = 0.1;     ///< share of the travel that counts as rest, from 0 to below 1
+    double deadZone = 0.1;     ///< how far around rest nothing happens, from 0 to below 1 of the travel
     double offset = 0.0;       ///< added last
     util::xml::Data hostData;  ///< settings that the host keeps with the channel
 

@@ -1,4 +1,5 @@
-// Animated variables: a value over timeline time, kept as keys sorted by time and a rule for the time between two keys.
+// Animated variables: what a number, a flag or a pose was at any time. Recorded as keys; each kind fills the gaps its
+// own way.
 //
 //   AVarKey<T>        one key
 //   AVar<T>           keys, lookup, editing, and the binary block of a saved variable
@@ -6,7 +7,7 @@
 //   AVar_Nearest<T>   the key nearest in time, the later one at equal distance (transforms, vectors, quaternions, bool)
 //   AVar_Latest<T>    the earlier key until the next one comes (int)
 //
-// Time is the host's timeline time in seconds. Key times are compared by exact equality; there is no tolerance.
+// Times are seconds on the timeline of the scene. Two key times are one only if they are equal to the bit.
 #pragma once
 
 #include <algorithm>
@@ -107,7 +108,7 @@ struct AVarValueBytes<QTransform<double>> {
 /// A value over time; see the concrete classes for the rule between two keys.
 ///
 /// Lookup allocates nothing and costs logarithmic time. Setting keys at growing times costs constant time each.
-/// Variables live by value in their owner and are never deleted through this base. Copies take all keys and the
+/// Variables are plain members of whoever owns them: this base has no public destructor. Copies take all keys and the
 /// fallback. No locks: one thread at a time.
 template <typename T>
 class AVar {
@@ -117,8 +118,8 @@ class AVar {
     /// Bytes of one saved key: the time as a double and the value right behind it.
     static constexpr std::size_t kKeySize = 8 + detail::AVarValueBytes<T>::size;
 
-    /// In strictly ascending time as long as they come through setKey() or insertKey(). Meant for reading; who edits
-    /// key times in place must keep them ascending.
+    /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading; who edits key times in
+    /// place must keep them ascending.
     std::vector<AVarKey<T>> keys;
     /// What valueAt() gives while there are no keys.
     T fallback;
@@ -140,7 +141,7 @@ class AVar {
 
     /// Replaces the keys by those of a saved block whose full extent the caller vouches for. For bytes that come from
     /// elsewhere use the form with a size.
-    virtual void read(const void* buffer) { read(buffer, std::numeric_limits<std::size_t>::max()); }
+    virtual void read(const void* buffer) { read(buffer, claimedSize(buffer)); }
 
     /// Replaces the keys by those of a saved block that may be damaged; never reads behind `size` bytes.
     ///
@@ -148,17 +149,18 @@ class AVar {
     /// - null, shorter than a header, or a wrong header size or version: nothing changes;
     /// - more keys announced than the bytes can hold, and more than 65,536: nothing changes, nothing is allocated;
     /// - else more keys announced than the bytes can hold, or a wrong size of the keys: that many keys of time -1.
-    /// Keys are taken as they stand, whether sorted or not.
+    /// The keys' times are not looked at: unsorted ones stay unsorted.
     void read(const void* buffer, std::size_t size);
 
-    /// The value at time `t`: of the key at exactly `t`, else by the rule between the keys around it. Before the first
-    /// and behind the last key the value of that key holds.
+    /// What the variable is at `t`: the value of a key there, else what the rule makes of the keys around. Outside the
+    /// keys' range the outermost key holds.
     [[nodiscard]] T valueAt(double t) const;
 
-    /// Creates or replaces the key at exactly `t`. The reference to the stored value holds until the keys change.
+    /// Keys `value` at `t`; a key that is there takes the new value. What is returned refers into `keys` and dies with
+    /// their next change.
     T& setKey(double t, const T& value);
 
-    /// Removes every key at or after `t`.
+    /// Forgets the keys from `t` on, `t` included.
     void eraseFrom(double t);
 
     [[nodiscard]] int getNumKeys() const { return static_cast<int>(keys.size()); }
@@ -166,10 +168,10 @@ class AVar {
     /// Time of key `i`, which must exist.
     [[nodiscard]] double getKeyTime(int i) const { return keys[static_cast<std::size_t>(i)].time; }
 
-    /// Index of the key nearest to `t`, the later one at equal distance, or -1 without keys.
+    /// Which key is closest in time, counted from 0; of two just as close the later one. -1 without keys.
     [[nodiscard]] int nearestKeyIndex(double t) const;
 
-    /// Index of the key at exactly `t`, or -1.
+    /// Which key stands at `t` to the bit, or -1.
     [[nodiscard]] int exactKeyIndex(double t) const { return search(t).match; }
 
     /// Places a key in the order of times, or replaces the value of one at exactly `t`; returns its index.
@@ -186,9 +188,18 @@ class AVar {
     explicit AVar(const T& fallbackValue) : fallback(fallbackValue) {}
     AVar(const AVar&) = default;
     AVar& operator=(const AVar&) = default;
+    AVar(AVar&&) noexcept = default;
+    AVar& operator=(AVar&&) noexcept = default;
     ~AVar() = default;
 
   private:
+    /// Bytes that a block claims to have, by its own header.
+    [[nodiscard]] static std::size_t claimedSize(const void* buffer) {
+        if (buffer == nullptr) return 0;
+        return kHeaderSize +
+               std::size_t{loadLittleEndian<std::uint32_t>(static_cast<const unsigned char*>(buffer) + 4)};
+    }
+
     struct Found {
         int match;   ///< key at exactly the time, or -1
         int before;  ///< without a match: last key ahead of the time, or -1
@@ -227,7 +238,7 @@ class AVar_Nearest final : public AVar<T> {
     }
 };
 
-/// The latest key that has already happened: a step at each key.
+/// Steps: nothing changes between two keys, and everything at a key.
 template <typename T>
 class AVar_Latest final : public AVar<T> {
   public:

@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// Set in a table entry of a character that is not in the alphabet; lies above the 24 bits of a group.
+/// Marks a table entry whose character stands for no digit; lies above the 24 bits of a group.
 constexpr std::uint32_t kNoDigit = 1u << 31;
 
 using DigitTable = std::array<std::uint32_t, 256>;

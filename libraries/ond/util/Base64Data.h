@@ -1,4 +1,4 @@
-// Bytes as text in base64: the standard alphabet with "=" as padding, without line breaks and without a prefix.
+// Bytes as base64 text: A-Z a-z 0-9 + /, padded to whole groups with "=". Nothing else is in the text.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ class Base64Data {
     /// Bytes held.
     [[nodiscard]] int getSize() const { return static_cast<int>(m_bytes.size()); }
 
-    /// Copies all bytes to `target`, or copies none and returns false if `capacity` is less than getSize().
+    /// Copies all bytes to `target`, or copies none and returns false if `capacity` is too small for them.
     bool copyTo(void* target, int capacity) const;
 
     /// The bytes as text: 4 characters for each begun group of 3 bytes.

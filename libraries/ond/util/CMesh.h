@@ -1,4 +1,4 @@
-// Triangle mesh: what the module hands to a host for its helper elements and what it stores of the ground.
+// Triangle mesh: the shape of an element that a module makes in a scene, and the form of a stored ground.
 //
 // Lengths in scene units, +Y up. Index lists are flat, three entries per triangle. No index is ever checked against the
 // number of vertices: whoever walks the faces of a mesh from outside checks them.
@@ -20,7 +20,7 @@ class CMesh {
     std::vector<Vector3<double>> texCoords;
     /// Three indices into `vertices` per triangle.
     std::vector<int> faces;
-    /// Three indices into `texCoords` per triangle, parallel to `faces`.
+    /// Per corner of `faces`, an index into `texCoords`.
     std::vector<int> tFaces;
 
     // The assignment has the first place of the virtual table; the destructor stands behind it.
@@ -33,9 +33,9 @@ class CMesh {
     CMesh(CMesh&& other) noexcept;
     virtual ~CMesh();
 
-    /// Resizes `vertices`; new ones are (0, 0, 0). A negative `n` counts as 0.
+    /// Cuts or grows `vertices` to `n`, with the origin for what is added. A negative `n` counts as 0.
     void setNumVertices(int n);
-    /// Resizes `faces` and `tFaces` to `n` triangles; new entries are 0. A negative `n` counts as 0.
+    /// Cuts or grows the two index lists to `n` triangles, with 0 for what is added. A negative `n` counts as 0.
     void setNumFaces(int n);
     /// `i` in [0, getNumVertices()).
     void setVertex(int i, double x, double y, double z);
@@ -56,7 +56,7 @@ class CMesh {
     [[nodiscard]] xml::Element toXml(bool verbose) const;
     /// Reads either form. An element that is no "CMesh" leaves the mesh unchanged.
     ///
-    /// A compact form that is damaged ends as an empty mesh, unless the element also holds the verbose one. Damaged
+    /// A compact form that is damaged empties the mesh, unless the element also holds the verbose one. Damaged
     /// means: the text is no base64, one of its parts is missing, a count is negative, has fewer than four bytes or is
     /// too small for the bytes of its array; or it is larger than these bytes while above 65,536. A smaller count than
     /// that may be too large: entries without bytes are then left as they are, 0 in a new mesh.

@@ -1,5 +1,5 @@
-// A named bag of bytes with an ordered list of child chunks, and its flat binary form. Everything saved is a tree of
-// these; what a name's bytes mean is known to reader and writer alone.
+// The tree in which everything is saved: each node has a name, bytes and child nodes in order. Also the flat block that
+// such a tree is written as. What a name's bytes mean is known to reader and writer alone.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ class Element;
 
 /// One chunk: name, payload, children.
 ///
-/// Typed values are stored as their little-endian memory images; there is no text form of numbers.
+/// A number goes in as the bytes that it has in memory, lowest first, and never as text.
 ///
 /// Flat form, integers signed 32-bit little-endian, without gaps: payload size, number of children, length of the name,
 /// the name, the payload, the children one after the other in this same form.
@@ -33,10 +33,10 @@ class DataChunk {
     DataChunk() = default;
     /// A chunk of that name with a copy of `size` bytes, see setData(). Text converts to a chunk of that name.
     // NOLINTNEXTLINE(google-explicit-constructor)
-    DataChunk(const std::string& name, const void* bytes = nullptr, int size = 0);
+    DataChunk(const std::string& chunkName, const void* bytes = nullptr, int size = 0);
     /// The same for a literal, which would otherwise be taken for a flat block.
     // NOLINTNEXTLINE(google-explicit-constructor)
-    DataChunk(const char* name, const void* bytes = nullptr, int size = 0);
+    DataChunk(const char* chunkName, const void* bytes = nullptr, int size = 0);
     /// The chunk in a flat block whose full extent the caller vouches for; see deserialize(const void*).
     explicit DataChunk(const void* flatBlock);
     explicit DataChunk(std::nullptr_t) {}
@@ -52,29 +52,29 @@ class DataChunk {
     /// what was there stays and what is new is zero.
     void setData(const void* bytes, int size);
 
-    [[nodiscard]] std::string getName() const { return m_name; }
+    [[nodiscard]] std::string getName() const { return name; }
     /// First byte of the payload, owned by the chunk and good until the payload changes; null if there is none.
-    [[nodiscard]] void* getData() { return m_data.empty() ? nullptr : m_data.data(); }
-    [[nodiscard]] const void* getData() const { return m_data.empty() ? nullptr : m_data.data(); }
+    [[nodiscard]] void* getData() { return data.empty() ? nullptr : data.data(); }
+    [[nodiscard]] const void* getData() const { return data.empty() ? nullptr : data.data(); }
     /// Bytes in the payload.
-    [[nodiscard]] int getSize() const { return static_cast<int>(m_data.size()); }
+    [[nodiscard]] int getSize() const { return static_cast<int>(data.size()); }
 
-    /// Appends a copy of `child`; returns this chunk, so that calls can be chained. Names need not be unique.
+    /// Appends a copy of `child`, also beside one of its name, and returns this chunk.
     DataChunk& addChild(const DataChunk& child);
 
-    /// The first child of that name, or a shared empty chunk. What is written into the shared chunk is gone with the
-    /// next lookup that fails.
-    [[nodiscard]] DataChunk& getChild(const std::string& name);
-    [[nodiscard]] const DataChunk& getChild(const std::string& name) const;
-    /// The child at `index`, or the same shared empty chunk if there is none.
+    /// The foremost child called `name`. Without one it is an empty chunk that all failed lookups share: what is
+    /// written into it is gone with the next of them.
+    [[nodiscard]] DataChunk& getChild(const std::string& childName);
+    [[nodiscard]] const DataChunk& getChild(const std::string& childName) const;
+    /// By place, from 0. Outside the list as above.
     [[nodiscard]] DataChunk& getChild(int index);
     [[nodiscard]] const DataChunk& getChild(int index) const;
-    [[nodiscard]] bool hasChild(const std::string& name) const { return find(name) != nullptr; }
-    [[nodiscard]] int getNumChildren() const { return static_cast<int>(m_children.size()); }
+    [[nodiscard]] bool hasChild(const std::string& childName) const { return find(childName) != nullptr; }
+    [[nodiscard]] int getNumChildren() const { return static_cast<int>(children.size()); }
 
-    /// The payload of the first child of that name if it has at least `minimumSize` bytes, else null: what a reader of
-    /// blocks that may be damaged asks. Null also for an empty payload.
-    [[nodiscard]] const void* findData(const std::string& name, int minimumSize) const;
+    /// The payload of the child that getChild(name) gives if it has at least `minimumSize` bytes, else null: what a
+    /// reader of blocks that may be damaged asks. Null also for an empty payload.
+    [[nodiscard]] const void* findData(const std::string& childName, int minimumSize) const;
 
     /// The flat form. The bytes belong to this chunk and stay good until its next serialize() or its destruction.
     /// `size`, if not null, receives their number. A tree above 2 GiB, whose size an int cannot tell, gives null and 0.
@@ -89,9 +89,9 @@ class DataChunk {
     /// Returns the position just behind the block, or null for a block that is damaged. Name and payload are replaced,
     /// children are appended to those that are there.
     /// - Null, less than a header, a name above 256 bytes, a negative field, or a name and payload that reach behind
-    ///   the end: null, and this chunk stays as it is.
-    /// - More than 4,096 children announced that the rest cannot hold (12 bytes a child): null, name and payload are
-    ///   set, no child is added.
+    ///   the end: null, and nothing of this chunk changes.
+    /// - More than 4,096 children announced, and more than fit into the rest at 12 bytes each: null, name and payload
+    ///   are set, no child is added.
     /// - A child that is damaged in these ways is added as far as it came, and the announced ones behind it are added
     ///   empty, up to 65,536 of these in the whole call: null.
     const void* deserialize(const void* flatBlock, std::size_t size);
@@ -106,12 +106,12 @@ class DataChunk {
     /// Calls `visit` with this chunk and all below it, parents first and siblings in order.
     template <typename Visit>
     void visitInFlatOrder(Visit visit) const;
-    [[nodiscard]] const DataChunk* find(const std::string& name) const;
+    [[nodiscard]] const DataChunk* find(const std::string& childName) const;
 
-    std::vector<unsigned char> m_flat;
-    std::vector<DataChunk> m_children;
-    std::vector<unsigned char> m_data;
-    std::string m_name;
+    std::vector<unsigned char> flat;
+    std::vector<DataChunk> children;
+    std::vector<unsigned char> data;
+    std::string name;
 };
 
 }  // namespace ond::util

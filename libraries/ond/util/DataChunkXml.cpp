@@ -10,7 +10,7 @@ namespace ond::util {
 xml::Element DataChunk::toXml() const {
     const auto summary = [](const DataChunk& chunk) {
         xml::Tag tag("element");
-        tag.setAttribute("name", chunk.m_name);
+        tag.setAttribute("name", chunk.name);
         tag.setAttribute("size", std::to_string(chunk.getSize()));
         return tag;
     };
@@ -26,13 +26,13 @@ xml::Element DataChunk::toXml() const {
     path.push_back({this, &root, 0});
     while (!path.empty()) {
         Open& open = path.back();
-        if (open.next == open.chunk->m_children.size()) {
+        if (open.next == open.chunk->children.size()) {
             path.pop_back();
             continue;
         }
-        const DataChunk& child = open.chunk->m_children[open.next++];
+        const DataChunk& child = open.chunk->children[open.next++];
         xml::Element& shown = open.shown->addChild(summary(child));
-        if (!child.m_children.empty()) path.push_back({&child, &shown, 0});
+        if (!child.children.empty()) path.push_back({&child, &shown, 0});
     }
     return root;
 }

@@ -1,9 +1,9 @@
 // Smoothing filters whose result does not depend on the frame rate.
 //
-// All of them are written as if they ran at 25 steps a second: a time step `dt` (seconds, > 0) is cut into
-// n = trunc(dt / 0.04) + 1 slices, and each slice moves the value by k * factor of the remaining distance, with
-// k = (dt / 0.04) / n. A factor between 0 and 1 smooths; a factor of exactly 0 means no smoothing at all, as 1 does for
-// FilterExact. Factors above 1 are not clamped. `maxRate` is accepted and has no effect.
+// Factors are tuned for frames of 0.04 s. A time step `dt` (seconds, > 0) is cut into n = trunc(dt / 0.04) + 1 slices,
+// and each slice moves the value by k * factor of the remaining distance, with k = (dt / 0.04) / n. A factor between 0
+// and 1 smooths, and the less of it the slower; exactly 0 is the exception and switches the filter off, like 1 for
+// FilterExact. Nothing limits factors above 1: they overshoot. `maxRate` is a leftover of the signature, never read.
 //
 // The quaternion forms bring `target` and `value` to one hemisphere first and may therefore change the sign of BOTH.
 #pragma once
@@ -35,7 +35,7 @@ inline void approach(V& value, const V& target, T kFactor, int slices) {
     for (int i = 0; i < slices; ++i) value += kFactor * (target - value);
 }
 
-/// Brings `target` to w >= 0 and `value` to the hemisphere of `target`; a tie keeps the sign of `value`.
+/// Brings `target` to w >= 0 and `value` to the hemisphere of `target`. At right angles `value` keeps its sign.
 template <typename T>
 inline void alignHemispheres(Quat<T>& value, Quat<T>& target) {
     if (target.w < T(0)) Negate(target);
@@ -47,7 +47,7 @@ inline void alignHemispheres(Quat<T>& value, Quat<T>& target) {
 
 }  // namespace detail
 
-/// Runs `value` towards `target`; jumps to it when `factor` is exactly 1 or exactly 0.
+/// Runs `value` towards `target`; jumps to it at a factor of 1 or 0 (to the bit).
 template <typename T>
 inline void FilterExact(T& value, T target, T factor, [[maybe_unused]] T maxRate, T dt) {
     const FilterSlices s(dt);
@@ -67,7 +67,7 @@ inline void FilterExact(Vector3<T>& value, const Vector3<T>& target, T factor, [
         detail::approach(value, target, static_cast<T>(s.k * factor), s.count);
 }
 
-/// Quaternion form: a straight line in four dimensions, normalised once at the end.
+/// Quaternion form: each component for itself, along the chord; only the end result is brought back to norm 1.
 /// `target` must not alias `value`; its sign may change.
 template <typename T>
 inline void FilterExact(Quat<T>& value, Quat<T>& target, T factor, [[maybe_unused]] T maxRate, T dt) {

@@ -25,7 +25,7 @@ inline void storeLittleEndian(unsigned char* to, T value) {
     for (std::size_t i = 0; i < sizeof(T); ++i) to[i] = static_cast<unsigned char>(bits >> (8 * i));
 }
 
-/// Inverse of storeLittleEndian(); a NaN keeps its payload bits.
+/// Inverse of storeLittleEndian(); a NaN comes out with the payload that went in.
 template <typename T>
 [[nodiscard]] inline T loadLittleEndian(const unsigned char* from) {
     static_assert(std::is_arithmetic_v<T> && !std::is_same_v<T, bool> && sizeof(T) <= 8);

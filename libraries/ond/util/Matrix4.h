@@ -1,8 +1,7 @@
 // 4x4 matrix of doubles for column vectors; columns are contiguous.
 //
-// Element m[4*c + r] is mathematical row r of column c. Group i (indices 4*i .. 4*i+3) is column i: groups 0, 1, 2 are
-// the images of the X, Y and Z axes, group 3 holds the translation. Elsewhere in this system a group is called a row of
-// the matrix.
+// Written on paper, m[4*c + r] stands in line r and column c. The four numbers of a column are a group: 0 to 2 tell
+// where the unit vectors of x, y and z go, 3 is where the origin goes. The rig and the car model say "row" for a group.
 #pragma once
 
 #include <array>
@@ -26,6 +25,11 @@ struct Matrix4 {
         (*this)[4 * i] = v.x;
         (*this)[4 * i + 1] = v.y;
         (*this)[4 * i + 2] = v.z;
+    }
+
+    /// All four numbers of group `i` (0 to 3).
+    [[nodiscard]] std::array<double, 4> group(int i) const {
+        return {(*this)[4 * i], (*this)[4 * i + 1], (*this)[4 * i + 2], (*this)[4 * i + 3]};
     }
 
     friend bool operator==(const Matrix4& a, const Matrix4& b) { return a.m == b.m; }
@@ -91,22 +95,22 @@ struct Matrix4 {
             m[2] * p.x + m[6] * p.y + m[10] * p.z + m[14] * w};
 }
 
-/// Point transform with a division by the resulting fourth coordinate, which counts as 1 when it is exactly 0.
+/// Transforms a point, projectively: the result is divided by its fourth coordinate w, unless w is exactly 0.
 [[nodiscard]] inline Vector3<double> Transform(const Matrix4& m, const Vector3<double>& p) {
     const Vector3<double> q = TransformNoProjection(m, p, 1.0);
     const double w = m[3] * p.x + m[7] * p.y + m[11] * p.z + m[15];
     return q / (w == 0.0 ? 1.0 : w);
 }
 
-/// Determinant of the upper left 3x3, expanded along its first mathematical row.
+/// Of the 3x3 part that rotates and scales, developed along its top line on paper.
 [[nodiscard]] inline double Determinant(const Matrix4& m) {
     return m[0] * (m[5] * m[10] - m[9] * m[6]) - m[4] * (m[1] * m[10] - m[9] * m[2]) +
            m[8] * (m[1] * m[6] - m[5] * m[2]);
 }
 
-/// Affine inverse: the upper left 3x3 by cofactors, each divided by the determinant; the translation becomes
-/// -(inverse 3x3 * translation) and the last mathematical row 0, 0, 0, 1.
-/// A determinant of exactly 0 gives the all-zero matrix.
+/// Inverse of an affine matrix: the 3x3 part by cofactors, each divided by the determinant; the translation becomes
+/// -(inverse 3x3 * translation), and the fourth number of each group is that of the identity.
+/// Where the determinant is 0 to the bit, all sixteen numbers are 0.
 [[nodiscard]] inline Matrix4 Inverse(const Matrix4& m) {
     Matrix4 r;
     const double det = Determinant(m);
@@ -127,7 +131,7 @@ struct Matrix4 {
     return r;
 }
 
-/// Lengths of the X, Y and Z axis of `m`.
+/// Lengths of groups 0 to 2, all >= 0.
 [[nodiscard]] inline Vector3<double> Scale(const Matrix4& m) {
     return {Length(m.row(0)), Length(m.row(1)), Length(m.row(2))};
 }

@@ -1,4 +1,4 @@
-// Rotation quaternion, scalar part last. A quaternion in the canonical sign has w >= 0.
+// Rotation quaternion, scalar part last. Of the two signs that stand for one rotation, w >= 0 is the canonical one.
 #pragma once
 
 #include <cmath>
@@ -49,7 +49,7 @@ template <typename T>
     return Dot4(q, q);
 }
 
-/// Changes the sign of all four components in place: the same rotation in the other sign.
+/// Flips `q` to its antipode in place. It still stands for the rotation it stood for.
 template <typename T>
 constexpr void Negate(Quat<T>& q) {
     q = Quat<T>(-q.x, -q.y, -q.z, -q.w);
@@ -66,14 +66,14 @@ template <typename T>
     return std::abs(a.x - b.x) + std::abs(a.y - b.y) + std::abs(a.z - b.z) + std::abs(a.w - b.w);
 }
 
-/// Rotation `a` followed by rotation `b`: the Hamilton product b (x) a.
+/// Rotation `a` followed by rotation `b`, that is Hamilton's product with `b` as the left factor.
 template <typename T>
 [[nodiscard]] constexpr Quat<T> Multiply(const Quat<T>& a, const Quat<T>& b) {
     return {b.x * a.w + b.y * a.z - b.z * a.y + b.w * a.x, -b.x * a.z + b.y * a.w + b.z * a.x + b.w * a.y,
             b.x * a.y - b.y * a.x + b.z * a.w + b.w * a.z, -b.x * a.x - b.y * a.y - b.z * a.z + b.w * a.w};
 }
 
-/// In place to norm 1 by a multiplication with 1 / sqrt(squared norm). A zero quaternion becomes the identity.
+/// In place to norm 1 by a multiplication with 1 / sqrt(squared norm). All zeros give the identity.
 template <typename T>
 inline void Normalize(Quat<T>& q) {
     const T squared = SquaredNorm(q);
@@ -92,7 +92,7 @@ template <typename T>
     return q;
 }
 
-/// Rotation matrix of `q`, without translation. Not normalised: a norm other than 1 also scales by its square.
+/// Rotation matrix of `q`, without translation. `q` is taken as it is, so its squared norm is a scale of the result.
 template <typename T>
 [[nodiscard]] inline Matrix4 ToMatrix(const Quat<T>& q) {
     const double x2 = q.x * q.x;
@@ -114,7 +114,7 @@ template <typename T>
             static_cast<T>(m[2] * v.x + m[6] * v.y + m[10] * v.z)};
 }
 
-/// Axis times angle, at most pi long. A `q` with w < 0 is negated in place, so the argument may change sign.
+/// Rotation vector: along the axis, as long as the angle, which is in [0, pi]. If w < 0, `q` itself is flipped first.
 template <typename T>
 [[nodiscard]] inline Vector3<T> ToRotationVector(Quat<T>& q) {
     if (q.w < T(0)) Negate(q);
@@ -123,8 +123,8 @@ template <typename T>
     return Vector3<T>(q.x, q.y, q.z) * (T(1) / std::sin(angle / T(2))) * angle;
 }
 
-/// Quaternion of an axis-times-angle vector. The axis is normalised only when x + y + z is not 0: a vector such as
-/// (1, -1, 0) is used at its length, and the result then is no unit quaternion.
+/// Quaternion of a rotation vector `v`. Where the components of `v` add up to exactly 0, as those of (2, -1, -1) do,
+/// it serves as the axis without being brought to length 1, and the result is no unit quaternion.
 template <typename T>
 Quat<T> Quat<T>::FromRotationVector(const Vector3<T>& v) {
     const T half = Length(v) * T(0.5);

@@ -1,4 +1,4 @@
-// Scalar helpers of the car model: signs, clamps and repeatable noise.
+// Signs, clamps and repeatable noise on single numbers.
 //
 // Every function works on its arguments alone, allocates nothing and throws nothing.
 #pragma once
@@ -8,7 +8,7 @@
 
 namespace ond::util {
 
-/// Sign in which zero counts as positive: -1 if `0 > x`, otherwise +1 (also for NaN).
+/// -1 below zero, +1 everywhere else: for both zeros and for NaN too.
 template <typename T>
 [[nodiscard]] inline T Sign(T x) {
     return T(0) > x ? T(-1) : T(1);
@@ -40,9 +40,10 @@ template <typename T>
     return min > std::abs(x) ? Sign(x) * min : x;
 }
 
-/// Integer noise on a running counter: advances `counter` by one (wrapping) and returns a number in [0, 1).
+/// Noise from an integer hash: advances `counter` by one (wrapping) and returns what the new count hashes to, at least
+/// 0 and below 1.
 ///
-/// The sequence is a pure function of the counter, so a counter stored with a frame replays the same noise.
+/// There is no other state: who keeps the counter with a frame gets that frame's noise again.
 /// Source of the formula: the classic one-dimensional integer lattice noise (cubic in the scrambled counter).
 [[nodiscard]] inline double RandomUnit(std::uint32_t& counter) {
     counter += 1u;

@@ -1,4 +1,4 @@
-// Three-component vector. Right-handed axes: +X right, +Y up, -Z forward.
+// Three-component vector. Axes: +Y up, the front of things towards -Z, their right-hand side towards +X.
 #pragma once
 
 #include <cmath>
@@ -57,7 +57,7 @@ template <typename T>
     return std::sqrt(Dot(v, v));
 }
 
-/// `v` scaled to length 1. The direction of nothing is up: a length of exactly 0 gives (0, 1, 0).
+/// `v` scaled to length 1. A length of exactly 0 has no direction; the result is then +Y, so that callers can go on.
 template <typename T>
 [[nodiscard]] inline Vector3<T> Normalized(const Vector3<T>& v) {
     const T length = Length(v);

@@ -9,8 +9,8 @@
 
 namespace ond::util {
 
-/// x, y and z with six significant digits each, separated by commas without blanks; an exponent has at least two
-/// digits. Infinities and NaN write as "inf" and "nan" and do not read back.
+/// "x,y,z": no blanks, each number cut to six significant digits, at least two digits in an exponent. Infinities and
+/// NaN write as "inf" and "nan" and do not read back.
 [[nodiscard]] std::string toText(const Vector3<double>& v);
 
 /// The number in decimal.
@@ -27,7 +27,7 @@ namespace ond::util {
 std::ostream& operator<<(std::ostream& stream, const Vector3<double>& v);
 
 /// Sets `v` to 0 and reads three numbers. Where the second or the third cannot be read, one character is skipped and
-/// the reading tried once more: so "1,2,3", "1;2;3" and "1 2 3" are alike. What cannot be read stays 0; a number that
+/// the reading tried once more: so "4,5,6", "4;5;6" and "4 5 6" are alike. What cannot be read stays 0; a number that
 /// no double holds becomes the largest one. The stream's error state is that of the last attempt.
 std::istream& operator>>(std::istream& stream, Vector3<double>& v);
 

@@ -1,4 +1,4 @@
-// A small XML tree of this program's own: tags with attributes, texts and comments.
+// XML as a tree of tags with attributes, texts and comments: as much of it as scenes and meshes need.
 //
 // Index: ElementType, ParseCode, Element (fields, virtual operations, tree, attributes, comparison, conversion),
 // Tag, Text, Data. The tokens behind parse() are in Tokenizer.h, the character references in Escape.h.
@@ -36,7 +36,7 @@ inline constexpr int kComment = 4;
 namespace ParseCode {
 inline constexpr int kSuccess = 0;
 inline constexpr int kCannotOpen = 1;    ///< load() only
-inline constexpr int kNoElement = 2;     ///< no token, first token no tag, or a close tag where an element must stand
+inline constexpr int kNoElement = 2;     ///< an element must stand here, but does not: no token, no tag, a close tag
 inline constexpr int kUnclosed = 3;      ///< the text ends inside an element
 inline constexpr int kWrongClose = 4;    ///< the close tag bears another name
 inline constexpr int kBadAttribute = 5;  ///< attribute syntax
@@ -49,7 +49,7 @@ class Element {
     std::vector<std::pair<std::string, std::string>> attributes;
     /// Owned; never null.
     std::vector<std::unique_ptr<Element>> children;
-    /// Name of a tag, characters of a text, content of a comment.
+    /// By type: name, characters, or what the comment says.
     std::string text;
     /// One of ElementType.
     int type = ElementType::kNone;
@@ -58,7 +58,7 @@ class Element {
 
     /// Deep copy. `other` may be this element or stand anywhere below it.
     virtual Element& operator=(const Element& other);
-    /// Assigns `text` and returns a reference to the field.
+    /// Assigns to `text`, and refers to it.
     virtual std::string& setText(const std::string& newText);
     /// Appends a deep copy of `child` and returns that copy. An empty child (isEmpty()) is dropped; the result is then
     /// this element itself. `child` may be this element or stand anywhere in its tree.
@@ -67,7 +67,7 @@ class Element {
     Element();
     Element(const Element& other);
     Element(Element&& other) noexcept;
-    /// Parses `xmlText`; a syntax error is not reported and leaves the tree as far as it got.
+    /// parse() without its answer: of a faulty `xmlText` the tree has what stood before the fault.
     explicit Element(const std::string& xmlText);
     virtual ~Element();
 
@@ -78,36 +78,38 @@ class Element {
     /// True without text and children; attributes do not count.
     [[nodiscard]] bool isEmpty() const { return text.empty() && children.empty(); }
 
-    /// Child at `index`, or a shared empty element if there is none. The shared element lives until the program ends
-    /// and must not be changed; whoever does so all the same finds it empty again after the next failed look-up.
+    /// By place, from 0. Outside the list it is an empty element that all failed look-ups share. That one lives until
+    /// the program ends and must not be changed; whoever does so all the same finds it empty again after the next
+    /// failed look-up.
     [[nodiscard]] const Element& getChild(int index) const;
     [[nodiscard]] Element& getChild(int index);
-    /// The `nth` (from 0) child whose `text` equals `name`, of whatever type; else the shared empty element as above.
+    /// By name, which is compared with `text` whatever the child's type; `nth` (from 0) tells which of several. If
+    /// there are not as many, the shared empty element.
     [[nodiscard]] const Element& getChild(const std::string& name, int nth = 0) const;
     [[nodiscard]] Element& getChild(const std::string& name, int nth = 0);
     /// Number of children whose `text` equals `name`, of whatever type.
     [[nodiscard]] int countChildren(const std::string& name) const;
     [[nodiscard]] int getNumChildren() const;
-    /// `text` of the first text child, or a shared empty string.
+    /// What the foremost text child says. Without one it is an empty string that lives as long as the program.
     [[nodiscard]] const std::string& getTextContent() const;
-    /// Removes the first child for which equalsShallow(child) holds; false if there is none.
+    /// Removes one child, the foremost that equalsShallow(child); false when none does.
     bool removeChild(const Element& child);
     /// Takes the child at `index` out of the tree; an empty element of type 0 if there is none.
     Element removeChildAt(int index);
 
     // ---- attributes ----
 
-    /// Value of the first attribute of that name, or a shared empty string.
+    /// Value for `name`, the earliest one if there are several. Without one, the shared empty string as above.
     [[nodiscard]] const std::string& getAttribute(const std::string& name) const;
     [[nodiscard]] bool hasAttribute(const std::string& name) const;
-    /// Value of the LAST attribute of that name; appends one with an empty value if there is none.
+    /// Value for `name`, the LATEST one if there are several; made here, empty, if there is none.
     std::string& attribute(const std::string& name);
-    /// Assigns to the FIRST attribute of that name or appends one. An empty `value` removes all of that name.
+    /// Changes the EARLIEST value for `name`, or adds one. An empty `value` instead takes all of that name away.
     void setAttribute(const std::string& name, const std::string& value);
 
     // ---- comparison ----
 
-    /// Equal type, text and attributes in the same order; children do not count.
+    /// Whether type, text and the list of attributes are alike, order included; children do not count.
     [[nodiscard]] bool equalsShallow(const Element& other) const;
     /// Shallow equality of this pair and, in order, of all pairs below it.
     [[nodiscard]] bool equalsDeep(const Element& other) const;
@@ -120,14 +122,14 @@ class Element {
                                        const std::string& indent = {}) const;
     /// Replaces the content of this element by what `xmlText` says; a NUL ends the text. Returns a ParseCode; after an
     /// error the element holds what was complete before it. `xmlText` may be a string of this very tree.
-    /// Time and memory grow linearly with the length of the text.
+    /// Time and memory are linear in the number of characters.
     int parse(const std::string& xmlText);
     /// Writes the head line and toString("\n", "\t", ""). The text goes to a new file beside `path` which then takes
     /// its place, so after a failure (false) an older file is still whole. A symbolic link keeps pointing where it
     /// did. A `path` that is no regular file, such as a device or a pipe, is written directly.
     [[nodiscard]] bool save(const std::string& path) const;
     /// Parses the file without its line feeds. Returns ParseCode::kCannotOpen, leaving the element unchanged, if the
-    /// file cannot be opened or is a directory; otherwise the result of parse(). Reading stops at the first NUL.
+    /// file cannot be opened or is a directory; otherwise the result of parse(). Nothing behind a NUL is read.
     int load(const std::string& path);
 
   private:
@@ -157,7 +159,7 @@ class Data : public Element {
     Data() = default;
     explicit Data(const Vector3<double>& value);
     explicit Data(int value);
-    /// Plain copy of any element, made to read a value out of it.
+    /// Gives any element the reading operations below, by copying it.
     explicit Data(const Element& element);
     using Element::operator=;
 

@@ -89,10 +89,11 @@ int createBeside(const std::string& path, std::string& name) {
     return -1;
 }
 
+/// Where the folder takes no new file the file itself is written: its owner may write it, and nothing else can be done.
 bool writeAsideAndRename(const std::string& path, const std::string& content) {
     std::string aside;
     File file(createBeside(path, aside));
-    if (!file.isOpen()) return false;
+    if (!file.isOpen()) return (errno == EACCES || errno == EPERM || errno == EROFS) && writeDirectly(path, content);
     file.copyRightsOf(path);
     const bool written = file.write(kHeadLine) && file.write(content) && file.flush();
     if (file.close() && written && std::rename(aside.c_str(), path.c_str()) == 0) return true;
@@ -112,7 +113,8 @@ bool Element::save(const std::string& path) const {
     // A file that may not be written stays, though the rights of its folder would let it be replaced.
     if (::access(path.c_str(), W_OK) != 0) return false;
     const auto target = std::filesystem::canonical(path, error);  // the file itself, not a link to it
-    return !error && writeAsideAndRename(target.string(), content);
+    if (error) return false;
+    return writeAsideAndRename(target.string(), content);
 }
 
 int Element::load(const std::string& path) {

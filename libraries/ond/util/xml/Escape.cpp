@@ -26,7 +26,7 @@ std::string escape(std::string_view raw) {
 
 namespace {
 
-/// Low byte of the number that the digits at the front of `digits` make in `base`; 0 without any.
+/// Value of the leading digits of `digits` in `base`, modulo 256; 0 without any.
 char lowByteOfNumber(std::string_view digits, int base) {
     unsigned value = 0;
     for (const char c : digits) {

@@ -26,8 +26,8 @@ struct XmlToken {
 
 /// Reads one token after the other. The text must outlive the tokenizer; a NUL in it counts as its end.
 ///
-/// White space between two tags is no token, and neither is an empty tag "<>". A tag or comment ends at the first ">",
-/// even inside quotes, or at the end of the text.
+/// Blank stretches from tag to tag are passed over, and so is an empty tag "<>". The nearest ">" closes a tag or a
+/// comment, even inside quotes; without one the last character of the text does.
 class Tokenizer {
   public:
     explicit Tokenizer(std::string_view text);
