@@ -15,7 +15,7 @@ ROOMS = {
     "unidevice": ("libraries/ond/unidevice", ["util"]),
     "ovs": ("libraries/ond/ovs", ["util", "unidevice"]),
     "car": (f"{TRUNK}/car", ["util", "unidevice"]),
-    "ground": (f"{TRUNK}/ground", ["util", "ovs", "unidevice", "car", "rig", "object"]),
+    "ground": (f"{TRUNK}/ground", ["util"]),
     "rig": (f"{TRUNK}/rig", ["util", "ovs", "unidevice", "car", "ground", "object"]),
     "run": (f"{TRUNK}/run", ["util", "ovs", "unidevice", "car", "ground", "rig", "parameters", "state", "object"]),
     "parameters": (f"{TRUNK}/parameters", ["util", "ovs", "unidevice", "car", "object"]),
@@ -26,7 +26,7 @@ ROOMS = {
 }
 # The input channel record is the one header of unidevice that the car model may see.
 CAR_MAY_SEE = {"ond/unidevice/InputChannel.h"}
-INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<(ond/[^>]+)>)', re.MULTILINE)
 
 
 def room_of(path: str) -> str | None:
@@ -51,7 +51,8 @@ def violations(root: pathlib.Path):
         room = room_of(path)
         if room is None:
             continue
-        for included in INCLUDE.findall(source.read_text(encoding="utf-8")):
+        for quoted, angled in INCLUDE.findall(source.read_text(encoding="utf-8")):
+            included = quoted or angled
             target = resolve(root, source, included)
             if target is None:
                 yield f"{path}: cannot find \"{included}\""

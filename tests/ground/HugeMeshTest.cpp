@@ -1,4 +1,4 @@
-// Ground of more triangles than the quantised tree of the collision shapes can number.
+// Ground with more triangles than 21 bits can number.
 #include <gtest/gtest.h>
 
 #include "ground/BulletLibrary.h"

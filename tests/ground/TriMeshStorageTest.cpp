@@ -1,4 +1,4 @@
-// A mesh as a collision shape with arrays of its own.
+// Meshes as collision shapes: what is copied, what is left out, who frees it.
 #include "ground/TriMeshStorage.h"
 
 #include <gtest/gtest.h>

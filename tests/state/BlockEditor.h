@@ -34,7 +34,7 @@ inline Bytes bytesOf(double value) {
     return bytes;
 }
 
-/// The block of an animated variable from its four header fields and its keys.
+/// A saved history from its four header fields and its keys.
 inline Bytes historyBytes(std::uint32_t header, std::uint32_t payload, std::uint32_t version, std::uint32_t count,
                           const Bytes& keys = {}) {
     Bytes bytes(16);

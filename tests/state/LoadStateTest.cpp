@@ -369,7 +369,7 @@ TEST_F(StoredGround, GetsItsTreeOnlyWithoutFastRayCast) {
     }
 }
 
-TEST_F(StoredGround, WithFacesOutsideItsVerticesCountsAsEmpty) {
+TEST_F(StoredGround, WithFacesOutsideItsVerticesIsKeptAsItIs) {
     util::CMesh mesh;
     mesh.setNumVertices(3);
     mesh.setNumFaces(2);
@@ -380,7 +380,8 @@ TEST_F(StoredGround, WithFacesOutsideItsVerticesCountsAsEmpty) {
         Car other;
         putRig(other.host);
         ASSERT_EQ(load(other, block), 0u);
-        EXPECT_EQ(other->cMesh_storedGroundMesh.getNumFaces(), 0) << wrong;
+        EXPECT_EQ(other->cMesh_storedGroundMesh.faces, mesh.faces) << wrong;
+        EXPECT_TRUE(other->bStoreGroundMeshData) << wrong;
     }
 }
 
@@ -410,7 +411,7 @@ TEST_F(LoadState, PassesOverUnknownKeysOfAnySize) {
     branch.addChild(util::DataChunk("one", odd.data(), 17)).addChild(util::DataChunk("two"));
     block.children.insert(block.children.begin() + 40, branch);
     block.children.push_back(util::DataChunk("last", odd.data(), 3));
-    // Above a mebibyte a payload must tell its own size, as a variable or a text does.
+    // Above 64 KiB a payload must tell its own size, as a variable or a text does.
     Bytes history = historyBytes(16, 2400000, 100, 100000, Bytes(2400000, 0x55));
     block.prepend("anLongHistoryOfTheFuture", history);
     Bytes text(1500000, 'x');

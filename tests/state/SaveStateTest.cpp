@@ -249,6 +249,18 @@ TEST(SaveState, RefreshesTheRecordAndKeepsAllHistories) {
     EXPECT_EQ(util::loadLittleEndian<double>(record.data() + 216 + 3 * 24 + 16), 0.7);
 }
 
+TEST(SaveState, WritesTheKeysThatThePageOfTheLayoutLists) {
+    std::ifstream in(std::filesystem::path(__FILE__).parent_path() / "../../docs/saved-state.md");
+    std::vector<std::string> listed;
+    for (std::string line; std::getline(in, line);) {
+        const std::string begin = "| " + std::to_string(listed.size() + 1) + " | `";
+        if (line.rfind(begin, 0) == 0) listed.push_back(line.substr(begin.size(), line.find("` |") - begin.size()));
+    }
+    std::vector<std::string> saved;
+    for (const SavedRow& row : kSavedRows) saved.emplace_back(row.key);
+    EXPECT_EQ(listed, saved);
+}
+
 TEST(SaveState, WritesEveryVariableOfTheAnimatedStateOnce) {
     std::map<std::string_view, int> written;
     for (const SavedRow& row : kSavedRows) {

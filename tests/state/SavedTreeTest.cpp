@@ -155,7 +155,7 @@ TEST(SavedTree, EndsBehindAVariableThatClaimsMoreThanItsOwnHeader) {
 
 TEST(SavedTree, BelievesASmallVariableWithoutAHeader) {
     EXPECT_OUTCOME(chunkBytes(20, 0, "andFollowAccMem", Bytes(20, 7)), "andFollowAccMem", true, true);
-    EXPECT_OUTCOME(chunkBytes((1 << 20) + 1, 0, "andFollowAccMem", Bytes(20, 7)), "andFollowAccMem", false, false);
+    EXPECT_OUTCOME(chunkBytes((1 << 16) + 1, 0, "andFollowAccMem", Bytes(20, 7)), "andFollowAccMem", false, false);
 }
 
 TEST(SavedTree, EndsBehindALeafThatClaimsChildren) {
@@ -192,8 +192,15 @@ TEST(SavedTree, EndsAtUnknownNamesThatNoKeyBears) {
 }
 
 TEST(SavedTree, EndsAtAnUnknownKeyThatClaimsTooMuch) {
-    EXPECT_OUTCOME(chunkBytes((1 << 20) + 1, 0, "future", Bytes(100, 9)), "future", false, false);
+    EXPECT_OUTCOME(chunkBytes((1 << 16) + 1, 0, "future", Bytes(100, 9)), "future", false, false);
     EXPECT_OUTCOME(chunkBytes(0x7fffffff, 0, "future", historyBytes(16, 0, 100, 0)), "future", false, false);
+}
+
+TEST(SavedTree, EndsAtAnUnknownVariableWhoseSizesContradictEachOther) {
+    const Bytes history = historyBytes(16, 24, 100, 2, Bytes(24));
+    EXPECT_OUTCOME(chunkBytes(40, 0, "anFuture", history), "anFuture", true, true);
+    EXPECT_OUTCOME(chunkBytes(41, 0, "anFuture", history + Bytes(1)), "anFuture", false, false);
+    EXPECT_OUTCOME(chunkBytes(39, 0, "anFuture", history), "anFuture", false, false);
 }
 
 TEST(SavedTree, PassesOverBranchesOfAnyDepth) {

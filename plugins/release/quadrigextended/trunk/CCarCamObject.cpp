@@ -19,6 +19,16 @@ namespace {
 
 constexpr std::uint32_t kOutputValueAsked = 40;
 
+/// Runs an operation of the contract and keeps what it throws (memory ran out) from reaching the host.
+template <class Operation>
+void guarded(Operation operation) noexcept {
+    try {
+        operation();
+    } catch (...) {
+        return;  // what was done until then stays done; the host can go on and release it
+    }
+}
+
 }  // namespace
 
 CCarCamObject::CCarCamObject(const CameraCreationRecord& record) : CCamera(record) {
@@ -35,35 +45,58 @@ CCarCamObject::CCarCamObject(const CameraCreationRecord& record) : CCamera(recor
 CCarCamObject::~CCarCamObject() { destroyPhysics(); }
 
 std::uint64_t CCarCamObject::callExtension(std::uint32_t id, void* argument) {
-    if (id == kOutputValueAsked) storeOutput(*this, static_cast<unidevice::Property*>(argument));
+    guarded([&] {
+        if (id == kOutputValueAsked) storeOutput(*this, static_cast<unidevice::Property*>(argument));
+    });
     return 0;
 }
 
-std::vector<std::uint32_t> CCarCamObject::getExtensionIds() const { return {kOutputValueAsked}; }
+std::vector<std::uint32_t> CCarCamObject::getExtensionIds() const {
+    std::vector<std::uint32_t> ids;
+    guarded([&ids] { ids.push_back(kOutputValueAsked); });
+    return ids;
+}
 
-void CCarCamObject::startRun(double time) { addon::startRun(*this, time); }
+void CCarCamObject::startRun(double time) {
+    guarded([&] { addon::startRun(*this, time); });
+}
 
-void CCarCamObject::stopRun(double /*time*/) { addon::stopRun(*this); }
+void CCarCamObject::stopRun(double /*time*/) {
+    guarded([&] { addon::stopRun(*this); });
+}
 
-void CCarCamObject::updateFrame(double time) { addon::updateFrame(*this, time); }
+void CCarCamObject::updateFrame(double time) {
+    guarded([&] { addon::updateFrame(*this, time); });
+}
 
-void CCarCamObject::showFrame(double time) { addon::showFrame(*this, time); }
+void CCarCamObject::showFrame(double time) {
+    guarded([&] { addon::showFrame(*this, time); });
+}
 
 std::uint64_t CCarCamObject::declareParameters() {
-    addon::declareParameters(*this);
+    guarded([&] { addon::declareParameters(*this); });
     return 0;
 }
 
 std::uint64_t CCarCamObject::createRig() {
-    rig::buildRig(*this);
-    updateMaximumGauges(*this, cCarCam.fBodyLength);
-    hostInterface->refreshDialog();
+    guarded([&] {
+        rig::buildRig(*this);
+        updateMaximumGauges(*this, cCarCam.fBodyLength);
+        hostInterface->refreshDialog();
+    });
     return 0;
 }
 
-std::uint64_t CCarCamObject::loadState() { return addon::loadState(*this); }
+std::uint64_t CCarCamObject::loadState() {
+    std::uint64_t result = 1;
+    guarded([&] { result = addon::loadState(*this); });
+    return result;
+}
 
-std::uint64_t CCarCamObject::saveState() { return addon::saveState(*this); }
+std::uint64_t CCarCamObject::saveState() {
+    guarded([&] { addon::saveState(*this); });
+    return 0;
+}
 
 void CCarCamObject::release() {
     // The scene keeps its elements; only the nodes go, corner by corner from the last.
@@ -76,7 +109,9 @@ void CCarCamObject::release() {
     delete this;
 }
 
-void CCarCamObject::onParameterChanged(std::string label) { addon::onParameterChanged(*this, label); }
+void CCarCamObject::onParameterChanged(std::string label) {
+    guarded([&] { addon::onParameterChanged(*this, label); });
+}
 
 int CCarCamObject::numCorners() const {
     return static_cast<int>(std::min<std::size_t>(aWheelNodes.size(), kNumWheels));
@@ -85,8 +120,11 @@ int CCarCamObject::numCorners() const {
 void CCarCamObject::destroyPhysics() {
     m_vehicleRaycaster.reset();
     cPhysicsWorld.destroyWorld();
-    // Bodies that were in the world are gone with it; what is left never entered it.
-    for (const auto& object : aCollisionObjects) deleteBody(object->pRigidBody);
+    for (const auto& object : aCollisionObjects) {
+        // Bodies that were in the world are gone with it; what is left never entered it.
+        deleteBody(object->pRigidBody);
+        object->pTriMeshStorage.reset();
+    }
 }
 
 }  // namespace ond::ovs::addon

@@ -1,4 +1,4 @@
-// The vehicle: one object per rigged vehicle in a scene, made by the descriptor and owned by the host.
+// The vehicle. Each one in a scene is an object of this class, which belongs to the host.
 //
 // Sections: node names | host operations | lifecycle helpers | car model | animated variables | channels | ground |
 // nodes | parameters and read-outs | modes | stored ground
@@ -15,7 +15,7 @@
 
 #include "car/CarState.h"
 #include "car/Follow.h"
-#include "ground/CollisionObjects.h"
+#include "rig/CollisionObjects.h"
 #include "ground/GroundMeshTree.h"
 #include "ground/PhysicsWorld.h"
 #include "ond/ovs/CCamera.h"
@@ -77,7 +77,7 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     // CInterface::Callback
     void onParameterChanged(std::string label) override;
 
-    /// Corners that have all four nodes and a wheel in the model: never more than four.
+    /// Corners with a wheel node, as far as the model has wheels: never more than four.
     [[nodiscard]] int numCorners() const;
 
     /// Frees the physics world with its bodies and the ray caster. Nothing outside a run.
@@ -134,12 +134,12 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
 
     // Ground
     PhysicsWorld cPhysicsWorld;  ///< exists only during a run
-    int iSubSteps = 0;           ///< the world's step is the frame step / (this + 1)
+    int iSubSteps = 0;           ///< a step of the physics world is a frame cut into one piece more
     bool bUseStaticMesh = true;  ///< "Use Fast Ray Cast"
     std::vector<std::unique_ptr<CollisionObjects>> aCollisionObjects;  ///< of all runs; older ones have no body
     std::unique_ptr<btDefaultVehicleRaycaster> m_vehicleRaycaster;     ///< on the world; null without one
 
-    // Nodes. The vectors hold one node per corner and are reserved for four, so that nodes never move.
+    // Nodes. The vectors hold one node per corner; nobody keeps a pointer into them.
     CCarBodyNode cCarBodyNode;
     CChassisRelocatorNode cChassisRelocatorNode;
     std::vector<CWheelRelocatorNode> aWheelRelocatorNodes;
@@ -159,7 +159,7 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     // Parameters and read-outs. Those of autonomous mode are in FollowState.
     double dCurrentVelocity = 0.0;         ///< read-out, units per second times dVelocityConversionMult
     double dCurrentVelocityPercent = 0.0;  ///< read-out, percent of the maximum
-    double dVelocityConversionMult = 3.6;  ///< "Multiplier": metres per second to kilometres per hour
+    double dVelocityConversionMult = 3.6;  ///< "Multiplier" of the read-outs; 3.6 makes km/h of m/s
     double dInitialVelocity = 0.0;         ///< "Initital Velocity (% of max)"
     bool bAlignWheelCenterToGroundNormal = false;
     bool bMoveWheelCenterNodeToGroundHitPoint = false;
@@ -179,7 +179,7 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     bool bHideFollowCamera = true;
     bool bSpareFlag = false;  ///< saved and restored; nothing reads it
     bool bWireframeMode = false;
-    bool bFreshStart = true;                    ///< the next frame is the first of a run from the start time
+    bool bFreshStart = true;                    ///< a start resets the car; the first frame clears this
     bool bSaveDynamicData = true;               ///< "Enable Seamless Transitions"
     bool bKeyframeOnlyEssential = false;        ///< "Keyframe only essential objects"
     bool bDisableGroundNodesAnimation = false;  ///< saved; no effect, like the next two
@@ -187,7 +187,7 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     bool bDisableGravityNodeAnimation = false;
     bool bFixateWheelCenterNodes = false;
     bool bAddRaysAtWheelEdges = true;
-    double dStartTime = 0.0;                ///< earliest time at which a run has started, seconds
+    double dStartTime = 0.0;                ///< seconds; no run has begun earlier on the timeline
     bool bIgnoreNextTurnBaseChange = true;  ///< the dialog reports the turn base once by itself
     double dMaxVelocityGauge = 0.0;         ///< read-out
     double dAccelerationGauge100 = 0.0;     ///< read-out, seconds
@@ -195,8 +195,8 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
 
     // Stored ground
     bool bStoreGroundMeshData = false;   ///< "Store Ground Mesh Data"
-    util::Matrix4 mBulletGroundMesh;     ///< world matrix of the ground when it was captured
-    util::CMesh cMesh_storedGroundMesh;  ///< copy of the ground in its own coordinates
+    util::Matrix4 mBulletGroundMesh;     ///< where the stored mesh stood in the world
+    util::CMesh cMesh_storedGroundMesh;  ///< the ground, in the coordinates of its element
     GroundMeshTreeNode cGroundMeshTree;  ///< over the stored mesh
 
     DataChunkSaveStruct sDataChunkSaveStruct;  ///< refreshed by each save

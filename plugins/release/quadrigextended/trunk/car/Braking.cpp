@@ -20,7 +20,7 @@ void setSprings(cCarCam& car, double factor) {
     car.fDampingBack = car.dBaseDampingBack * factor;
 }
 
-/// Takes a fixed share of the velocity at the start of the brake away; never crosses zero.
+/// Linear in time: each frame loses the same amount, in proportion to the speed when the brake set in. Ends at zero.
 void brake(cCarCam& car, double strength, double dt) {
     InputChannel& gas = car.pcInput[pcInput_GAS_PEDAL];
     if (car.bBrakeArmed) {

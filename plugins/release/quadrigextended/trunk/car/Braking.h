@@ -5,12 +5,12 @@
 
 namespace ond::ovs::addon {
 
-/// Draws the velocity to a multiple of the gas maximum while the booster is held, and stiffens the springs with the
-/// velocity above that maximum. The spring constants return to their `dBase...` values afterwards.
+/// A held booster pulls the speed above what the pedal can reach, to booster value times gas maximum, and the springs
+/// stiffen with what is above. They return to their `dBase...` values afterwards.
 void UpdateBooster(cCarCam& car, double dt);
 
-/// Stops the car linearly in time while the ABS brake, or the pedal against the direction of travel, is held.
-/// Ends with the memories `pcInput_GAS_PEDAL_inp_prev` and `dGasPedalValue_prev` for the next frame.
+/// Stops the car linearly in time while the ABS brake is held, or a pedal that works as one.
+/// Also keeps what the next frame compares the pedal with: `dGasPedalValue_prev` and `pcInput_GAS_PEDAL_inp_prev`.
 void UpdateAbsBrake(cCarCam& car, double dt);
 
 /// Whether the pedal brakes: `state` is the memory over frames, `velocity` the gas value, `input` and `previousInput`

@@ -9,8 +9,8 @@ namespace ond::ovs::addon {
 /// pitch torque that tilts and shakes the body (0 when no burnout runs).
 double UpdateBurnout(cCarCam& car, double dt, double h);
 
-/// Frame phase: a vertical jitter per wheel that grows with the square root of the speed. `squarings` times squared
-/// (sign kept), so that small jitter is suppressed and large stands out.
+/// Frame phase: lifts and drops each wheel at random, by sqrt(speed) times the channel. The result is squared
+/// `squarings` times (sign kept), so that most jolts are small and a few stand out.
 void UpdateGravel(cCarCam& car, double dt, int squarings);
 
 }  // namespace ond::ovs::addon

@@ -20,7 +20,7 @@ using util::Sign;
 namespace {
 
 constexpr double kMinGasValue = 1e-8;     // car lengths per second: a direction for sign tests, no visible movement
-constexpr double kStraightRadius = 1e45;  // scene units: a circle that is a straight line in doubles
+constexpr double kStraightRadius = 1e45;  // scene units: no double tells this circle from its tangent
 
 Quat<double> yawQuat(double angle) { return {0.0, std::sin(angle / 2), 0.0, std::cos(angle / 2)}; }
 
@@ -139,7 +139,7 @@ void StepDrive(cCarCam& car, double dt, double h) {
 
     double torqueX = 0.0;
     if (car.bCarInTheAir && car.bGravityOn)
-        turnByIncrement(car);  // the arc has no say in the air
+        turnByIncrement(car);  // ballistic: steering does not bend the path
     else
         torqueX = driveOnGround(car, turn, dt, h);
 

@@ -1,4 +1,4 @@
-// The sub-step of the drive: from the gas value to the new transform of the car.
+// Where the car goes within one sub-step: the turning circle, and the way along it.
 #pragma once
 
 #include "car/CarState.h"
@@ -7,7 +7,7 @@ namespace ond::ovs::addon {
 
 /// Where the car turns about, in this sub-step.
 struct TurnGeometry {
-    double turnBase;  ///< z of the turning axis, in half car lengths on the scale of `fFrontAxleZ`
+    double turnBase;  ///< where the turning axis crosses the car: its z over fFrontAxleZ, + in front of the origin
     double radius;    ///< signed radius of the arc, scene units; negative for straight on and for steering to the right
 };
 
@@ -15,11 +15,12 @@ struct TurnGeometry {
 /// 0.01 car lengths and 1e45 (straight on).
 [[nodiscard]] TurnGeometry ComputeTurn(const cCarCam& car);
 
-/// Gas pedal branch of UpdateInputs(): adds the device to autonomous driving and limits the pedal's rate of change.
+/// What UpdateInputs() does to the pedal's `raw`: adds the driver's pedal to the follower's, and limits how fast it
+/// may change.
 void UpdateGasPedal(cCarCam& car, double dt);
 
 /// One sub-step of `h` seconds (> 0) within a frame of `dt` seconds: places the car along its arc, or along the slide
-/// or the flight, then integrates the body on its springs and places the wheels.
+/// or the flight, then lets the springs move the body and places the wheels.
 void StepDrive(cCarCam& car, double dt, double h);
 
 }  // namespace ond::ovs::addon

@@ -18,7 +18,8 @@ using util::Transform;
 
 namespace {
 
-/// The target as the car's nose sees it, in the car's ground plane, no further away than `gas.maximum` body scales.
+/// Way from the car's nose to the target in the car's axes, without the part along +Y, and no longer than
+/// `gas.maximum` body scales.
 Vector3<double> targetFromNose(const cCarCam& car, Matrix4 body, const Vector3<double>& target) {
     const Vector3<double> scale = util::Scale(body);
     body.setRow(0, body.row(0) / scale.x);
@@ -34,12 +35,13 @@ Vector3<double> targetFromNose(const cCarCam& car, Matrix4 body, const Vector3<d
     return local;
 }
 
-/// Wanted velocity in car lengths per second, from the direction to the target and the distance beyond the sphere.
+/// How fast to drive, in car lengths per second, + forward. `dir`: unit, to the target; `beyond`: what its distance
+/// exceeds the ignored one by.
 double wantedVelocity(const cCarCam& car, const FollowState& follow, const Vector3<double>& dir, double beyond) {
     // 3.5 is tuned: the default follow strength then keeps pace with a target a few lengths ahead.
     double wanted = (-dir.z) * follow.dFollowAccelerationMult * beyond / car.fBodyLength * 3.5;
     if (wanted < 0.0) wanted *= follow.dReverseMaxVelMult;
-    // Waits for the wheels to come round before driving off to the wrong side.
+    // As long as the wheels still point to the other side, driving on would lead away from the target.
     if (wanted > 0.0 && !SameSign(car.dAutoSteeringValue, dir.x)) wanted = 0.0;
     return ClampAbs(wanted, car.pcInput[pcInput_GAS_PEDAL].maximum);
 }

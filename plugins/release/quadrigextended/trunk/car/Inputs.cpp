@@ -10,7 +10,7 @@ namespace ond::ovs::addon {
 
 namespace {
 
-/// Offset of the user, and a skid by itself in a hard turn. A device at full skidding takes neither.
+/// Adds the user's offset, and in a hard turn loses grip unasked. A device at full skidding takes neither.
 void offsetSkidding(cCarCam& car, double dt) {
     InputChannel& skid = car.pcInput[pcInput_SKIDDING];
     if (skid.raw == 1.0) return;

@@ -5,8 +5,8 @@
 
 namespace ond::ovs::addon {
 
-/// Runs over the nine channels in index order: each channel's own rule on `raw`, then its filter towards
-/// maximum * raw. `dt` is the frame's length in seconds.
+/// Brings the `value` of each channel nearer to its maximum * raw, after the rule on `raw` that some channels have.
+/// `dt` is the frame's length in seconds.
 void UpdateInputs(cCarCam& car, double dt);
 
 }  // namespace ond::ovs::addon

@@ -1,4 +1,4 @@
-// Skidding: the skid brake that locks the wheels, and the state of a skid.
+// Loss of grip: slides under the skid brake, and whether a skid is on.
 #pragma once
 
 #include "car/CarState.h"

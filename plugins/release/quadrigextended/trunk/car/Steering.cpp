@@ -36,7 +36,7 @@ void UpdateSteeringWheel(cCarCam& car, double dt) {
 
     double rate = car.dVelRelMaxSteeringChangeVel;
     const double change = steer.raw - car.dSteeringInput_prev;
-    if (steer.raw == 0.0) rate *= 2.0;  // a released wheel centres faster than it turns
+    if (steer.raw == 0.0) rate *= 2.0;  // nobody holds it: back to the middle at twice the rate
     double limited = steer.raw;
     if (std::abs(change) > rate * dt) limited = car.dSteeringInput_prev + Sign(change) * rate * dt;
     if (car.dSteeringNoise > 0.0)

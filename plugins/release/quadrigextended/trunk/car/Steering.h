@@ -10,10 +10,10 @@ namespace ond::ovs::addon {
 void UpdateSteeringWheel(cCarCam& car, double dt);
 
 /// Yaw of wheel `i` on circles about the common turning point (Ackermann's rule), for a step of `h` seconds.
-/// A wheel exactly on the turning axis gives false and has no new angle.
+/// Gives false, and leaves `yaw` alone, for a wheel that the turning axis passes through: it has no circle.
 [[nodiscard]] bool WheelYaw(const cCarCam& car, int i, double turnBase, double radius, double h, double& yaw);
 
-/// Sets `pfYaw` and `pfYaw_prev` of all wheels; one on the turning axis keeps the angle it has.
+/// Sets `pfYaw` and `pfYaw_prev` of all wheels that WheelYaw() has an answer for; the others stay as they were.
 void UpdateWheelYaw(cCarCam& car, double turnBase, double radius, double h);
 
 }  // namespace ond::ovs::addon

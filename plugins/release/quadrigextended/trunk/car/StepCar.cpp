@@ -40,7 +40,7 @@ void StepCar(cCarCam& car, double dt) {
     UpdateGravel(car, dt, 1);
     car.qTransCarAbsIncr_prev = car.qTransCarAbsIncr;
     ChooseStepLength(car, dt);
-    // The division may fall just short of a whole number and drop one sub-step; recorded takes rely on that.
+    // Rounding can cost a sub-step here: 12.999 counts as 12. Recorded takes rely on that.
     const int steps = wholeCount(dt / car.dSimStep);
     for (int i = 0; i < steps; ++i) StepDrive(car, dt, car.dSimStep);
 }

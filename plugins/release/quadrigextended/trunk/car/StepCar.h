@@ -1,15 +1,15 @@
-// One frame of the car model: the frame phases in their fixed order, then the sub-steps of the drive.
+// One frame of driving: what changes once a frame, then as many short steps of movement as fit.
 #pragma once
 
 #include "car/CarState.h"
 
 namespace ond::ovs::addon {
 
-/// Advances the car by one frame of `dt` seconds (> 0). The `raw` of all nine channels must have been read before.
-/// The order of the phases is part of the behaviour: it decides which of two inputs wins on the same value.
+/// Advances the car by one frame of `dt` seconds (> 0). Expects the devices' values in `raw` of all channels.
+/// Later phases overwrite what earlier ones did, so a brake held together with the pedal wins; keep their order.
 void StepCar(cCarCam& car, double dt);
 
-/// Cuts a frame of `dt` seconds into whole sub-steps near the target of 0.003 s; sets `dSimStep` and returns it.
+/// Cuts a frame of `dt` seconds into whole sub-steps near the target of 0.003 s; the answer is also in `dSimStep`.
 /// The result is in [0.003, 0.006), or `dt` itself for a shorter frame.
 double ChooseStepLength(cCarCam& car, double dt);
 

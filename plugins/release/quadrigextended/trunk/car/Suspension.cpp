@@ -57,8 +57,8 @@ void updateSprings(cCarCam& car, double mass, double h) {
     }
 }
 
-/// Sum of the spring forces. In flight, and in the frame of a landing, a wheel's spring does not act: the sudden
-/// compression would launch the body.
+/// Adds up what the springs push with. In flight, and in the frame of a landing, a wheel's spring does not count: it is
+/// compressed at one blow and would throw the car up.
 double sumSpringForces(cCarCam& car) {
     double forceY = 0.0;
     for (pcWheel& wheel : car.pcWheel) {
@@ -117,8 +117,8 @@ void placeBody(cCarCam& car) {
         Rotate(Conjugate(car.qTransCarAbs.rotation), body.qTransAbs.position - car.qTransCarAbs.position);
 }
 
-/// Wheels stand on the car frame's Y axis where the ground put them; they spread with the roll (a sixth of its sine)
-/// and swing fore and aft with the body.
+/// The ground has decided on the height of each wheel; sideways they give way to the roll (a sixth of its sine), and
+/// lengthwise to the pitch.
 void placeWheels(cCarCam& car) {
     const cCarBody& body = car.cCarBody;
     const Quat<double> b = Multiply(Conjugate(car.qTransCarAbs.rotation), body.qTransAbs.rotation);
@@ -151,7 +151,7 @@ void measureSprings(cCarCam& car) {
     }
 }
 
-/// Turns a flying car to the gravity orientation, smoothed twice. All three quaternions may change sign.
+/// Levels a car in the air, by two filters one behind the other. All three quaternions may change sign.
 void levelInFlight(cCarCam& car, double dt) {
     if (car.qGravity.w < 0.0) Negate(car.qGravity);
     if (SumAbsDiff(car.qGravity, car.QGravityFilterMem) >= 2.0) Negate(car.QGravityFilterMem);
@@ -217,7 +217,7 @@ void UpdateFlight(cCarCam& car, double dt) {
         car.bTakeOffArmed = false;
         car.QGravityFilterMem = car.qTransCarAbs.rotation;
     }
-    // The movement is a velocity stored per sub-step, so adding to it each frame is an acceleration.
+    // The increment carries over from frame to frame, so what is added here piles up: the car falls ever faster.
     const double gravityOn = car.bGravityOn ? 1.0 : 0.0;
     Vector3<double>& increment = car.qTransCarAbsIncr.position;
     increment += gravityOn * car.fGravity * 30.0 * car.dSimStep * dt * 30.0 * car.vGravityDir * car.fBodyLength / 4.0;

@@ -1,11 +1,11 @@
-// The body on its four springs (height, pitch, roll), the wheels' places in the car frame, and flight.
+// Springs under the body (height, pitch, roll), the wheels' places in the car frame, and flight.
 #pragma once
 
 #include "car/CarState.h"
 
 namespace ond::ovs::addon {
 
-/// Mean over the four wheels of the effective radius, scene units.
+/// Effective radius, averaged over the wheels; scene units.
 [[nodiscard]] double MeanWheelRadius(const cCarCam& car);
 
 /// Force of one spring with damper, + pushes the body up.
@@ -17,8 +17,8 @@ double SpringForce(double mass, double h, double diff, double diffPrev, double l
                    double damping, double integralGain, double& integral, double integralLimit, int steps);
 
 /// End of a sub-step of `h` seconds: spring forces, velocity Verlet on height, pitch and roll, then the transforms of
-/// body and wheels. `bodyCentre`: height of the centre of mass; `meanRadius`: of the wheels; `torqueX`: pitch torque
-/// that a burnout has set.
+/// body and wheels. `bodyCentre`: how high the mass sits, scene units; `meanRadius`: of the wheels; `torqueX`: pitch
+/// torque that a burnout has set.
 void UpdateBody(cCarCam& car, double h, double bodyCentre, double meanRadius, double torqueX);
 
 /// Frame phase that notices wheels off the ground: gravity on the movement, and the car levels to the gravity

@@ -18,7 +18,7 @@ using util::Sign;
 
 namespace {
 
-/// The wheel rolls, then steers, then follows the tilt of the body and the car.
+/// Innermost the turn about the axle, around it the yaw, outside both how the car stands in the world.
 void composeOrientation(cCarCam& car, pcWheel& wheel) {
     const Quat<double> qPitch(std::sin(wheel.pfTotalPitch / 2), 0.0, 0.0, std::cos(wheel.pfTotalPitch / 2));
     wheel.qWheelYaw = {0.0, std::sin(wheel.pfYaw / 2), 0.0, std::cos(wheel.pfYaw / 2)};
@@ -74,7 +74,8 @@ void StartCar(cCarCam& car, [[maybe_unused]] const QTransform<double>& current, 
     const Quat<double> qFlip(0.0, std::sin(kQuarterTurn), 0.0, std::cos(kQuarterTurn));
     for (pcWheel& wheel : car.pcWheel) {
         composeOrientation(car, wheel);
-        // Wheels of the right-hand side are turned round here only; each frame's wheel node shows them the right way.
+        // One wheel mesh serves both sides. From the first frame on the wheel nodes turn the right-hand ones; before
+        // it nobody else does.
         if (wheel.qTransWheelRel.position.x > 0.0)
             wheel.qTransWheelAbs.rotation = Multiply(qFlip, wheel.qTransWheelAbs.rotation);
     }

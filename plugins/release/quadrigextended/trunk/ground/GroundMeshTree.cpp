@@ -42,7 +42,7 @@ struct Divisions {
     int z;
 };
 
-/// Low and high half of `box` on x, on y and on z.
+/// Six halves of `box`: for each axis the part below its middle and the part above.
 std::array<AxisBox, 6> halvesOf(const AxisBox& box) {
     const Vector3<double> middle = box.vMin + (box.vMax - box.vMin) / 2.0;
     std::array<AxisBox, 6> halves;

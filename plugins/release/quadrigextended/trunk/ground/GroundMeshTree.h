@@ -1,7 +1,7 @@
 // Spatial subdivision of the stored ground mesh, and the ray query on it.
 //
-// This is the plain form: it states what the answers are. A query asks for the first triangle on a line in the order
-// of the walk, not for the nearest one, and accepts hits behind the origin; callers start far above the ground.
+// This is the plain form: it states what the answers are. A query ends at the first triangle on the line that it
+// looks at, which need not be the nearest and may lie behind the origin; callers start far above the ground.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ class GroundMeshTreeNode {
     /// A node with fewer triangles is a leaf.
     static constexpr std::size_t kMinTrianglesToSplit = 10;
 
-    /// Axis-aligned box of the node, scene units, in the coordinates of the mesh. The root's holds every vertex; a
+    /// The node's share of space along the axes of the mesh, scene units. The root's holds every vertex; a
     /// child's is a cell of its parent's box, which its triangles may stick out of.
     util::Vector3<double> vMin;
     util::Vector3<double> vMax;
@@ -39,8 +39,8 @@ class GroundMeshTreeNode {
     /// @param depth of this node, 0 at the root; limits nothing
     void subdivide(int depth);
 
-    /// The first triangle on the line in the order of the walk: children in order, in a leaf triangles in order. Boxes
-    /// that the line misses are passed over.
+    /// The first triangle on the line that a walk meets, depth first and each list from its front. Boxes that the line
+    /// misses are passed over.
     /// @param direction any length but 0; its length is the unit of `t`
     /// @param t on a hit the parameter of the point, negative behind the origin; without one it may have been changed
     /// @param normal on a hit the unit normal (b - a) x (c - a) of the triangle, not turned towards the ray; may be

@@ -50,8 +50,7 @@ class PhysicsWorld {
 
     /// Makes a body that stands at `transform` and enters it into the world, visible to rays. The world must exist.
     ///
-    /// A body without a shape, and one for which the world has no room, stays outside the world: then it belongs to the
-    /// caller (see deleteBody()).
+    /// Not entered, and then the caller's to free (see deleteBody()): a body that has no shape, and one too many.
     /// @param owner receives the body; becomes null when the world frees it. Must outlive the body's stay in the world.
     /// @param mass 0 for a body that does not move
     /// @param shape not owned; may be null when `mass` is 0

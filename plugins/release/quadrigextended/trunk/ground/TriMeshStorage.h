@@ -22,15 +22,15 @@ inline constexpr int kMaxQuantisedTriangles = (1 << 21) - 1;
 /// infinity begins. Degenerate and duplicated triangles stay; no ray hits the former.
 class triMeshStorage {
   public:
-    /// The view of the arrays that the shape reads through.
+    /// How the library finds the arrays below; the shape keeps a pointer to it.
     std::unique_ptr<btTriangleIndexVertexArray> pIndexVertexArray;
     /// One per vertex of the mesh, in its order; 32 bytes apart.
     std::unique_ptr<btVector3[]> pVertices;
-    /// Three per triangle, 12 bytes apart.
+    /// Corners of the triangles; a triangle takes 12 bytes.
     std::unique_ptr<int[]> pIndices;
-    /// Volume of the shape's bounding box, cubic scene units; or the mass that setShape() was given.
+    /// How much space the shape's box takes, cubic scene units; or the mass that setShape() was given.
     double dVolume = 0.0;
-    /// What the rigid body uses. Declared behind the arrays, so that it goes before them.
+    /// Declared behind the arrays, so that it goes before them.
     std::unique_ptr<btCollisionShape> pShape;
 
     triMeshStorage();

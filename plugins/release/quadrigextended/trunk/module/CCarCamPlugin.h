@@ -11,14 +11,14 @@ namespace ond::ovs::addon {
 
 /// The one descriptor of this module: fixed answers, no data. The contract of each operation is in CCameraPlugin.
 ///
-/// Knows extension 16: the argument is a std::vector<std::string> of the caller, whose content is replaced by the list
-/// of concrete types that createCamera() makes.
+/// Knows extension 16: the argument is a std::vector<std::string> of the caller, into which go the names of the
+/// concrete types that createCamera() makes, and nothing else.
 class CCarCamPlugin : public CCameraPlugin {
   public:
     std::uint64_t callExtension(std::uint32_t id, void* argument) override;
     [[nodiscard]] std::vector<std::uint32_t> getExtensionIds() const override;
 
-    /// Vehicles are not available in this build: always null.
+    /// A new vehicle, for the host to keep and to end with release(). Null only where memory ran out.
     [[nodiscard]] CCamera* createCamera(const CameraCreationRecord& record) override;
 
     [[nodiscard]] std::string getPluginName() const override;

@@ -15,8 +15,8 @@ extern "C" {
 /// Version of the contract that the module was written for.
 QUADRIG_EXPORT std::uint32_t getVersion() noexcept { return 250; }
 
-/// A new descriptor for index 0, owned by the caller, who gives it back with release(). Null for every other index,
-/// since the module carries one plug-in, and when none can be allocated.
+/// A new descriptor for index 0, owned by the caller, who ends it with release(). Null for every other index, since
+/// there is one plug-in in here, and when memory has run out.
 QUADRIG_EXPORT ond::ovs::CCameraPlugin* getPlugin(std::uint32_t index) noexcept {
     return index == 0 ? new (std::nothrow) ond::ovs::addon::CCarCamPlugin : nullptr;
 }

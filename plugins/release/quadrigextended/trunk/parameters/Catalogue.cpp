@@ -262,7 +262,7 @@ constexpr std::array<ParameterRow, 60> kFixedRows = {{
            car<&cCarCam::dGasPedalMaxRateOfChange>, {0.001, 1000000, 0.01}),
 }};
 
-/// Upper end of a channel's maximum: for the steering wheel a little below a right angle, in radians.
+/// How far a channel's maximum can be set. That of the steering wheel is an angle, and its tangent must stay finite.
 constexpr double largestMaximum(int channel) { return channel == pcInput_STEERING_WHEEL ? 1.57 : 1e+16; }
 
 constexpr ParameterRow channelRow(std::string_view label, std::string_view description, NumberField field, double max,

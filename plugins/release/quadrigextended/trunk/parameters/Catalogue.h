@@ -36,9 +36,9 @@ struct ParameterGroup {
     std::size_t rows;  ///< how many rows of the table belong to it; groups follow each other without gaps
 };
 
-/// All rows in the order of the dialog: 60 numbers, 15 flags, 2 whole numbers and a button.
+/// All rows from the top of the dialog down: 60 numbers, 15 flags, 2 whole numbers and a button.
 [[nodiscard]] std::span<const ParameterRow> parameterRows();
-/// All groups in the order of the dialog.
+/// All groups from the top of the dialog down.
 [[nodiscard]] std::span<const ParameterGroup> parameterGroups();
 
 /// The label of a row as the user sees it; it names the item within the vehicle.

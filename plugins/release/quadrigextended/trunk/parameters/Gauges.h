@@ -14,11 +14,11 @@ class CCarCamObject;
 /// left aside. `length`: the car's length in scene units, > 0.
 void updateMaximumGauges(CCarCamObject& vehicle, double length);
 
-/// Sets both velocity read-outs at the end of a frame of a run: the absolute one from the key at `time`, the relative
-/// one from the live channel.
+/// Last act of a run's frame: sets both velocity read-outs, the absolute one from the key at `time`, the relative one
+/// from the live channel.
 void updateVelocityGauges(CCarCamObject& vehicle, double time);
 
-/// Sets both velocity read-outs from the key at `time`, for a timeline that is looked at while no run is active.
+/// Sets both velocity read-outs from the key at `time`, for a timeline that is looked at between runs.
 void updateIdleGauges(CCarCamObject& vehicle, double time);
 
 /// An output channel and what it tells.

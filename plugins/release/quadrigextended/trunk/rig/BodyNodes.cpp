@@ -100,7 +100,7 @@ void CBaseMeshNode::onPrepareEnd(double /*time*/) { qBase = QTransform<double>::
 
 int CBaseMeshNode::update(double time) {
     mPrev = mCurr;
-    // The body's heading, laid into the plane that the base had at the start.
+    // Where the body points, without what points out of the base's plane at the start of the run.
     Vector3<double> z = Rotate(Conjugate(qBase.rotation), Normalized(parent->cCarBodyNode.mPrev.row(2)));
     z.y = 0.0;
     z = Rotate(qBase.rotation, Normalized(z));

@@ -21,7 +21,7 @@ class CCarBodyNode final : public SceneNode {
     int update(double time) override;
 };
 
-/// Lets the user shift the chassis, and with it wheels and cameras, against the model.
+/// Handle for the user: carries wheels and cameras, which can so be shifted as one against the model.
 class CChassisRelocatorNode final : public SceneNode {
   public:
     using CMesh_AttachToMesh = rig::CMesh_AttachToMesh;
@@ -35,7 +35,7 @@ class CChassisRelocatorNode final : public SceneNode {
     int update(double time) override;
 };
 
-/// Marks the point about which the car turns. Its scale also scales the follow camera's distance.
+/// Shows where the turning axis is. The bigger the user makes it, the further away the follow camera stays.
 class CRelativeTurnBaseNode final : public SceneNode {
   public:
     using CMesh_TurnBaseMesh = rig::CMesh_TurnBaseMesh;
@@ -48,8 +48,8 @@ class CRelativeTurnBaseNode final : public SceneNode {
     void onPrepareEnd(double time) override;
 };
 
-/// Hidden mesh that follows the car's position and heading and keeps the up axis it had at the start of the run: the
-/// reference of the gravity filter.
+/// Never seen: goes where the car goes and points where it points, but never tilts against its first pose of the run.
+/// The gravity filter measures against it.
 class CBaseMeshNode final : public SceneNode {
   public:
     QTransform<double> qBase;  ///< mInit as a transform

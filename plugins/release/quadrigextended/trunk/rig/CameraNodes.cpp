@@ -20,7 +20,7 @@ namespace {
 
 constexpr double kDegree = 3.141592653589793 / 180.0;
 
-/// The pose behind and above the turn base that the camera wants.
+/// Where the filters are drawing the camera to.
 QTransform<double> wantedPose(const CFollowCamNode& camera) {
     const CRelativeTurnBaseNode& turnBase = camera.parent->cRelativeTurnBaseNode;
     QTransform<double> pose = QTransform<double>::FromMatrix(turnBase.mCurr);
@@ -61,7 +61,7 @@ int CFollowCamNode::update(double time) {
     FilterExact(qFollowFilterMem.position, qFollowTarget.position, dPosResponse, 1.0, dt);
     FilterExact(qFollowCam.position, qFollowFilterMem.position, dPosResponse, 1.0, dt);
 
-    // The user's move of the chassis acts on the camera at once, in the chassis' own space.
+    // A chassis that was moved by hand takes the camera along, past the filters.
     const CChassisRelocatorNode& chassis = parent->cChassisRelocatorNode;
     Matrix4 moved = chassis.mLocal;
     moved.setRow(3, moved.row(3) - chassis.vInitPos);

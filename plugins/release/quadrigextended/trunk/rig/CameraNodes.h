@@ -6,7 +6,8 @@
 
 namespace ond::ovs::addon::rig {
 
-/// Trails the car with a soft lag: two filter stages behind a point above and behind the turn base.
+/// The camera that comes after the car: it wants to be at a point above and behind the turn base, and gets there
+/// through two filters one behind the other.
 class CFollowCamNode final : public SceneNode {
   public:
     double dFieldOfView = 45.0;           ///< degrees
@@ -41,7 +42,7 @@ class CTopViewCamNode final : public SceneNode {
     bool create() override;
 };
 
-/// Turns with the steering angle.
+/// Shows how far the driver has turned it.
 class CSteeringWheelNode final : public SceneNode {
   public:
     using CMesh_SteeringWheelMesh = rig::CMesh_SteeringWheelMesh;
@@ -55,7 +56,7 @@ class CSteeringWheelNode final : public SceneNode {
     void onPrepareEnd(double time) override;
 };
 
-/// Sets the field of view of the node's camera at `time`.
+/// Sets the opening angle of the node's camera at `time`.
 void setFieldOfView(const SceneNode& node, double degrees, double time);
 
 }  // namespace ond::ovs::addon::rig

@@ -1,4 +1,4 @@
-// The helper meshes of a rig as a group: what "Hide Helpers" and the wireframe mode act on. The cameras are not in it.
+// Meshes that help to set a rig up: what "Hide Helpers" and the wireframe mode act on. Cameras have flags of their own.
 #pragma once
 
 namespace ond::ovs::addon {

@@ -8,7 +8,7 @@ namespace ond::ovs::addon::rig {
 
 namespace {
 
-/// Runs `use` on the transform object of the node's element at `time`; false if there is none.
+/// Lends `use` the element's transform at `time`. False, without a call of `use`, where the host has none.
 template <class Use>
 bool withTransform(const SceneNode& node, double time, Use use) {
     if (node.pMesh == nullptr) return false;

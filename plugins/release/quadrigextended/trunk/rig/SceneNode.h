@@ -1,4 +1,4 @@
-// Base of all rig nodes: a node owns one element of the host's scene and remembers where it was.
+// What the nodes of a rig have in common: each stands for one element of the scene and remembers where it was.
 #pragma once
 
 #include <cstdint>
@@ -20,21 +20,21 @@ using util::Matrix4;
 using util::QTransform;
 using util::Vector3;
 
-/// A node holds no state of the simulation beyond the fields below. It reads the vehicle's car record and writes
-/// transforms into the host. Copying a node copies the handle: both then stand for the same element.
+/// A node holds no state of the simulation beyond the fields below. What it shows it takes out of the vehicle's car
+/// record. Copying a node copies the handle: both then stand for the same element.
 ///
-/// In every matrix rows 0 to 2 are the axes with the scale as their length, row 1 the up axis, row 3 the position, all
-/// in scene units. Without an element every read gives the identity and every write does nothing.
+/// All matrices are in scene units, with the scale in the length of the axes; row 1 points up, row 3 is the position.
+/// Without an element every read gives the identity and every write does nothing.
 class SceneNode {
   public:
-    CCarCamObject* parent = nullptr;  ///< the vehicle; set by it right after construction, not owned
-    std::string sName;                ///< bare name of the element, fixed by the class
+    CCarCamObject* parent = nullptr;  ///< the vehicle, whose constructor sets this; not owned
+    std::string sName;                ///< what the element is created as, without the vehicle's name
     MeshHandle* pMesh = nullptr;      ///< the element; owned by the host; null until made or bound, and after destroy()
-    Matrix4 mPrev;                    ///< world matrix one frame ago
-    Matrix4 mCurr;                    ///< world matrix of this frame
+    Matrix4 mPrev;                    ///< mCurr of the frame before
+    Matrix4 mCurr;                    ///< world matrix, as this frame has made it
     Matrix4 mPrev2;                   ///< two frames ago; only wheels shift it
-    Matrix4 mInit;                    ///< world matrix at the start of the run
-    Vector3<double> vInitScale{1.0, 1.0, 1.0};  ///< lengths of the axes of mInit
+    Matrix4 mInit;                    ///< world matrix, as a run found it
+    Vector3<double> vInitScale{1.0, 1.0, 1.0};  ///< Scale() of mInit
 
     /// Makes the element. Answers whether it did; the wheel family is made by createAtCorner() instead.
     virtual bool create() { return false; }
@@ -58,17 +58,17 @@ class SceneNode {
     ~SceneNode() = default;
 };
 
-/// World matrix of the node's element at `time`; the identity if there is no element.
+/// Asks the host for a world matrix; answers the identity for a node without element.
 void readWorldMatrix(const SceneNode& node, Matrix4& out, double time);
 [[nodiscard]] Matrix4 readWorldMatrix(const SceneNode& node, double time);
 
-/// Local matrix of the node's element at `time`; the identity if there is no element.
+/// The same for a local matrix.
 [[nodiscard]] Matrix4 readLocalMatrix(const SceneNode& node, double time);
 
-/// Sets the world matrix at `time`, which makes the keyframe while the host records. 0, or 1 without an element.
+/// Hands a world matrix to the host, which keys it when recording. Gives 0, or 1 without an element.
 int writeWorldMatrix(const SceneNode& node, const Matrix4& matrix, double time);
 
-/// Sets the local matrix at `time`. 0, or 1 without an element.
+/// The same for a local matrix.
 int writeLocalMatrix(const SceneNode& node, const Matrix4& matrix, double time);
 
 /// Fills the node's matrices from the scene for a run that starts at `time`: mInit, vInitScale, mPrev (one frame

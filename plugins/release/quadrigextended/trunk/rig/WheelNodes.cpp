@@ -33,7 +33,7 @@ MeshHandle* relocatorHandle(const CCarCamObject& vehicle, std::uint32_t corner) 
     return corner < vehicle.aWheelRelocatorNodes.size() ? vehicle.aWheelRelocatorNodes[corner].pMesh : nullptr;
 }
 
-/// World matrix of the corner's relocator; the identity where a rig has none.
+/// Where the user has put the wheel of a corner; the identity where a rig has no relocator.
 Matrix4 relocatorMatrix(const CCarCamObject& vehicle, std::uint32_t corner, double time) {
     if (corner >= vehicle.aWheelRelocatorNodes.size()) return {};
     return readWorldMatrix(vehicle.aWheelRelocatorNodes[corner], time);
@@ -48,8 +48,8 @@ const WheelGeometry& geometry(const CCarCamObject& vehicle, std::uint32_t corner
 void createCentre(SceneNode& node, std::uint32_t corner, const CMesh& mesh) {
     CCarCamObject& vehicle = *node.parent;
     CInterface& host = *vehicle.hostInterface;
-    const double now = host.getCurrentTime();
     node.pMesh = host.createMeshElement(node.sName + cornerSuffix(corner), relocatorHandle(vehicle, corner), &mesh, 0);
+    const double now = host.getCurrentTime();
     Matrix4 matrix = readWorldMatrix(vehicle.cCarBodyNode, now);
     if (corner < vehicle.aWheelNodes.size()) matrix.setRow(3, readWorldMatrix(vehicle.aWheelNodes[corner], now).row(3));
     writeWorldMatrix(node, matrix, now);

@@ -11,7 +11,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// Where the user places and sizes the wheel. Moves with its parent or with the user only.
+/// Handle for the user: place and size of the wheel. The vehicle moves it at the start of a run only.
 class CWheelRelocatorNode final : public SceneNode {
   public:
     using CMesh_AttachToMesh = rig::CMesh_AttachToMesh;
@@ -22,16 +22,16 @@ class CWheelRelocatorNode final : public SceneNode {
     virtual bool createAtCorner(std::uint32_t corner);
 };
 
-/// The rolling wheel, which probes the ground.
+/// The wheel as it is seen, and the search for the ground under it.
 class CWheelNode final : public SceneNode {
   public:
     using CMesh_WheelMesh = rig::CMesh_WheelMesh;
 
     std::uint32_t iCorner = 0;
-    Vector3<double> vWheelDownPrev;               ///< the car's down direction at the previous update
+    Vector3<double> vWheelDownPrev;               ///< where the car had its underside one update ago, unit; 0 before
     std::vector<MeshHandle*> aGroundMeshes;       ///< ground elements of this update; owned by the host
     std::vector<SurfaceObject*> aGroundSurfaces;  ///< their surfaces, without gaps; owned by the host
-    double dCurrDelta = 0.0;                      ///< filtered distance to the ground position, see update(); keyed
+    double dCurrDelta = 0.0;                      ///< how far the wheel is from where its rays start, filtered; keyed
     double dCurrDeltaW = 0.0;                     ///< the same, unfiltered; keyed
 
     /// Work space of the probing per surface, kept so that a frame allocates nothing.
@@ -46,20 +46,20 @@ class CWheelNode final : public SceneNode {
 
     /// Probes the ground and writes this node's matrices and the wheel record; makes no keyframe.
     int update(double time) override;
-    /// Takes the wheel's radius from the element's y scale.
+    /// Measures the wheel: the scale along Y is its radius, whatever mesh shows it.
     void onPrepareEnd(double time) override;
 
-    /// Casts through the vehicle's physics world. `t` in multiples of `direction`, `normal` as the library gives it;
-    /// both unchanged without a hit.
+    /// Casts through the vehicle's physics world. On a hit at origin + t * direction sets `t`, and `normal` as the
+    /// library gives it; else neither.
     virtual bool castBulletRay(const Vector3<double>& origin, const Vector3<double>& direction, double& t,
                                Vector3<double>& normal, double rayLength);
     virtual bool createAtCorner(std::uint32_t corner);
 
-    /// Writes the wheel to the host, with extra keys where it turned too far in one frame to be interpolated.
+    /// Makes the wheel's keyframe, and more of them where it turned too far in one frame to be interpolated.
     void writeWheelKeys(double time);
 };
 
-/// Attach point that follows the suspension travel and does not steer.
+/// Attach point that goes up and down with the wheel but keeps its heading, for fenders and the like.
 class CWheelCenterSuspensionNode final : public SceneNode {
   public:
     using CMesh_WheelGroundMesh = rig::CMesh_WheelGroundMesh;

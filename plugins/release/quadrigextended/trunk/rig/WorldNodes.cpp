@@ -17,7 +17,7 @@ namespace {
 
 constexpr double kDegree = 3.141592653589793 / 180.0;
 
-/// A parent whose mesh is empty cannot enter the physics world: says so and goes back to the host's own surfaces.
+/// There is no body for a parent whose mesh is empty: says so and goes back to the host's own surfaces.
 void cancelFastCastOnEmptyParent(CCarCamObject& vehicle, MeshHandle& ground, double time) {
     CInterface& host = *vehicle.hostInterface;
     SurfaceObject* surface = host.getSurfaceObject(&ground, time);
@@ -106,10 +106,10 @@ void CGravityDirectionNode::onPrepareEnd(double time) {
 
 bool CTargetNode::create() {
     const cCarCam& car = parent->cCarCam;
-    const double now = parent->hostInterface->getCurrentTime();
     const CMesh mesh = CMesh_TargetMesh() * Scaling(0.4);
     pMesh = parent->hostInterface->createMeshElement(sName, nullptr, &mesh, 0);
     if (pMesh != nullptr) pMesh->callExtension(17, nullptr);
+    const double now = parent->hostInterface->getCurrentTime();
     writeLocalMatrix(*this,
                      readWorldMatrix(parent->cCarBodyNode, now) * Scaling(1 / car.fBodyLength) *
                          Translation({0.0, car.fBodyRestHeight, car.fBodyLength / 2 * -2.01}),

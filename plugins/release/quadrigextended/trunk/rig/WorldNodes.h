@@ -1,4 +1,5 @@
-// The nodes that tie the vehicle to the world: gravity and ground, the target of autonomous mode, the external force.
+// Nodes that stand for what acts on the car from outside: gravity and ground, the target of autonomous mode, the
+// external force.
 #pragma once
 
 #include <vector>
@@ -9,7 +10,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// Says where down is and, through its parent and children, what the ground is.
+/// Its -Y is the direction of gravity. Meshes that it hangs on, or that hang on it, are the ground.
 class CGravityDirectionNode final : public SceneNode {
   public:
     using CMesh_GravityDirectionMesh = rig::CMesh_GravityDirectionMesh;
@@ -35,7 +36,7 @@ class CTargetNode final : public SceneNode {
     int update(double time) override;
 };
 
-/// Places and aims the external force on the body.
+/// Handle for the user: where the external force acts and which way it pushes.
 class CExternalForceNode final : public SceneNode {
   public:
     using CMesh_GravityDirectionMesh = rig::CMesh_GravityDirectionMesh;

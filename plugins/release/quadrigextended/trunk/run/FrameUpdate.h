@@ -9,7 +9,7 @@ class CCarCamObject;
 /// are read and written.
 void updateFrame(CCarCamObject& vehicle, double time);
 
-/// See CCamera::showFrame(). Moves nothing: the host plays the recorded motion.
+/// See CCamera::showFrame(). Moves nothing: what was recorded moves by its keyframes.
 void showFrame(CCarCamObject& vehicle, double time);
 
 /// Reads the nine device values into the channels, in order. A channel without a property reads as 0.

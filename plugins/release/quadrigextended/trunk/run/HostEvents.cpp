@@ -3,10 +3,10 @@
 #include <string_view>
 
 #include "CCarCamObject.h"
-#include "ground/GroundCapture.h"
 #include "ond/ovs/CREEventUndo.h"
 #include "parameters/Gauges.h"
 #include "rig/Helpers.h"
+#include "run/GroundCapture.h"
 
 namespace ond::ovs::addon {
 

@@ -7,7 +7,7 @@ namespace ond::ovs::addon {
 
 class CCarCamObject;
 
-/// See CInterface::Callback::onParameterChanged(). Labels without a reaction are ignored.
+/// See CInterface::Callback::onParameterChanged(). Of most labels nothing follows.
 void onParameterChanged(CCarCamObject& vehicle, const std::string& label);
 
 }  // namespace ond::ovs::addon

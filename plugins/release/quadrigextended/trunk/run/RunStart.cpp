@@ -5,11 +5,11 @@
 #include "CCarCamObject.h"
 #include "car/StepCar.h"
 #include "car/WheelRolling.h"
-#include "ground/BuildCollisionObjects.h"
 #include "ground/BulletLibrary.h"
 #include "ond/ovs/CVariableModUndo.h"
 #include "parameters/Gauges.h"
 #include "rig/Helpers.h"
+#include "run/BuildCollisionObjects.h"
 #include "run/FrameUpdate.h"
 #include "run/Settling.h"
 #include "state/AnimatedState.h"
@@ -29,7 +29,7 @@ namespace {
 
 using Transform = QTransform<double>;
 
-/// One start of a run. `dt` is the host's frame step.
+/// What the steps of one start share. `dt`: seconds in a frame.
 class Start {
   public:
     Start(CCarCamObject& vehicle, double startTime)
@@ -57,7 +57,7 @@ class Start {
 
     void restoreFromKeys();
     void startCorners();
-    void startCorner(int i);
+    void startCorner(std::size_t i);
     void resetSkid();
     void startCarModel();
     void initialVelocity();
@@ -101,7 +101,7 @@ void Start::run() {
     finish();
 }
 
-/// Size and pose of the body. The lengths are those before the rows are made uniform.
+/// Size and pose of the body. A body that is scaled unevenly is measured as it is, and then made even.
 void Start::measureBody(bool warn) {
     body = readWorldMatrix(v.cCarBodyNode, time);
     const Vector3<double> s = util::Scale(body);
@@ -204,7 +204,7 @@ bool Start::measureCorner(std::size_t i) {
     return together;
 }
 
-/// The car frame: on the plane of the contact points, below the body, heading from the back wheels to the front ones.
+/// The car frame: below the body, where the contact points' plane is, heading from the back wheels to the front ones.
 void Start::placeCarFrame() {
     const Vector3<double> frontMid = contacts[1] + (contacts[0] - contacts[1]) / 2.0;
     const Vector3<double> backMid = contacts[3] + (contacts[2] - contacts[3]) / 2.0;
@@ -260,35 +260,31 @@ void Start::restoreFromKeys() {
 }
 
 void Start::startCorners() {
-    for (int i = 0; i < kNumWheels; ++i) startCorner(i);
+    for (std::size_t i = 0; i < corners(); ++i) startCorner(i);
 }
 
-void Start::startCorner(int i) {
-    const auto index = static_cast<std::size_t>(i);
+void Start::startCorner(std::size_t i) {
     pcWheel& wheel = car.pcWheel[i];
-    rig::CWheelNode* const node = index < corners() ? &v.aWheelNodes[index] : nullptr;
+    rig::CWheelNode& node = v.aWheelNodes[i];
     const auto keyed = [&](const std::array<AVar_Linear<double>, kNumWheels>& variables) {
-        return v.bFreshStart ? 0.0 : variables[index].valueAt(time);
+        return v.bFreshStart ? 0.0 : variables[i].valueAt(time);
     };
     wheel.fSuspZeroDiff = keyed(v.ancCarCampcWheelfSuspZeroDiff);
     wheel.fSuspZeroDiff_prev = keyed(v.ancCarCampcWheelfSuspZeroDiff_prev);
     wheel.pfTotalPitch = keyed(v.ancCarCampcWheelpfTotalPitch);
-    if (node != nullptr) {
-        node->dCurrDelta = keyed(v.ancWheelNodeCurrDelta);
-        node->dCurrDeltaW = keyed(v.ancWheelNodeCurrDeltaW);
-    }
+    node.dCurrDelta = keyed(v.ancWheelNodeCurrDelta);
+    node.dCurrDeltaW = keyed(v.ancWheelNodeCurrDeltaW);
     wheel.dWheelGroundNormalDiff =
         v.bFreshStart
             ? Rotate(Conjugate(car.qTransCarAbs.rotation), wheel.qTransWheelAbs.position - car.qTransCarAbs.position).y
             : keyed(v.andWheelGroundNormalDiff);
     wheel.bInAir = false;
-    if (node == nullptr) return;
     if (!v.bFreshStart) {
-        prepareNode(*node, time);
-        if (index < v.aWheelCenterNodes.size()) prepareNode(v.aWheelCenterNodes[index], time);
-        if (index < v.aWheelCenterSuspensionNodes.size()) prepareNode(v.aWheelCenterSuspensionNodes[index], time);
+        prepareNode(node, time);
+        if (i < v.aWheelCenterNodes.size()) prepareNode(v.aWheelCenterNodes[i], time);
+        if (i < v.aWheelCenterSuspensionNodes.size()) prepareNode(v.aWheelCenterSuspensionNodes[i], time);
     }
-    wheel.qTransWheelAbs_prev = Transform::FromMatrix(readWorldMatrix(*node, frameBefore));
+    wheel.qTransWheelAbs_prev = Transform::FromMatrix(readWorldMatrix(node, frameBefore));
 }
 
 void Start::resetSkid() {
@@ -317,6 +313,7 @@ void Start::finish() {
     car.dBaseStiffnessBack = car.fStiffnessBack;
     car.dBaseDampingFront = car.fDampingFront;
     car.dBaseDampingBack = car.fDampingBack;
+    v.destroyPhysics();  // of a run that was not stopped
     if (v.bUseStaticMesh) startPhysics();
     if (v.bHideHelpersDuringRecording || v.bHideHelpers) rig::hideHelpers(v);
     cutHistories();
@@ -330,7 +327,8 @@ void Start::startCarModel() {
     StartCar(car, now, before, dt);
 }
 
-/// The three ways to an initial velocity: a held pedal, the body's recorded motion, or the dialog's value.
+/// How fast the car is already at the start. A pedal that is held, the body's recorded motion and the dialog's value
+/// can each tell.
 void Start::initialVelocity() {
     readInputs(v);
     readInputs(v);
@@ -344,7 +342,7 @@ void Start::initialVelocity() {
     else if (std::abs(keyed) > 0.01)
         dStart = keyed;
     gas.value = dStart;
-    // The axis is as long as the body, which turns car lengths per second into scene units.
+    // The axis is as long as the body, so a speed in car lengths needs no other factor.
     car.qTransCarAbsIncr_prev.position = -now.row(2) * dStart * car.dSimStep;
     car.qTransCarAbsIncr.position = car.qTransCarAbsIncr_prev.position;
 }
@@ -362,7 +360,6 @@ void Start::startFollowing() {
 }
 
 void Start::startPhysics() {
-    v.destroyPhysics();
     v.cPhysicsWorld.createWorld(car.fGravity * Vector3<double>(0.0, -1.0, 0.0));
     if (v.cPhysicsWorld.pWorld == nullptr) {
         host.messageBox("Physics World not created", "Error", 0);

@@ -5,14 +5,14 @@
 
 namespace ond::ovs::addon {
 
-/// Point where the ray from `origin` along `down` meets the plane through three points, which are given relative to
-/// `origin`. A plane that holds the origin, or none at all, has no such point and gives numbers that are not finite or
-/// the origin itself.
+/// The plane through three points, given relative to `origin`, at the place that lies in direction `down` from there.
+/// A plane that holds the origin, or none at all, has no such place and gives numbers that are not finite or the
+/// origin itself.
 [[nodiscard]] Vector3<double> pointOnPlane(const Vector3<double>& origin, const Vector3<double>& down,
                                            const Vector3<double>& a, const Vector3<double>& b,
                                            const Vector3<double>& c);
 
-/// Settles the car on its wheels after they have found the ground: turns the car frame towards the plane through the
+/// Fits the car frame to the wheels after they have found the ground: turns it towards the plane through the
 /// contact points of the front wheels and the middle of the back ones, and puts its origin on that plane below the
 /// body.
 void settleOnWheels(cCarCam& car);

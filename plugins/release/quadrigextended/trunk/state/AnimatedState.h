@@ -16,10 +16,10 @@ enum class Restore {
     byHand,   ///< run start has a rule of its own for it
 };
 
-/// From where on the start of a run erases the keys.
+/// Where a run begins to cut a history when it starts.
 enum class EraseFrom {
     start,      ///< the start time itself
-    nextFrame,  ///< one frame later: the value is a state after a frame, and the run starts from it
+    nextFrame,  ///< one frame later: the key at the start is what a frame has left, and the run goes on from it
 };
 
 /// A variable of the vehicle and the live value that it is the history of.
@@ -56,7 +56,7 @@ extern const std::array<AnimatedRow, 41> kAnimatedState;
 /// The row of a key; null for a key that names no variable.
 [[nodiscard]] const AnimatedRow* findAnimatedRow(std::string_view key);
 
-/// Calls `visit(row, variable, live)` for every variable in the order of the list; corner rows corner by corner.
+/// Calls `visit(row, variable, live)` for every variable, row after row; corner rows corner by corner.
 /// `variable` is an AVar of one of the six kinds; `live` points to the live value, or is null where the rig lacks the
 /// corner (the car model itself always has four wheels).
 template <class Visit>

@@ -22,7 +22,7 @@ void sendExtension(const rig::SceneNode& node, std::uint32_t id);
 /// How the names of corner elements are formed.
 enum class CornerNames {
     suffixed,  ///< "_FL", "_FR", "_BL", "_BR", and the bare name for one that follows these
-    numbered,  ///< 00, 01 and so on; rigs of the oldest versions
+    numbered,  ///< two digits, from 00 up; rigs of the oldest versions
 };
 
 /// Name of the element of a corner.
@@ -33,8 +33,8 @@ enum class CornerNames {
     return names == CornerNames::suffixed ? 5 : 100;
 }
 
-/// Fills `nodes` with one node per corner, for as long as the scene has an element of the corner's name. The rig in the
-/// scene so decides how many corners there are.
+/// Fills `nodes` with one node per corner, for as long as the scene has an element of the corner's name. No number of
+/// corners is presumed.
 template <class Node>
 void bindCorners(CCarCamObject& vehicle, std::vector<Node>& nodes, const std::string& name, CornerNames names) {
     for (std::uint32_t corner = 0; corner < mostCorners(names); ++corner) {

@@ -12,8 +12,8 @@ struct Load {
     CCarCamObject& vehicle;
     const SavedTree& tree;
 
-    /// Whether the block is of version `version` or later. Versions are compared as the text of the root's name: the
-    /// series 100 to 140 is followed by 8107 to 8148, and that by 9201.
+    /// Whether the block is of version `version` or later. Versions are compared as the text of the root's name: they
+    /// went from 100 to 140, then from 8107 to 8148, and now stand at 9201.
     [[nodiscard]] bool atLeast(int version) const;
 
     /// Reads the leaf of a saved key into the field or history that is saved under it. False if the block lacks it.

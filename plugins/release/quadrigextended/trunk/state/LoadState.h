@@ -1,4 +1,4 @@
-// Loading a vehicle that comes out of a saved scene.
+// Loading a vehicle: its rig is in the scene already, its state comes from the host.
 #pragma once
 
 #include <cstddef>

@@ -125,7 +125,7 @@ constexpr auto kSteps = std::to_array<VersionStep>({
     {.from = 100, .newer = readWheelStore},
     {.from = 8115, .newer = readGravityMemory},
     {.from = 100, .newer = bindOrMakeBaseMesh},
-    // The amends go to another field than the key.
+    // Key and amends are for two different fields.
     {.from = 8118,
      .keys = {"cCarCam.dSkidBrakeRotBrakeMult"},
      .olderNumber = {car<&cCarCam::dSkidBrakeStopFactor>, 0.5}},

@@ -223,13 +223,6 @@ bool readFixateCenters(const Load& load) {
 
 namespace {
 
-/// Whether there are faces and none of them points outside the vertices.
-bool isUsable(const util::CMesh& mesh) {
-    const int vertices = mesh.getNumVertices();
-    return mesh.getNumFaces() >= 1 && std::all_of(mesh.faces.begin(), mesh.faces.end(),
-                                                  [vertices](int index) { return index >= 0 && index < vertices; });
-}
-
 util::CMesh meshFromText(const SavedChunk& chunk) {
     // The text ends at its NUL, in a damaged block at the latest with the leaf.
     const std::string text(chunk.data, std::find(chunk.data, chunk.data + chunk.size, '\0'));
@@ -250,7 +243,8 @@ bool readGroundMesh(const Load& load) {
         return true;
     }
     v.cMesh_storedGroundMesh = meshFromText(*text);
-    if (!isUsable(v.cMesh_storedGroundMesh)) {
+    // Faulty faces stay: all that walks the mesh leaves them out, and the next save writes them as they came.
+    if (v.cMesh_storedGroundMesh.getNumFaces() < 1) {
         v.cMesh_storedGroundMesh = util::CMesh();
         return true;
     }

@@ -8,7 +8,7 @@ namespace ond::ovs::addon::migration {
 // Record and channels
 bool takeFlagsAndChannels(const Load& load);
 bool takeDimensions(const Load& load);
-/// The turn base of a block below 115, as it was before the rest of the record is read.
+/// The turn base of a block below 115. To be called before anything else of the record is read.
 bool shiftTurnBase(const Load& load);
 /// The turn base of a block below 116, once everything is read.
 bool rescaleTurnBase(const Load& load);

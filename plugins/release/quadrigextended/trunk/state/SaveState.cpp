@@ -106,7 +106,7 @@ std::string rootName(const CInterface& host) {
     return "CarCamDataChunk" + std::to_string(known ? host.link->descriptor->getInterfaceStamp() : 0);
 }
 
-/// The stored ground mesh as text; empty if there is none.
+/// What the leaf of the stored mesh says; empty where no mesh is stored.
 std::string takeGroundText(CCarCamObject& v) {
     if (!v.bStoreGroundMeshData) return {};
     if (v.cMesh_storedGroundMesh.getNumFaces() < 1) {

@@ -13,13 +13,13 @@
 
 namespace ond::ovs::addon {
 
-/// The record of the oldest parameters.
+/// See SavedRecord.h.
 struct RecordLeaf {};
 /// The history of the row of the animated state that bears the same key.
 struct HistoryLeaf {};
 /// The histories of the corners: no payload, one child for each of kWheelStoreKeys and corner, corner by corner.
 struct WheelStoreLeaf {};
-/// The stored ground mesh as text with a closing NUL; only there if a mesh is stored.
+/// XML of the stored mesh, closed by a NUL; only there if there is such a mesh.
 struct GroundTextLeaf {};
 
 /// Plain values, by the field that holds them.
@@ -34,10 +34,10 @@ using SavedBinding = std::variant<RecordLeaf, HistoryLeaf, WheelStoreLeaf, Groun
 struct SavedRow {
     std::string_view key;
     SavedBinding binding;
-    bool onlyWithGround = false;  ///< left out unless a ground mesh is stored
+    bool onlyWithGround = false;  ///< left out without a stored mesh
 };
 
-/// All leaves in the order of the block.
+/// All leaves, the first of the block first.
 extern const std::array<SavedRow, 93> kSavedRows;
 
 /// Keys of the children of the wheel store for one corner. They repeat for each corner, so children count by position.
@@ -74,7 +74,7 @@ void visitHistory(CCarCamObject& vehicle, std::string_view key, Visit&& visit) {
 struct LeafShape {
     enum class Kind {
         fixed,    ///< `size` bytes, no children
-        history,  ///< the block of an animated variable with `size` bytes a key, no children
+        history,  ///< what an AVar writes, with `size` bytes a key; no children
         branch,   ///< no bytes, at most `size` children
         text,     ///< characters and a NUL, no children; `size` has no meaning
     };

@@ -1,4 +1,4 @@
-// The record of the oldest parameters inside a saved block.
+// One leaf of a saved block: what the first versions had to save, as one record of fixed offsets.
 #pragma once
 
 #include <cstddef>

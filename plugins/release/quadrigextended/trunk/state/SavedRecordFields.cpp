@@ -56,7 +56,7 @@ constexpr std::array<FlagRow, 8> kFlags = {{
     {&Record::bWireframeMode, &Vehicle::bWireframeMode},
 }};
 
-/// The numbers in the order of their bytes.
+/// The numbers, by rising offset.
 constexpr auto kNumbers = std::to_array<NumberRow>({
     response<0>(),
     response<1>(),

@@ -1,4 +1,4 @@
-// The record of the oldest parameters between the vehicle, its member and its bytes.
+// SavedRecord's three shapes and the ways between them: fields of the vehicle, a member of it, bytes of a block.
 #pragma once
 
 #include "state/SavedRecord.h"
@@ -16,7 +16,7 @@ void refreshRecord(CCarCamObject& vehicle);
 /// Stores the record's 368 bytes at `to`.
 void storeRecord(const DataChunkSaveStruct& record, unsigned char* to);
 
-/// Inverse of storeRecord(). A flag's byte other than 0 is true.
+/// Inverse of storeRecord(). Every byte but 0 sets a flag.
 [[nodiscard]] DataChunkSaveStruct loadRecord(const unsigned char* from);
 
 /// Copies the first part of the vehicle's record into the vehicle: flags, channels, skid brake factors and turn base.

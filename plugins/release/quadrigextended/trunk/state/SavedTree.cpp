@@ -19,7 +19,7 @@ constexpr std::size_t kHeaderSize = 12;
 constexpr std::size_t kHistoryHeaderSize = 16;
 
 /// Largest payload of an unknown kind that is believed without a proof.
-constexpr std::size_t kLargestUnproven = std::size_t{1} << 20;
+constexpr std::size_t kLargestUnproven = std::size_t{1} << 16;
 
 /// What follows from looking at a chunk.
 enum class Verdict {
@@ -70,10 +70,10 @@ Verdict history(Header& header, std::size_t keySize) {
 
 Verdict unknown(const Header& header) {
     if (!isPrintable(header.name)) return Verdict::damaged;
-    if (header.payload <= kLargestUnproven) return Verdict::sound;
-    const bool proven =
-        ownSizeOfHistory(header.data, header.payload, 0) == header.payload || isTextOfSize(header.data, header.payload);
-    return proven ? Verdict::sound : Verdict::damaged;
+    if (const auto own = ownSizeOfHistory(header.data, header.payload, 0))
+        return *own == header.payload ? Verdict::sound : Verdict::damaged;
+    const bool believed = header.payload <= kLargestUnproven || isTextOfSize(header.data, header.payload);
+    return believed ? Verdict::sound : Verdict::damaged;
 }
 
 Verdict text(const Header& header) {

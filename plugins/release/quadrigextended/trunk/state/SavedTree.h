@@ -3,11 +3,10 @@
 // The contract hands a block over as a bare pointer, with the promise that it is whole. A file may be damaged all the
 // same, and a damaged size would send a reader far behind the block's end. So without a known size a chunk must prove
 // itself before anything behind it is looked at:
-//   - a key that this program knows has the size and the kind of its value (an animated variable tells its size a
-//   second
-//     time, in the header of its own block), and no children that it cannot have;
-//   - a key that it does not know is made of printable characters, as all keys are, and its payload is small, or tells
-//     its size itself as a variable or a text does;
+//   - a key that this program knows has the size and the kind of its value, and no children that it cannot have; an
+//     animated variable tells its size a second time, in the header of its own block, and the two agree;
+//   - a key that it does not know is made of printable characters, as all keys are; its payload is small (64 KiB) or
+//     tells its own size, as a variable or a text does, and where it tells one, that is the size;
 //   - no chunk announces more than 4,096 children.
 // What proves itself wrong ends the reading; the tree then holds what stood before, and loading fails at the first key
 // that it lacks. A leaf that is too small for its value is passed over, which can lead nowhere far. Where the size of
@@ -31,7 +30,7 @@ struct SavedChunk {
     std::vector<SavedChunk> children;  ///< filled in for the wheel stores only; other chunks' children are passed over
 };
 
-/// The size that the block of an animated variable gives itself, header included; nothing if it does not begin with
+/// The size that a saved history gives itself, header included; nothing if it does not begin with
 /// such a header, or if that contradicts itself. `keySize`: bytes of a key, 0 for any.
 [[nodiscard]] std::optional<std::size_t> ownSizeOfHistory(const unsigned char* data, std::size_t size,
                                                           std::size_t keySize);

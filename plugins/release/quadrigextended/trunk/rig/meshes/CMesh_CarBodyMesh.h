@@ -5,7 +5,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// The car body, about one unit long: +X right, +Y up, front towards -Z, origin between the axles.
+/// Bodywork in the car's axes, its nose at the -Z end; a length near 1, the origin between the axles.
 class CMesh_CarBodyMesh : public util::CMesh {
   public:
     CMesh_CarBodyMesh();

@@ -5,7 +5,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// Steering wheel with its column; the driver sits at +Z.
+/// Wheel and column; the driver sits at +Z.
 class CMesh_SteeringWheelMesh : public util::CMesh {
   public:
     CMesh_SteeringWheelMesh();

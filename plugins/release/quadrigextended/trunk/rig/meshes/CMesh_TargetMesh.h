@@ -5,7 +5,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// Three crossed bars along X, Y and Z, each from -1 to 1.
+/// A cross of three bars, one on each axis from -1 to 1.
 class CMesh_TargetMesh : public util::CMesh {
   public:
     CMesh_TargetMesh();

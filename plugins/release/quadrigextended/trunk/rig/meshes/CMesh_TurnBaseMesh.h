@@ -5,7 +5,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// A post on the ground with an arrow towards -Z: the point about which the car turns.
+/// A post on the ground with an arrow towards -Z.
 class CMesh_TurnBaseMesh : public util::CMesh {
   public:
     CMesh_TurnBaseMesh();

@@ -5,7 +5,7 @@
 
 namespace ond::ovs::addon::rig {
 
-/// A thin upright plate in the XY plane with a pointed lower edge at y = 0.
+/// A thin plate that stands upright in the XY plane; below it ends in a point, at y = 0.
 class CMesh_WheelGroundMesh : public util::CMesh {
   public:
     CMesh_WheelGroundMesh();

@@ -1,4 +1,4 @@
-#include "ground/CollisionObjects.h"
+#include "rig/CollisionObjects.h"
 
 #include "ground/BulletLibrary.h"
 

@@ -1,4 +1,4 @@
-#include "ground/BuildCollisionObjects.h"
+#include "run/BuildCollisionObjects.h"
 
 #include <memory>
 #include <string>
@@ -22,10 +22,12 @@ constexpr double kGroundHalfWidth = 1000.0;
 constexpr double kGroundHalfHeight = 10.0;
 constexpr double kGroundMargin = 0.0001;
 
-std::unique_ptr<CollisionObjects> newEntry(CCarCamObject& vehicle) {
-    auto entry = std::make_unique<CollisionObjects>();
-    entry->parent = &vehicle;
-    entry->pTriMeshStorage = std::make_unique<triMeshStorage>();
+/// Listed before its body enters the world: the list frees what the world does not.
+CollisionObjects& newEntry(CCarCamObject& vehicle) {
+    vehicle.aCollisionObjects.push_back(std::make_unique<CollisionObjects>());
+    CollisionObjects& entry = *vehicle.aCollisionObjects.back();
+    entry.parent = &vehicle;
+    entry.pTriMeshStorage = std::make_unique<triMeshStorage>();
     return entry;
 }
 
@@ -36,20 +38,15 @@ void addBody(CCarCamObject& vehicle, CollisionObjects& entry) {
     entry.pRigidBody->setRestitution(kRestitution);
 }
 
-void appendAs(CCarCamObject& vehicle, std::unique_ptr<CollisionObjects> entry, std::string name) {
-    entry->sName = std::move(name);
-    vehicle.aCollisionObjects.push_back(std::move(entry));
-}
-
 void addDefaultGround(CCarCamObject& vehicle) {
     const double s = vehicle.cCarCam.fBodyLength;
-    auto entry = newEntry(vehicle);
-    entry->mSurface.setRow(3, {0.0, -kGroundHalfHeight * s, 0.0});
-    entry->pTriMeshStorage->setShape(
+    CollisionObjects& entry = newEntry(vehicle);
+    entry.mSurface.setRow(3, {0.0, -kGroundHalfHeight * s, 0.0});
+    entry.pTriMeshStorage->setShape(
         std::make_unique<btBoxShape>(btVector3(kGroundHalfWidth, kGroundHalfHeight, kGroundHalfWidth)), 0.0,
         btVector3(s, s, s), s * kGroundMargin);
-    addBody(vehicle, *entry);
-    appendAs(vehicle, std::move(entry), "DefaultGround");
+    addBody(vehicle, entry);
+    entry.sName = "DefaultGround";
 }
 
 /// Shape and mass of the entry from a mesh in its local coordinates. Without a usable face there is no shape.
@@ -77,7 +74,7 @@ void setMeshOfSurface(CInterface& host, CollisionObjects& entry, bool bKinematic
 
 void makeKinematic(btRigidBody& body) { body.setCollisionFlags(btCollisionObject::CF_KINEMATIC_OBJECT); }
 
-/// Gives the body the velocity that its element has had over the last step of the world.
+/// Gives the body the velocity of its element, measured over one step of the world.
 void setVelocities(const CCarCamObject& vehicle, const CollisionObjects& entry) {
     const double now = vehicle.hostInterface->getCurrentTime();
     const double step = physicsFrameStep(vehicle);
@@ -92,26 +89,26 @@ void setVelocities(const CCarCamObject& vehicle, const CollisionObjects& entry) 
 
 /// Sets `bKinematic` when the surface has no mass to move, for this surface and all further ones.
 void addSurface(CCarCamObject& vehicle, MeshHandle& element, bool& bKinematic) {
-    auto entry = newEntry(vehicle);
-    entry->pMesh = &element;
-    setMeshOfSurface(*vehicle.hostInterface, *entry, bKinematic);
-    addBody(vehicle, *entry);
-    if (entry->dMass == 0.0) bKinematic = true;
-    entry->pRigidBody->setActivationState(DISABLE_DEACTIVATION);
+    CollisionObjects& entry = newEntry(vehicle);
+    entry.pMesh = &element;
+    setMeshOfSurface(*vehicle.hostInterface, entry, bKinematic);
+    addBody(vehicle, entry);
+    if (entry.dMass == 0.0) bKinematic = true;
+    entry.pRigidBody->setActivationState(DISABLE_DEACTIVATION);
     if (bKinematic)
-        makeKinematic(*entry->pRigidBody);
+        makeKinematic(*entry.pRigidBody);
     else
-        setVelocities(vehicle, *entry);
-    appendAs(vehicle, std::move(entry), (bKinematic ? "Kinematic_" : "Dynamic_") + element.getName());
+        setVelocities(vehicle, entry);
+    entry.sName = (bKinematic ? "Kinematic_" : "Dynamic_") + element.getName();
 }
 
 void addStoredMesh(CCarCamObject& vehicle) {
-    auto entry = newEntry(vehicle);
-    setMesh(*entry, vehicle.cMesh_storedGroundMesh, true);
-    addBody(vehicle, *entry);
-    entry->pRigidBody->setActivationState(DISABLE_DEACTIVATION);
-    makeKinematic(*entry->pRigidBody);
-    appendAs(vehicle, std::move(entry), "groundMeshTemp");
+    CollisionObjects& entry = newEntry(vehicle);
+    setMesh(entry, vehicle.cMesh_storedGroundMesh, true);
+    addBody(vehicle, entry);
+    entry.pRigidBody->setActivationState(DISABLE_DEACTIVATION);
+    makeKinematic(*entry.pRigidBody);
+    entry.sName = "groundMeshTemp";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "ground/GroundCapture.h"
+#include "run/GroundCapture.h"
 
 #include "CCarCamObject.h"
 #include "ond/ovs/SurfaceObject.h"

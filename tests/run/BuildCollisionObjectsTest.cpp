@@ -1,11 +1,11 @@
 // Entering the ground into the collision world: which bodies there are, how they are set up, what rays find.
-#include "ground/BuildCollisionObjects.h"
+#include "run/BuildCollisionObjects.h"
 
 #include <gtest/gtest.h>
 
 #include "CCarCamObject.h"
 #include "ground/BulletLibrary.h"
-#include "ground/GroundHost.h"
+#include "run/GroundHost.h"
 #include "ground/GroundMeshes.h"
 #include "ground/Rays.h"
 #include "util/Close.h"

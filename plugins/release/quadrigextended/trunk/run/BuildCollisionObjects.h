@@ -1,4 +1,4 @@
-// Entering the ground into the vehicle's collision world at the start of a run.
+// Putting the ground into the vehicle's collision world, for the rays of one run.
 #pragma once
 
 namespace ond::ovs {

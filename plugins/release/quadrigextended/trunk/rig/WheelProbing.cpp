@@ -1,5 +1,6 @@
-// How a wheel finds the ground: a centre ray for each surface decides which one carries the wheel and how far down it
-// hangs, then a fan of side rays lifts the wheel out of whatever its rim would cut into.
+// Update of a wheel node. A centre ray for each surface decides which one carries the wheel and how far down it hangs,
+// then a fan of side rays lifts the wheel out of whatever its rim would cut into.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -25,9 +26,13 @@ namespace {
 constexpr double kPi = 3.141592653589793;
 constexpr double kNoHit = std::numeric_limits<double>::max();
 
+// Far above what a rig needs (8 raises, 99 rays): where numbers have run away a frame still ends.
+constexpr int kMostRaises = 1000;
+constexpr int kMostRaysToASide = 10000;
+
 /// What answers the rays.
 enum class Caster {
-    physicsWorld,  ///< the ground meshes in their own coordinates, closest hit in front of the origin
+    physicsWorld,  ///< the bodies in it, each where the element has it: nearest hit, none behind
     storedMesh,    ///< the tree over the stored mesh, any hit on the whole line
     surfaces,      ///< the host's surface objects
 };
@@ -100,7 +105,6 @@ Probe::Probe(CWheelNode& wheelNode, double time)
       wheel(vehicle.cCarCam.pcWheel[wheelNode.iCorner]),
       toWorld(vehicle.cGravityDirectionNode.mParentMesh),
       toLocal(vehicle.cGravityDirectionNode.mParentMesh_inv),
-      dt(host.getFrameStep()),
       P(wheel.qTransWheelAbs),
       H(wheel.qTransWheelAbs),
       normals(wheelNode.hits.normals),
@@ -125,6 +129,7 @@ Probe::Probe(CWheelNode& wheelNode, double time)
     start = A + lift * up;
 
     collectGround(time);
+    dt = host.getFrameStep();
     stored = vehicle.cMesh_storedGroundMesh.getNumFaces() >= 1;
     if (vehicle.bUseStaticMesh)
         caster = Caster::physicsWorld;
@@ -227,10 +232,9 @@ bool Probe::castCentreRay(std::size_t s) {
         from += extra * up;
     }
     double t = 0.0;
-    while (!cast(s, Transform(toLocal[s], from), dir, t)) {
+    for (int raises = 0; !cast(s, Transform(toLocal[s], from), dir, t); ++raises) {
         // Not below covers numbers that have run away, too.
-        if (!(raised < 2 * car.fBodyLength)) return false;
-        if (!(baseLift > 0.0)) return false;
+        if (!(raised < 2 * car.fBodyLength) || raises == kMostRaises) return false;
         raised += baseLift;
         from += baseLift * up;
     }
@@ -242,7 +246,7 @@ bool Probe::castCentreRay(std::size_t s) {
     return true;
 }
 
-/// The surface that stands highest under the wheel carries it; at equal heights the earlier one.
+/// Of all surfaces that were hit, the topmost carries the wheel; at equal heights the earlier one.
 void Probe::chooseSurface() {
     for (std::size_t s = 0; s < dists.size(); ++s)
         if (dists[s] < bestDist) {
@@ -271,7 +275,7 @@ void Probe::hang() {
 
 void Probe::castSideRays() {
     const double a = vehicle.dDegsPerRay / 180.0 * kPi;
-    int k = vehicle.iRayMultiplier - 1;
+    int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
     if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
     const int edges = vehicle.bAddRaysAtWheelEdges ? 1 : 0;
     for (std::size_t s = 0; s < n; ++s)
@@ -280,7 +284,7 @@ void Probe::castSideRays() {
                 if (e != 0 || j != 0) castSideRay(s, e, j * a);
 }
 
-/// Each ray starts from where the earlier ones have raised the wheel to.
+/// A hit lifts the wheel, and the rays that follow start from there.
 void Probe::castSideRay(std::size_t s, int e, double angle) {
     const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
     const Vector3<double> o = Transform(toLocal[s], H.position + off);

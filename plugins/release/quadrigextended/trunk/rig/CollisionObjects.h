@@ -9,9 +9,9 @@
 
 namespace ond::ovs::addon {
 
-/// A node without an element of its own: `pMesh` is the ground element that the body was made from, which stays the
-/// user's, or null for the default ground and the stored mesh. Stays where it is in memory while its body is in a
-/// world, because the world nulls `pRigidBody` when it frees the body. Lives on after the run, without a body.
+/// Made no element and deletes none: `pMesh` is the user's ground that the body stands for; a body that stands for
+/// none (default ground, stored mesh) has null. Stays where it is in memory while its body is in a world, because the
+/// world nulls `pRigidBody` when it frees the body. Lives on after the run, without a body.
 class CollisionObjects final : public rig::SceneNode {
   public:
     /// Null after the run. In the world's hands while it is in one, else freed with this object.
