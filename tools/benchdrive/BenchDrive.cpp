@@ -1,5 +1,6 @@
 // Drives the car model alone, on an endless plane, and writes what it did frame by frame.
 #include <CLI/CLI.hpp>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -15,18 +16,23 @@ namespace {
 using namespace ond::ovs::addon;
 using ond::benchdrive::DriveStep;
 
-/// Puts the wheels on the plane that the car stands on and measures how far they moved along it, as the wheel nodes of
-/// a rig do.
-void probePlane(cCarCam& car) {
-    for (int i = 0; i < kNumWheels; ++i) {
-        pcWheel& wheel = car.pcWheel[i];
-        const double radius = car.wheelGeom[i].radius * car.dWheelRadiusMult;
-        wheel.bInAir = false;
-        wheel.dWheelGroundNormalDiff = radius;
-        const auto lowest = wheel.vSuspPoint;
-        wheel.dSuspDistanceMoved = Length(lowest - wheel.vSuspPoint_prev);
+/// The plane that the car stands on, as its wheels feel it.
+class Plane {
+  public:
+    /// Puts the wheels on the plane and measures how far each one's lowest point moved since the frame before.
+    void probe(cCarCam& car) {
+        for (std::size_t i = 0; i < kNumWheels; ++i) {
+            pcWheel& wheel = car.pcWheel[i];
+            wheel.bInAir = false;
+            wheel.dWheelGroundNormalDiff = car.wheelGeom[i].radius * car.dWheelRadiusMult;
+            wheel.dSuspDistanceMoved = Length(wheel.vSuspPoint - m_lowest[i]);
+            m_lowest[i] = wheel.vSuspPoint;
+        }
     }
-}
+
+  private:
+    std::array<Vector3<double>, kNumWheels> m_lowest{};
+};
 
 /// A car at rest on the plane with its default rig.
 cCarCam parkedCar(double dt) {
@@ -37,7 +43,6 @@ cCarCam parkedCar(double dt) {
     car.dBaseDampingFront = car.fDampingFront;
     car.dBaseDampingBack = car.fDampingBack;
     StartCar(car, {}, {}, dt);
-    probePlane(car);
     return car;
 }
 
@@ -60,6 +65,7 @@ void writeFrame(std::ostream& out, const cCarCam& car, int frame, double time) {
 void drive(const std::vector<DriveStep>& script, double fps, double seconds, std::ostream& out) {
     const double dt = 1.0 / fps;
     cCarCam car = parkedCar(dt);
+    Plane plane;
     out.imbue(std::locale::classic());
     out.precision(17);
     writeHeader(out);
@@ -71,7 +77,7 @@ void drive(const std::vector<DriveStep>& script, double fps, double seconds, std
         for (int i = 0; i < kNumInputs; ++i)
             car.pcInput[i].raw = script[step].time <= time ? script[step].raw[static_cast<std::size_t>(i)] : 0.0;
         StepCar(car, dt);
-        probePlane(car);
+        plane.probe(car);
         UpdateWheelRolling(car, dt);
         writeFrame(out, car, frame, time);
     }

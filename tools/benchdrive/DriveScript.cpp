@@ -1,5 +1,6 @@
 #include "DriveScript.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <sstream>
@@ -12,14 +13,20 @@ constexpr std::array<const char*, ovs::addon::kNumInputs> kColumns = {
     "gas", "steer", "booster", "abs", "skidding", "skidbrake", "gravel", "burnout", "force"};
 constexpr int kTimeColumn = -1;
 
+std::string trimmed(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t\r");
+    const auto last = text.find_last_not_of(" \t\r");
+    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
+}
+
 std::vector<std::string> split(const std::string& line) {
     std::vector<std::string> cells;
-    std::istringstream stream(line);
-    for (std::string cell; std::getline(stream, cell, ',');) {
-        const auto first = cell.find_first_not_of(" \t\r");
-        const auto last = cell.find_last_not_of(" \t\r");
-        cells.push_back(first == std::string::npos ? "" : cell.substr(first, last - first + 1));
+    std::size_t from = 0;
+    for (std::size_t comma = line.find(','); comma != std::string::npos; comma = line.find(',', from)) {
+        cells.push_back(trimmed(line.substr(from, comma - from)));
+        from = comma + 1;
     }
+    cells.push_back(trimmed(line.substr(from)));
     return cells;
 }
 
@@ -29,6 +36,19 @@ int columnIndex(const std::string& name, const std::string& path) {
         if (name == kColumns[i]) return static_cast<int>(i);
     throw ScriptError(path + ": there is no column '" + name +
                       "'; use time, gas, steer, booster, abs, skidding, skidbrake, gravel, burnout, force");
+}
+
+std::vector<int> readHeader(const std::vector<std::string>& names, const std::string& path) {
+    std::vector<int> columns;
+    for (const std::string& name : names) {
+        const int column = columnIndex(name, path);
+        if (std::find(columns.begin(), columns.end(), column) != columns.end())
+            throw ScriptError(path + ": the column '" + name + "' is there twice; remove one");
+        columns.push_back(column);
+    }
+    if (std::find(columns.begin(), columns.end(), kTimeColumn) == columns.end())
+        throw ScriptError(path + ": there is no column 'time'; add one with the second from which a line holds");
+    return columns;
 }
 
 double number(const std::string& cell, const std::string& where) {
@@ -53,7 +73,7 @@ std::vector<DriveStep> readDriveScript(const std::string& path) {
         if (line.find_first_not_of(" \t\r") == std::string::npos || line[0] == '#') continue;
         const std::vector<std::string> cells = split(line);
         if (columns.empty()) {
-            for (const std::string& name : cells) columns.push_back(columnIndex(name, path));
+            columns = readHeader(cells, path);
             continue;
         }
         const std::string where = path + ", line " + std::to_string(lineNumber);

@@ -1,4 +1,4 @@
-"""The car body: a small two-seat coupe, about one unit long, front towards -z.
+"""Bodywork of a small two-seat coupe, scaled to a length near 1, its nose at the -z end.
 
 One half (x >= 0) is modelled and mirrored. The outer skin is a box of grids that share their borders: the side (columns
 from nose to tail, rows from sill to shoulder), the deck (bonnet and boot; the middle is left open), nose, tail, and the

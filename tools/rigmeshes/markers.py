@@ -21,7 +21,7 @@ def attach_to():
 
 
 def wheel_ground():
-    """An upright plate, three by three vertices at foot and head; its lower edge is a point."""
+    """A plate with a spike for a foot, nine vertices at either end."""
     xs, zs = (-0.044, 0.0, 0.044), (-0.003, 0.0, 0.003)
 
     def foot(i, k):
@@ -66,7 +66,7 @@ def gravity_direction():
 
 
 def target():
-    """Three crossed bars along x, y and z."""
+    """A cross of three bars, one on each axis."""
     shape = Shape()
     for axis in range(3):
         high = tuple(1.0 if k == axis else 0.05 for k in range(3))

@@ -21,7 +21,7 @@ from shape import add, cross, dot, length, mul, sub, unit
 HERE = pathlib.Path(__file__).resolve().parent
 IMAGES = HERE.parent.parent / "docs" / "images"
 
-# The default rig: length of the car, height of the body's origin over the ground, wheels as (x, z), their radius.
+# The default rig: length of the car, its origin's height over the ground, wheels as (x, z), their radius.
 LENGTH, REST_HEIGHT, RADIUS = 3.522, 0.15, 0.26
 WHEELS = [(-0.64, -1.05), (0.64, -1.05), (-0.64, 1.044), (0.64, 1.044)]
 BODY, WHEEL, HELPER = (200, 210, 150), (140, 147, 105), (224, 143, 87)

@@ -1,6 +1,6 @@
 """Triangle meshes under construction: welding, mirroring, refining to a count, checking.
 
-Axes: +X right, +Y up, +Z back. Triangles run counter-clockwise seen from outside.
+Axes: +Z to the back, +Y up, +X to the right. Triangles run counter-clockwise seen from outside.
 """
 
 import math
