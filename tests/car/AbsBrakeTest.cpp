@@ -1,4 +1,4 @@
-// The ABS brake, and the pedal against the direction of travel as one.
+// The ABS brake, and a pedal that works as one.
 #include <gtest/gtest.h>
 
 #include "car/Braking.h"

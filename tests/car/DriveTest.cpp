@@ -20,7 +20,8 @@ using V = Vector3<double>;
 constexpr double kFrame = 0.04;
 constexpr double kStep = 0.004;
 constexpr double kLength = 3.522;
-// Distance from the front axle to the turning axis at the default turn base: half a length and the back axle's z.
+// Wheelbase of the model at the default turn base: half a length, because the front axle counts as there, and the back
+// axle's z.
 constexpr double kAxleToTurningAxis = 1.761 + 1.044;
 
 InputChannel& gas(cCarCam& c) { return c.pcInput[pcInput_GAS_PEDAL]; }
@@ -154,7 +155,7 @@ TEST(ComputeTurn, MeasuresFromTheFrontAxleToTheTurningAxis) {
         // A turn base of 0.5 shifts the axis forward by half of half a length.
         {0.3, 0.5, -(kAxleToTurningAxis - 0.5 * 1.761) / std::tan(0.3)},
         {0.0, 0.0, -1e45},
-        // The tightest circle is a hundredth of the length.
+        // No circle is tighter than a hundredth of a length.
         {1.5707649108683606, 0.0, -0.01 * kLength},
         {-1.5707649108683606, 0.0, 0.01 * kLength},
         {1e-300, 0.0, -1e45},

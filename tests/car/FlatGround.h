@@ -1,5 +1,5 @@
-// A flat ground for cars that are driven without a scene: stands in for the wheels' ground probing and for the settling
-// of the car on its wheels.
+// A flat ground for cars that are driven without a scene: stands in for the wheels' ground probing and for what
+// fits the car to its wheels.
 #pragma once
 
 #include <cmath>

@@ -1,4 +1,4 @@
-// Autonomous mode: the car chases a target by itself.
+// Autonomous mode: what the follower does with pedal, wheel and brake.
 #include "car/Follow.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ using util::Matrix4;
 
 constexpr double kFrame = 0.04;
 constexpr double kLength = 3.522;
-constexpr double kNose = kLength / 2;  // ahead of the body's origin
+constexpr double kNose = kLength / 2;  // how far the nose is in front of it
 
 InputChannel& gas(cCarCam& c) { return c.pcInput[pcInput_GAS_PEDAL]; }
 InputChannel& steer(cCarCam& c) { return c.pcInput[pcInput_STEERING_WHEEL]; }

@@ -1,4 +1,4 @@
-// Gravel: a vertical jitter per wheel that grows with the speed.
+// Gravel: wheels go up and down at random, the more the faster the car is.
 #include <gtest/gtest.h>
 
 #include <vector>

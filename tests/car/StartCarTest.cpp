@@ -1,4 +1,4 @@
-// The start of a run: a consistent state, and what a reset clears.
+// What StartCar() derives and what ResetCar() clears.
 #include <gtest/gtest.h>
 
 #include "car/Fields.h"

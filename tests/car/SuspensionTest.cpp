@@ -1,4 +1,4 @@
-// The body on its springs, and where body and wheels stand.
+// What the springs do to the body, and where body and wheels stand.
 #include "car/Suspension.h"
 
 #include <gtest/gtest.h>

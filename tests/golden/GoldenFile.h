@@ -24,7 +24,7 @@ class Value {
     [[nodiscard]] const std::vector<Value>& list() const;
     /// The numbers of a list.
     [[nodiscard]] std::vector<double> numbers() const;
-    /// Members in the order of the file.
+    /// Members as the file has them one after the other.
     [[nodiscard]] const std::vector<std::pair<std::string, Value>>& members() const;
     [[nodiscard]] bool has(std::string_view name) const { return find(name) != nullptr; }
     [[nodiscard]] const Value& operator[](std::string_view name) const;

@@ -310,7 +310,7 @@ TEST(RigMeshCarBody, LeavesRoomForTheWheelsOfTheDefaultRig) {
     EXPECT_GT(nearArch, 20);
 }
 
-// A wheel on the right is the left one turned about y; its outside then looks to the right and no face is turned over.
+// Both sides share a mesh: turned about y, its outside looks to the right and no face is turned over.
 TEST(RigMeshWheel, TurnedToTheRightSideKeepsItsWinding) {
     const CMesh left = rig::CMesh_WheelMesh();
     const CMesh right = left * ond::util::RotationY(std::numbers::pi);

@@ -47,14 +47,14 @@ TOLERANCE = 0.01  # of an extent
 OPEN = {"CarBodyMesh", "SteeringWheelMesh"}  # their counts cannot be those of closed surfaces
 
 DEPICTS = {
-    "CarBodyMesh": "The car body, about one unit long: +X right, +Y up, front towards -Z, origin between the axles.",
+    "CarBodyMesh": "Bodywork in the car's axes, its nose at the -Z end; a length near 1, the origin between the axles.",
     "WheelMesh": "Tyre, rim and brake disc, radius about 1. The axle lies along X, the outside looks to -X.",
     "AttachToMesh": "A flat arrow towards -Z with a post at its end: where the user takes hold of a part of the rig.",
-    "WheelGroundMesh": "A thin upright plate in the XY plane with a pointed lower edge at y = 0.",
-    "TurnBaseMesh": "A post on the ground with an arrow towards -Z: the point about which the car turns.",
+    "WheelGroundMesh": "A thin plate that stands upright in the XY plane; below it ends in a point, at y = 0.",
+    "TurnBaseMesh": "A post on the ground with an arrow towards -Z.",
     "GravityDirectionMesh": "An arrow that points down, its tip below the origin.",
-    "TargetMesh": "Three crossed bars along X, Y and Z, each from -1 to 1.",
-    "SteeringWheelMesh": "Steering wheel with its column; the driver sits at +Z.",
+    "TargetMesh": "A cross of three bars, one on each axis from -1 to 1.",
+    "SteeringWheelMesh": "Wheel and column; the driver sits at +Z.",
 }
 
 

@@ -13,7 +13,7 @@ template <typename V>
 class CVariableModUndo : public CUndo {
   public:
     V saved;                ///< the history that the variable does not hold at present
-    bool bSwapped = false;  ///< `saved` is what was in the variable before undo(true)
+    bool bSwapped = false;  ///< undo(true) has been run: `saved` and the variable have changed places
 
     /// Takes the snapshot. Throws std::bad_alloc if it does not fit in memory; make() does not.
     /// @param variable becomes `target`; not null, not owned, must outlive the record's use

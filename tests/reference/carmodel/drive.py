@@ -1,4 +1,4 @@
-"""From the gas value to the car's new transform: the sub-step of the model, and the gas pedal's rate limit."""
+"""Turning circle, grip and the way of the car within one sub-step; also the rate limit of the pedal."""
 
 import math
 
@@ -111,7 +111,7 @@ def _turn_car(car):
 
 
 def step_drive(car, dt, h):
-    """One sub-step of h seconds in a frame of dt seconds."""
+    """Moves the car by h seconds; dt is what the frame lasts."""
     gas = car.pcInput[GAS]
     gas.value = clamp_abs_min(gas.value, 1e-8)
     car.qTransCarStart = car.qTransCarAbs.copy()

@@ -7,7 +7,7 @@ from .vectors import Vector3, group, inverse, length, normalized, scale, transfo
 
 
 def _target_in_car(car, matrix, target):
-    """The target seen from the car's nose, in the car's ground plane, held within a frame's reach."""
+    """Way from the nose to the target in the car's axes, y dropped, held within reach."""
     s = scale(matrix)
     m = list(matrix)
     for i in range(3):

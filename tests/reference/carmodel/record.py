@@ -1,6 +1,6 @@
 """The car's record: every field with its default, and a flat view of it by path.
 
-Lengths in scene units, times in seconds, angles in radians. A path is spelled as a C++ expression would spell it:
+Units: scene units, seconds, radians. A path is spelled as a C++ expression would spell it:
 `dVelocity`, `pcInput[3].value`, `cCarBody.qTransRel.rotation.x`, `wheelGeom[1].radius`.
 """
 

@@ -1,4 +1,4 @@
-"""Rolling of the wheels at the end of a frame, start of a run, and reset."""
+"""Rolling of the wheels, start and reset of the car."""
 
 import math
 
@@ -40,7 +40,7 @@ def update_wheel_rolling(car):
 
 
 def start_car(car, start, dt):
-    """A consistent state at the start of a run whose frames last dt seconds."""
+    """What the first frame of a run builds on; frames last dt seconds."""
     choose_step_length(car, dt)
     car.qTransCarStart = start.copy()
     gas = car.pcInput[GAS]

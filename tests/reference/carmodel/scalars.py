@@ -56,7 +56,7 @@ def sign(x):
 
 
 def sign_zero(x):
-    """-1.0, 0.0 or +1.0; not a number stays not a number."""
+    """Three-valued sign as a float; not a number stays not a number."""
     if x > 0:
         return 1.0
     if x < 0:

@@ -1,4 +1,4 @@
-"""Skid brake, skidding, booster and ABS brake: frame phases that set velocity and grip."""
+"""The frame phases that set velocity and grip: both brakes, skids and the booster."""
 
 from .filters import filter_exact
 from .record import ABS, BOOSTER, BURNOUT, GAS, SKID_BRAKE, SKIDDING, STEER
@@ -119,7 +119,7 @@ def _scale_springs(car, f):
 
 
 def reverse_brake_active(state, velocity, value, previous):
-    """New state of the brake by pressing against the direction of travel."""
+    """Whether a pedal that was pressed the other way brakes from now on."""
     if not state and sign(velocity) != sign(value) and value != 0:
         return True
     if state and sign(value) != sign(previous):

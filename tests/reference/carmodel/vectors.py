@@ -46,7 +46,7 @@ def length(v):
 
 
 def normalized(v):
-    """v at length 1; the direction of the zero vector is up."""
+    """v at length 1; all zeros give +y."""
     n = length(v)
     return UP if n == 0.0 else v / n
 
@@ -111,13 +111,13 @@ def multiply(a, b):
 
 
 def normalized_quat(q):
-    """q at norm 1; the zero quaternion becomes the identity."""
+    """q at norm 1; all zeros give the identity."""
     n = norm_squared(q)
     return IDENTITY_QUAT if n == 0.0 else q * (1.0 / math.sqrt(n))
 
 
 def quat_matrix(q):
-    """The rotation as sixteen numbers, column after column. A norm other than 1 scales by its square."""
+    """The rotation as sixteen numbers, column after column. The squared norm of q is a scale of it."""
     x, y, z, w = q
     x2, y2, z2, w2 = x * x, y * y, z * z, w * w
     return [
@@ -143,7 +143,7 @@ def to_rotation_vector(q):
 
 
 def from_rotation_vector(v):
-    """Half-angle form. Whether v is normalised is decided by the sum of its components, not by its length."""
+    """Half-angle form. The axis is brought to length 1 unless the components of v add up to 0."""
     half = length(v) * 0.5
     axis = normalized(v) if v.x + v.y + v.z != 0 else v
     w = libm.cos(half)
@@ -222,7 +222,7 @@ def group(m, i):
 
 
 def transform(m, p):
-    """m applied to the point p, with a division by the fourth coordinate (0 counts as 1)."""
+    """The image of point p under m, divided by its fourth coordinate unless that is 0."""
     w = m[3] * p.x + m[7] * p.y + m[11] * p.z + m[15]
     if w == 0:
         w = 1.0
@@ -252,7 +252,7 @@ def _cofactor(m, row, column):
 
 
 def determinant(m):
-    """Of the upper left 3x3, expanded along its first row."""
+    """Of the 3x3 part, developed along its top line."""
     return m[0] * _cofactor(m, 0, 0) + m[4] * _cofactor(m, 0, 1) + m[8] * _cofactor(m, 0, 2)
 
 

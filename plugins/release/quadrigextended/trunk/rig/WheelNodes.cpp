@@ -14,7 +14,6 @@ using util::Normalized;
 using util::Quat;
 using util::RotationX;
 using util::RotationY;
-using util::Scale;
 using util::Scaling;
 using util::Sign;
 using util::Translation;
