@@ -1,0 +1,99 @@
+// What a frame allocates: nothing but the growth of its histories.
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "whole/Grounds.h"
+#include "whole/WholeRun.h"
+
+namespace {
+
+/// Calls of operator new from inside the module; the program's own operator serves the module too.
+std::atomic<long> g_allocations{0};
+
+void* allocate(std::size_t size) {
+    if (ond::test::ModuleScope::inside()) ++g_allocations;
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace ond::test {
+namespace {
+
+class Allocation : public WholeRun {
+  protected:
+    /// Allocations of the module in each frame of a run of 130 frames, by frame.
+    std::vector<long> perFrame(VehicleHost& car) {
+        car.axis("Gas Pedal").position = 0.3;
+        car.axis("Steering").position = 0.2;
+        car.axis("External Force").position = 0.2;
+        car.log.enabled = false;
+        std::vector<long> counts{0};
+        host.startRun(0);
+        for (int frame = 1; frame <= 130; ++frame) {
+            const long before = g_allocations;
+            host.advance(1);
+            counts.push_back(g_allocations - before);
+        }
+        host.stopRun();
+        return counts;
+    }
+
+    /// A history that has doubled its room at 64 keys needs no more until it has 128.
+    static void expectNothingAfterWarmUp(const std::vector<long>& counts) {
+        long seen = 0;
+        for (int frame = 1; frame <= 66; ++frame) seen += counts[static_cast<std::size_t>(frame)];
+        ASSERT_GT(seen, 59) << "the program's operator new does not serve the module, so nothing was counted";
+        for (int frame = 70; frame <= 126; ++frame)
+            EXPECT_EQ(counts[static_cast<std::size_t>(frame)], 0) << "frame " << frame;
+    }
+};
+
+TEST_F(Allocation, FrameOnThePlaneAllocatesNothing) { expectNothingAfterWarmUp(perFrame(addCarOnPlane())); }
+
+TEST_F(Allocation, FrameInEachWayOfCastingAllocatesNothing) {
+    for (const Casting casting : {Casting::surface, Casting::stored, Casting::bullet}) {
+        SCOPED_TRACE(static_cast<int>(casting));
+        VehicleHost& car = addCar();
+        Element& ground = linkGround(car, wavyGround());
+        Element& child = host.scene.addMesh("Child", wavyGround(), &car.element("GravityDirectionMesh"));
+        if (casting != Casting::bullet) car.edit("Use Fast Ray Cast", 0.0);
+        if (casting == Casting::stored) car.edit("Store Ground Mesh Data", 1.0);
+        expectNothingAfterWarmUp(perFrame(car));
+        host.removeVehicle(car);
+        host.scene.remove(ground);
+        host.scene.remove(child);
+    }
+}
+
+TEST_F(Allocation, FrameWithoutGroundUnderTheWheelsAllocatesNothing) {
+    VehicleHost& car = addCar();
+    linkGround(car, flatGround(0.0, 3.0));
+    car.axis("Gas Pedal").position = 1.0;
+    expectNothingAfterWarmUp(perFrame(car));
+}
+
+TEST_F(Allocation, FrameInAutonomousModeAllocatesNothing) {
+    VehicleHost& car = addCarOnPlane();
+    car.put("Autonomous Mode", 1.0);
+    expectNothingAfterWarmUp(perFrame(car));
+}
+
+TEST_F(Allocation, FrameWithoutKeysAllocatesNothingAtAll) {
+    VehicleHost& car = addCarOnPlane();
+    car.put("Enable Seamless Transitions", 0.0);
+    const std::vector<long> counts = perFrame(car);
+    for (int frame = 3; frame <= 130; ++frame) EXPECT_EQ(counts[static_cast<std::size_t>(frame)], 0) << frame;
+}
+
+}  // namespace
+}  // namespace ond::test
