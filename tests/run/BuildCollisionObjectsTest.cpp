@@ -5,9 +5,9 @@
 
 #include "CCarCamObject.h"
 #include "ground/BulletLibrary.h"
-#include "run/GroundHost.h"
 #include "ground/GroundMeshes.h"
 #include "ground/Rays.h"
+#include "run/GroundHost.h"
 #include "util/Close.h"
 
 namespace ond::ovs::addon {

@@ -1,7 +1,7 @@
 """The scripts of the runs. Each function returns (script, events) and draws from the generator it is given.
 
-Channels: 0 gas, 1 steering, 2 booster, 3 ABS brake, 4 skidding, 5 skid brake, 6 gravel shake, 7 burnout,
-8 external force.
+Channels by number: gas 0, steering 1, booster 2, ABS brake 3, skidding 4, skid brake 5, gravel 6, burnout 7,
+force from outside 8.
 """
 
 import math
