@@ -15,7 +15,6 @@
 
 #include "car/CarState.h"
 #include "car/Follow.h"
-#include "rig/CollisionObjects.h"
 #include "ground/GroundMeshTree.h"
 #include "ground/PhysicsWorld.h"
 #include "ond/ovs/CCamera.h"
@@ -25,6 +24,7 @@
 #include "ond/util/CMesh.h"
 #include "rig/BodyNodes.h"
 #include "rig/CameraNodes.h"
+#include "rig/CollisionObjects.h"
 #include "rig/SceneNode.h"
 #include "rig/WheelNodes.h"
 #include "rig/WorldNodes.h"
