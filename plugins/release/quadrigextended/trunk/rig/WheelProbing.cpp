@@ -57,11 +57,17 @@ class Probe {
     void chooseSurface();
     void hang();
     void castSideRays();
-    void castSideRay(std::size_t s, int e, double angle);
+    void spreadFan(double a, int k);
+    void aimFan(std::size_t s);
+    void castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray);
     void settle();
     void releaseGround();
     void writeOutputs();
-    bool cast(std::size_t s, const Vector3<double>& o, const Vector3<double>& dir, double& t);
+    bool cast(std::size_t s, const Vector3<double>& o, const Vector3<double>& dir, double reach, double& t);
+    /// How far the physics world looks along `dir`, in multiples of it.
+    [[nodiscard]] double reachAlong(const Vector3<double>& dir) const {
+        return Length(dir) * R * 1000.0 * (car.fRelMaxBumperLen + 1.0);
+    }
     [[nodiscard]] Vector3<double> worldNormal(std::size_t s) const;
     void sayMissingMatrix();
 
@@ -186,10 +192,9 @@ void Probe::dropOnPlane() {
 }
 
 /// One cast in the coordinates of surface `s`. `t` and the normal stay as they are without a hit.
-bool Probe::cast(std::size_t s, const Vector3<double>& o, const Vector3<double>& dir, double& t) {
+bool Probe::cast(std::size_t s, const Vector3<double>& o, const Vector3<double>& dir, double reach, double& t) {
     switch (caster) {
-        case Caster::physicsWorld:
-            return node.castBulletRay(o, dir, t, nrm, Length(dir) * R * 1000.0 * (car.fRelMaxBumperLen + 1.0));
+        case Caster::physicsWorld: return node.castBulletRay(o, dir, t, nrm, reach);
         case Caster::storedMesh: return vehicle.cGroundMeshTree.rayQuery(o, dir, t, &nrm);
         case Caster::surfaces: return node.aGroundSurfaces[s]->intersect(o, dir, &t, &nrm);
     }
@@ -231,8 +236,9 @@ bool Probe::castCentreRay(std::size_t s) {
         raised += extra;
         from += extra * up;
     }
+    const double reach = reachAlong(dir);
     double t = 0.0;
-    for (int raises = 0; !cast(s, Transform(toLocal[s], from), dir, t); ++raises) {
+    for (int raises = 0; !cast(s, Transform(toLocal[s], from), dir, reach, t); ++raises) {
         // Not below covers numbers that have run away, too.
         if (!(raised < 2 * car.fBodyLength) || raises == kMostRaises) return false;
         raised += baseLift;
@@ -278,33 +284,60 @@ void Probe::castSideRays() {
     int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
     if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
     const int edges = vehicle.bAddRaysAtWheelEdges ? 1 : 0;
-    for (std::size_t s = 0; s < n; ++s)
-        for (int e = -edges; e <= edges; ++e)
+    spreadFan(a, k);
+    for (std::size_t s = 0; s < n; ++s) {
+        aimFan(s);
+        for (int e = -edges; e <= edges; ++e) {
+            const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
             for (int j = -k; j <= k; ++j)
-                if (e != 0 || j != 0) castSideRay(s, e, j * a);
+                if (e != 0 || j != 0) castSideRay(s, off, node.fan.rays[static_cast<std::size_t>(j + k)]);
+        }
+    }
+}
+
+/// The angles of the fan: `k` rays to each side, `a` radians apart.
+void Probe::spreadFan(double a, int k) {
+    const auto count = static_cast<std::size_t>(2 * k + 1);
+    if (node.fan.rays.size() == count && node.fan.step == a) return;
+    node.fan.step = a;
+    node.fan.rays.resize(count);
+    for (int j = -k; j <= k; ++j) {
+        const double angle = j * a;
+        CWheelNode::FanRay& ray = node.fan.rays[static_cast<std::size_t>(j + k)];
+        ray.sine = std::sin(angle);
+        ray.cosine = std::cos(angle);
+        ray.sineOfSize = std::sin(std::abs(angle));
+        ray.cosineOfSize = std::cos(std::abs(angle));
+    }
+}
+
+/// The directions of the fan in the coordinates of surface `s`.
+void Probe::aimFan(std::size_t s) {
+    for (CWheelNode::FanRay& ray : node.fan.rays) {
+        // The quaternion takes the whole angle, so that the ray stands at twice the angle from `down`. Recorded takes
+        // rest on this fan.
+        const Vector3<double> sine = ray.sine * axle;
+        const Vector3<double> rd = Rotate(Quat<double>(sine.x, sine.y, sine.z, ray.cosine), down);
+        ray.direction = Normalized(TransformNoProjection(toLocal[s], rd, 0.0));
+        ray.reach = reachAlong(ray.direction);
+    }
 }
 
 /// A hit lifts the wheel, and the rays that follow start from there.
-void Probe::castSideRay(std::size_t s, int e, double angle) {
-    const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
+void Probe::castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray) {
     const Vector3<double> o = Transform(toLocal[s], H.position + off);
-    // The quaternion takes the whole angle, so that the ray stands at twice the angle from `down`. Recorded takes rest
-    // on this fan.
-    const Vector3<double> sine = std::sin(angle) * axle;
-    const Vector3<double> rd = Rotate(Quat<double>(sine.x, sine.y, sine.z, std::cos(angle)), down);
-    const Vector3<double> dir = Normalized(TransformNoProjection(toLocal[s], rd, 0.0));
-    const bool hit = cast(s, o, dir, sideT);
+    const bool hit = cast(s, o, ray.direction, ray.reach, sideT);
     if (!(caster == Caster::physicsWorld ? centreHit : hit)) return;
 
-    const Vector3<double> v = TransformNoProjection(toWorld[s], sideT * dir, 0.0);
+    const Vector3<double> v = TransformNoProjection(toWorld[s], sideT * ray.direction, 0.0);
     const double len = Length(v);
     if (!(len < R)) return;
     best = static_cast<int>(s);
     normals[s] = worldNormal(s);
     points[s] = H.position + off + v;
     wheel.bInAir = false;
-    const double c = len * std::sin(std::abs(angle));
-    const double b = len * std::cos(std::abs(angle));
+    const double c = len * ray.sineOfSize;
+    const double b = len * ray.cosineOfSize;
     const double push = std::sqrt(R * R - c * c) - b;
     node.dCurrDeltaW -= push;
     node.dCurrDelta = node.dCurrDeltaW;

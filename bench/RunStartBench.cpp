@@ -1,0 +1,83 @@
+// Start and end of a run: what a user waits for after pressing play.
+//
+// In Bullet mode the start builds the collision world from the ground, in stored mode everything stands already. The
+// resumed run starts behind a recording of 10,000 frames, whose histories the undo records copy. Counter:
+//   kept_bytes    heap that one more run leaves behind, Bullet's included; absent where it is nothing
+// Read the medians, and of the times "CPU".
+#include <benchmark/benchmark.h>
+
+#include "BenchHost.h"
+#include "CountedHeap.h"
+#include "GridTerrain.h"
+#include "ond/ovs/CCamera.h"
+
+namespace {
+
+using namespace ond::bench;
+using namespace ond::ovs::addon;
+
+constexpr int kRecordedFrames = 10000;
+
+void startAndStop(BenchCar& car, double time) {
+    car.host.now = time;
+    car.vehicle->startRun(time);
+    car.vehicle->stopRun(time);
+}
+
+/// Times runs that all start at `time`.
+void runs(benchmark::State& state, BenchCar& car, double time) {
+    startAndStop(car, time);
+    const long before = heap.liveBytes;
+    for (auto _ : state) startAndStop(car, time);
+    const long kept = heap.liveBytes - before;
+    if (kept != 0) state.counters["kept_bytes"] = static_cast<double>(kept) / static_cast<double>(state.iterations());
+    if (!car.host.complaints.empty()) state.SkipWithError(car.host.complaints.front().c_str());
+}
+
+void fresh(benchmark::State& state, Casting how) {
+    const GridTerrain terrain(state.range(0));
+    BenchCar car(how, &terrain);
+    runs(state, car, 0.0);
+}
+
+void freshOnPlane(benchmark::State& state) {
+    BenchCar car(Casting::plane, nullptr);
+    runs(state, car, 0.0);
+}
+
+void resumed(benchmark::State& state) {
+    BenchCar car(Casting::plane, nullptr);
+    car.axis(pcInput_GAS_PEDAL) = 0.3;
+    car.vehicle->startRun(0.0);
+    for (int i = 1; i <= kRecordedFrames; ++i) car.frame(i);
+    car.vehicle->stopRun(car.host.now);
+    runs(state, car, car.host.now);
+}
+
+void settings(benchmark::internal::Benchmark* bench) {
+    bench->Repetitions(5)->MinTime(0.2)->DisplayAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
+}
+
+void sizes(benchmark::internal::Benchmark* bench) {
+    settings(bench);
+    bench->ArgName("triangles")->Arg(2000)->Arg(200000);
+}
+
+/// With a fixed number of runs: a trial for their number would build the tree anew each time.
+void treeSizes(benchmark::internal::Benchmark* bench) {
+    bench->Repetitions(3)->Iterations(20000)->DisplayAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
+    bench->ArgName("triangles")->Arg(2000)->Arg(200000);
+}
+
+void largeSize(benchmark::internal::Benchmark* bench) {
+    settings(bench);
+    bench->ArgName("triangles")->Arg(2000000)->Repetitions(3);
+}
+
+}  // namespace
+
+BENCHMARK(freshOnPlane)->Apply(settings);
+BENCHMARK(resumed)->Apply(settings);
+BENCHMARK_CAPTURE(fresh, bullet, Casting::bullet)->Apply(sizes);
+BENCHMARK_CAPTURE(fresh, bullet, Casting::bullet)->Apply(largeSize);
+BENCHMARK_CAPTURE(fresh, stored, Casting::stored)->Apply(treeSizes);
