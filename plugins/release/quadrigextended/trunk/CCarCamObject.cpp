@@ -6,6 +6,7 @@
 #include "parameters/Catalogue.h"
 #include "parameters/Gauges.h"
 #include "rig/RigBuilder.h"
+#include "rig/RigElements.h"
 #include "run/FrameUpdate.h"
 #include "run/HostEvents.h"
 #include "run/RunEnd.h"
@@ -32,10 +33,8 @@ void guarded(Operation operation) noexcept {
 }  // namespace
 
 CCarCamObject::CCarCamObject(const CameraCreationRecord& record) : CCamera(record) {
-    SceneNode* const nodes[] = {&cCarBodyNode,   &cChassisRelocatorNode, &cRelativeTurnBaseNode, &cGravityDirectionNode,
-                                &cBaseMeshNode,  &cTargetNode,           &cExternalForceNode,    &cSteeringWheelNode,
-                                &cFollowCamNode, &cDriverCamNode,        &cTopViewCamNode};
-    for (SceneNode* node : nodes) node->parent = this;
+    for (const rig::RigElement& element : rig::kRigElements)
+        if (!element.atCorners) element.node(*this, 0)->parent = this;
     aWheelRelocatorNodes.reserve(kNumWheels);
     aWheelNodes.reserve(kNumWheels);
     aWheelCenterSuspensionNodes.reserve(kNumWheels);

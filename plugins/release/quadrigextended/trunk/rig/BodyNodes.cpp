@@ -4,32 +4,19 @@
 
 namespace ond::ovs::addon::rig {
 
-using util::CMesh;
-using util::CMesh_Box;
 using util::Conjugate;
 using util::Cross;
 using util::Normalized;
 using util::Rotate;
-using util::RotationX;
 using util::Scaling;
-using util::Translation;
 
-namespace {
-
-constexpr double kDegree = 3.141592653589793 / 180.0;
-
-/// Turning axis in half car lengths behind the origin.
-double turnBaseDistance(const cCarCam& car) { return car.dTurnBase - car.wheelGeom[2].z / (car.fBodyLength / 2); }
-
-}  // namespace
+double turnBasePosition(const cCarCam& car) {
+    // The parameter counts from the rear axle, in half car lengths.
+    return (-car.fBodyLength / 2) * (car.dTurnBase - car.wheelGeom[2].z / (car.fBodyLength / 2));
+}
 
 bool CCarBodyNode::create() {
-    const cCarCam& car = parent->cCarCam;
-    const CMesh mesh = CMesh_CarBodyMesh() * RotationX(-0.5 * kDegree);
-    pMesh = parent->hostInterface->createMeshElement(sName, nullptr, &mesh, 0);
-    writeWorldMatrix(*this, Translation({0.0, car.fBodyRestHeight, 0.0}) * Scaling(car.fBodyLength),
-                     parent->hostInterface->getCurrentTime());
-    setAppearance(*this, colourFromBytes(200, 210, 150), parent->bWireframeMode);
+    createElement(*this, ElementId::carBody);
     return true;
 }
 
@@ -50,11 +37,7 @@ int CCarBodyNode::update(double time) {
 }
 
 bool CChassisRelocatorNode::create() {
-    const CMesh mesh =
-        CMesh_AttachToMesh() * Scaling(0.175) * Translation({0.0, 0.7 / parent->cCarCam.fBodyLength, 0.0});
-    pMesh = parent->hostInterface->createMeshElement(sName, parent->cCarBodyNode.pMesh, &mesh, 0);
-    writeLocalMatrix(*this, Translation(vInitPos), parent->hostInterface->getCurrentTime());
-    setAppearance(*this, colourFromBytes(224, 143, 87), parent->bWireframeMode);
+    createElement(*this, ElementId::chassisRelocator);
     return true;
 }
 
@@ -65,13 +48,8 @@ int CChassisRelocatorNode::update(double time) {
 }
 
 bool CRelativeTurnBaseNode::create() {
-    const cCarCam& car = parent->cCarCam;
-    const CMesh_TurnBaseMesh mesh;
-    pMesh = parent->hostInterface->createMeshElement(sName, parent->cCarBodyNode.pMesh, &mesh, 0);
-    dScale = car.fBodyLength / 4;
-    const double z = (-car.fBodyLength / 2) * turnBaseDistance(car);
-    writeWorldMatrix(*this, Translation({0.0, 0.0, z}) * Scaling(dScale), parent->hostInterface->getCurrentTime());
-    setAppearance(*this, colourFromBytes(140, 147, 105), parent->bWireframeMode);
+    dScale = parent->cCarCam.fBodyLength / 4;
+    createElement(*this, ElementId::turnBase);
     return true;
 }
 
@@ -81,17 +59,14 @@ int CRelativeTurnBaseNode::update(double time) {
     const cCarCam& car = parent->cCarCam;
     mPrev = mCurr;
     QTransform<double> q = car.qTransCarAbs;
-    q.position += Rotate(q.rotation, {0.0, 0.0, (-car.fBodyLength / 2) * turnBaseDistance(car)});
+    q.position += Rotate(q.rotation, {0.0, 0.0, turnBasePosition(car)});
     dScale = Length(mPrev.row(1));
     mCurr = ToMatrix(q) * Scaling(dScale);
     return writeWorldMatrix(*this, mCurr, time);
 }
 
 bool CBaseMeshNode::create() {
-    const CMesh mesh = CMesh_Box(0.5, 0.5, 0.5) * Scaling(0.12);
-    pMesh = parent->hostInterface->createMeshElement(sName, parent->cCarBodyNode.pMesh, &mesh, 0);
-    writeWorldMatrix(*this, Scaling(parent->cCarCam.fBodyLength), parent->hostInterface->getCurrentTime());
-    setAppearance(*this, colourFromBytes(224, 224, 86), parent->bWireframeMode);
+    createElement(*this, ElementId::baseMesh);
     hide();
     return true;
 }

@@ -1,13 +1,16 @@
 // The nodes that carry the car body: the body itself, the chassis relocator, the turn base and the hidden base mesh.
 #pragma once
 
-#include "ond/util/CMesh_Box.h"
-#include "rig/SceneNode.h"
+#include "car/CarState.h"
+#include "rig/RigElements.h"
 #include "rig/meshes/CMesh_AttachToMesh.h"
 #include "rig/meshes/CMesh_CarBodyMesh.h"
 #include "rig/meshes/CMesh_TurnBaseMesh.h"
 
 namespace ond::ovs::addon::rig {
+
+/// Where the turning axis is on the car's own Z axis, scene units.
+[[nodiscard]] double turnBasePosition(const cCarCam& car);
 
 /// Shows the sprung body.
 class CCarBodyNode final : public SceneNode {
@@ -16,7 +19,7 @@ class CCarBodyNode final : public SceneNode {
 
     QTransform<double> qTransBody;
 
-    CCarBodyNode() : SceneNode("CarBodyMesh") {}
+    CCarBodyNode() : SceneNode(elementName(ElementId::carBody)) {}
     bool create() override;
     int update(double time) override;
 };
@@ -30,7 +33,7 @@ class CChassisRelocatorNode final : public SceneNode {
     Vector3<double> vInitPos{0.0, 0.08, 0.0};  ///< its local position when made
     QTransform<double> qTrans;                 ///< unused
 
-    CChassisRelocatorNode() : SceneNode("ChassisRelocatorMesh") {}
+    CChassisRelocatorNode() : SceneNode(elementName(ElementId::chassisRelocator)) {}
     bool create() override;
     int update(double time) override;
 };
@@ -42,7 +45,7 @@ class CRelativeTurnBaseNode final : public SceneNode {
 
     double dScale = 0.0;
 
-    CRelativeTurnBaseNode() : SceneNode("TurnBaseMesh") {}
+    CRelativeTurnBaseNode() : SceneNode(elementName(ElementId::turnBase)) {}
     bool create() override;
     int update(double time) override;
     void onPrepareEnd(double time) override;
@@ -57,7 +60,7 @@ class CBaseMeshNode final : public SceneNode {
     Matrix4 mUnused0;
     Matrix4 mUnused1;
 
-    CBaseMeshNode() : SceneNode("CarBodyBaseMesh") {}
+    CBaseMeshNode() : SceneNode(elementName(ElementId::baseMesh)) {}
     bool create() override;
     int update(double time) override;
     void onPrepareEnd(double time) override;

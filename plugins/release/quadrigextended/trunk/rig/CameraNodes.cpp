@@ -6,19 +6,13 @@
 
 namespace ond::ovs::addon::rig {
 
-using util::CMesh;
 using util::FilterExact;
 using util::FilterSaturating;
 using util::Inverse;
 using util::Rotate;
-using util::RotationX;
 using util::RotationZ;
-using util::Scaling;
-using util::Translation;
 
 namespace {
-
-constexpr double kDegree = 3.141592653589793 / 180.0;
 
 /// Where the filters are drawing the camera to.
 QTransform<double> wantedPose(const CFollowCamNode& camera) {
@@ -40,12 +34,11 @@ void setFieldOfView(const SceneNode& node, double degrees, double time) {
 }
 
 bool CFollowCamNode::create() {
-    CInterface& host = *parent->hostInterface;
-    pMesh = host.createCameraElement(sName, parent->cChassisRelocatorNode.pMesh, false);
+    makeElement(*this, ElementId::followCam);
     qFollowCam = wantedPose(*this);
-    const double now = host.getCurrentTime();
+    const double now = parent->hostInterface->getCurrentTime();
     setFieldOfView(*this, dFieldOfView, now);
-    return writeWorldMatrix(*this, ToMatrix(qFollowCam), now) != 0;
+    return placeElement(*this, ElementId::followCam, now) != 0;
 }
 
 void CFollowCamNode::prepareFollowCam(double time) {
@@ -70,27 +63,19 @@ int CFollowCamNode::update(double time) {
 }
 
 bool CDriverCamNode::create() {
-    CInterface& host = *parent->hostInterface;
-    pMesh = host.createCameraElement(sName, parent->cChassisRelocatorNode.pMesh, false);
-    writeLocalMatrix(*this, Translation({-0.091, 0.125, 0.02}), host.getCurrentTime());
+    createElement(*this, ElementId::driverCam);
     setFieldOfView(*this, 90.0, 0.0);
     return true;
 }
 
 bool CTopViewCamNode::create() {
-    CInterface& host = *parent->hostInterface;
-    pMesh = host.createCameraElement(sName, parent->cCarBodyNode.pMesh, false);
-    writeLocalMatrix(*this, RotationX(-90.0 * kDegree) * Translation({0.0, 0.0, 2.0}), host.getCurrentTime());
+    createElement(*this, ElementId::topViewCam);
     setFieldOfView(*this, 80.0, 0.0);
     return true;
 }
 
 bool CSteeringWheelNode::create() {
-    CInterface& host = *parent->hostInterface;
-    const CMesh mesh = CMesh_SteeringWheelMesh() * Scaling(0.035);
-    pMesh = host.createMeshElement(sName, parent->cCarBodyNode.pMesh, &mesh, 0);
-    writeLocalMatrix(*this, Translation({-0.091, 0.147, -0.068}) * RotationX(-20.0 * kDegree), host.getCurrentTime());
-    setAppearance(*this, colourFromBytes(180, 189, 135), parent->bWireframeMode);
+    createElement(*this, ElementId::steeringWheel);
     return true;
 }
 

@@ -1,7 +1,7 @@
 // The three cameras of the rig and the steering wheel.
 #pragma once
 
-#include "rig/SceneNode.h"
+#include "rig/RigElements.h"
 #include "rig/meshes/CMesh_SteeringWheelMesh.h"
 
 namespace ond::ovs::addon::rig {
@@ -21,7 +21,7 @@ class CFollowCamNode final : public SceneNode {
     double dOffsetMult = 1.0;
     Vector3<double> vOffset{0.0, 1.4, 7.0};  ///< in the space of the turn base, times its scale
 
-    CFollowCamNode() : SceneNode("FollowCam") {}
+    CFollowCamNode() : SceneNode(elementName(ElementId::followCam)) {}
     bool create() override;
     int update(double time) override;
     /// Starts the filters of a run at `time`: at the camera's pose, and the first stage at its key when resuming.
@@ -31,14 +31,14 @@ class CFollowCamNode final : public SceneNode {
 /// Fixed to the chassis at the driver's head.
 class CDriverCamNode final : public SceneNode {
   public:
-    CDriverCamNode() : SceneNode("DriverCam") {}
+    CDriverCamNode() : SceneNode(elementName(ElementId::driverCam)) {}
     bool create() override;
 };
 
 /// Fixed above the body, looking down.
 class CTopViewCamNode final : public SceneNode {
   public:
-    CTopViewCamNode() : SceneNode("TopViewCam") {}
+    CTopViewCamNode() : SceneNode(elementName(ElementId::topViewCam)) {}
     bool create() override;
 };
 
@@ -50,7 +50,7 @@ class CSteeringWheelNode final : public SceneNode {
     double dSteeringWheelRotMult = 1.0;  ///< "Steering Wheel Rot Mult"; saved
     Matrix4 mInit_loc;                   ///< local matrix at rest, where the user put the wheel; saved
 
-    CSteeringWheelNode() : SceneNode("SteeringWheelMesh") {}
+    CSteeringWheelNode() : SceneNode(elementName(ElementId::steeringWheel)) {}
     bool create() override;
     int update(double time) override;
     void onPrepareEnd(double time) override;

@@ -3,27 +3,22 @@
 #include <algorithm>
 
 #include "CCarCamObject.h"
+#include "rig/RigElements.h"
 
 namespace ond::ovs::addon::rig {
 
 namespace {
 
-/// Calls `visit` for every helper: single nodes first, then `corners` corners one by one.
+/// Calls `visit` for every helper: those of the whole vehicle first, then `corners` corners one by one.
 template <class Visit>
 void forEachHelper(CCarCamObject& v, std::size_t corners, Visit visit) {
-    SceneNode* const single[] = {&v.cRelativeTurnBaseNode, &v.cSteeringWheelNode, &v.cGravityDirectionNode,
-                                 &v.cBaseMeshNode,         &v.cCarBodyNode,       &v.cChassisRelocatorNode,
-                                 &v.cTargetNode,           &v.cExternalForceNode};
-    for (SceneNode* node : single) visit(*node);
-    const auto visitCorner = [&](auto& nodes, std::size_t corner) {
-        if (corner < nodes.size()) visit(nodes[corner]);
-    };
-    for (std::size_t corner = 0; corner < corners; ++corner) {
-        visitCorner(v.aWheelNodes, corner);
-        visitCorner(v.aWheelCenterNodes, corner);
-        visitCorner(v.aWheelCenterSuspensionNodes, corner);
-        visitCorner(v.aWheelRelocatorNodes, corner);
-    }
+    for (const RigElement* helper : kHelpers)
+        if (!helper->atCorners) visit(*helper->node(v, 0));
+    for (std::uint32_t corner = 0; corner < corners; ++corner)
+        for (const RigElement* helper : kHelpers) {
+            SceneNode* node = helper->atCorners ? helper->node(v, corner) : nullptr;
+            if (node != nullptr) visit(*node);
+        }
 }
 
 std::size_t cornersWithWheel(const CCarCamObject& v) { return static_cast<std::size_t>(v.numCorners()); }

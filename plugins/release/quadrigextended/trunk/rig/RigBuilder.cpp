@@ -1,38 +1,20 @@
 #include "rig/RigBuilder.h"
 
 #include "CCarCamObject.h"
+#include "rig/RigElements.h"
 
 namespace ond::ovs::addon::rig {
 
-namespace {
-
-constexpr std::uint32_t kAttachable = 17;  // tells the host that the user may attach the element to other things
-
-void makeAttachable(const SceneNode& node) {
-    if (node.pMesh != nullptr) node.pMesh->callExtension(kAttachable, nullptr);
-}
-
-}  // namespace
-
 void buildRig(CCarCamObject& v) {
-    v.cCarBodyNode.create();
-    v.cChassisRelocatorNode.create();
-    makeAttachable(v.cChassisRelocatorNode);
-    v.cTargetNode.create();
-    resizeWheels(v, kNumWheels);
-    v.cRelativeTurnBaseNode.create();
-    v.cSteeringWheelNode.create();
-    v.cGravityDirectionNode.create();
-    makeAttachable(v.cGravityDirectionNode);
-    v.cBaseMeshNode.create();
-    v.cExternalForceNode.create();
-    v.cTopViewCamNode.create();
-    makeAttachable(v.cTopViewCamNode);
-    v.cDriverCamNode.create();
-    makeAttachable(v.cDriverCamNode);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(ElementId::followCam); ++i) {
+        if (kRigElements[i].atCorners)
+            resizeWheels(v, kNumWheels);  // makes all that is at corners
+        else
+            buildElement(v, ElementId{i});
+    }
     if (v.cCarBodyNode.pMesh != nullptr) v.cCarBodyNode.pMesh->rigBuilt();
     prepareNode(v.cRelativeTurnBaseNode, v.hostInterface->getCurrentTime());
-    v.cFollowCamNode.create();
+    buildElement(v, ElementId::followCam);
     if (v.bHideDriverCamera) v.cDriverCamNode.hide();
     if (v.bHideTopViewCamera) v.cTopViewCamNode.hide();
     if (v.bHideFollowCamera) v.cFollowCamNode.hide();

@@ -89,7 +89,7 @@ struct Colour {
     return {static_cast<float>(red) / 255.0f, static_cast<float>(green) / 255.0f, static_cast<float>(blue) / 255.0f};
 }
 
-/// Last step of every create(): gives the element its colour and the wireframe mode.
+/// Gives the element a colour of its own and says whether it is shown as wireframe.
 void setAppearance(const SceneNode& node, const Colour& colour, bool wireframe);
 
 }  // namespace rig

@@ -7,20 +7,15 @@
 
 namespace ond::ovs::addon::rig {
 
-using util::CMesh;
 using util::Cross;
 using util::Multiply;
 using util::Normalized;
 using util::Quat;
 using util::RotationX;
-using util::RotationY;
 using util::Scaling;
 using util::Sign;
-using util::Translation;
 
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 /// Just under half a turn: keys further apart would be interpolated the wrong way round.
 constexpr double kLargestTurnBetweenKeys = 3.110487775831478;
@@ -28,31 +23,10 @@ constexpr double kLargestTurnBetweenKeys = 3.110487775831478;
 /// More cuts than this in one frame come from numbers that have run away, not from a wheel.
 constexpr double kMostCuts = 100000.0;
 
-MeshHandle* relocatorHandle(const CCarCamObject& vehicle, std::uint32_t corner) {
-    return corner < vehicle.aWheelRelocatorNodes.size() ? vehicle.aWheelRelocatorNodes[corner].pMesh : nullptr;
-}
-
 /// Where the user has put the wheel of a corner; the identity where a rig has no relocator.
 Matrix4 relocatorMatrix(const CCarCamObject& vehicle, std::uint32_t corner, double time) {
     if (corner >= vehicle.aWheelRelocatorNodes.size()) return {};
     return readWorldMatrix(vehicle.aWheelRelocatorNodes[corner], time);
-}
-
-/// Geometry of a corner; corners that the model does not have take that of the last one.
-const WheelGeometry& geometry(const CCarCamObject& vehicle, std::uint32_t corner) {
-    return vehicle.cCarCam.wheelGeom[corner < kNumWheels ? corner : kNumWheels - 1];
-}
-
-/// Makes an attach point below the corner's relocator, standing at the wheel with the body's axes.
-void createCentre(SceneNode& node, std::uint32_t corner, const CMesh& mesh) {
-    CCarCamObject& vehicle = *node.parent;
-    CInterface& host = *vehicle.hostInterface;
-    node.pMesh = host.createMeshElement(node.sName + cornerSuffix(corner), relocatorHandle(vehicle, corner), &mesh, 0);
-    const double now = host.getCurrentTime();
-    Matrix4 matrix = readWorldMatrix(vehicle.cCarBodyNode, now);
-    if (corner < vehicle.aWheelNodes.size()) matrix.setRow(3, readWorldMatrix(vehicle.aWheelNodes[corner], now).row(3));
-    writeWorldMatrix(node, matrix, now);
-    setAppearance(node, colourFromBytes(240, 252, 180), vehicle.bWireframeMode);
 }
 
 Vector3<double> wheelPosition(const CCarCamObject& vehicle, std::uint32_t corner) {
@@ -94,30 +68,20 @@ void removeCorner(CCarCamObject& vehicle) {
 
 }  // namespace
 
+const WheelGeometry& cornerGeometry(const CCarCamObject& vehicle, std::uint32_t corner) {
+    return vehicle.cCarCam.wheelGeom[corner < kNumWheels ? corner : kNumWheels - 1];
+}
+
 bool CWheelRelocatorNode::createAtCorner(std::uint32_t corner) {
     iCorner = corner;
-    const WheelGeometry& geom = geometry(*parent, corner);
-    const CMesh mesh = CMesh_AttachToMesh() * Scaling({2.0, 2.0, 1.4});
-    CInterface& host = *parent->hostInterface;
-    pMesh = host.createMeshElement(sName + cornerSuffix(corner), parent->cChassisRelocatorNode.pMesh, &mesh, 0);
-    if (pMesh != nullptr) pMesh->callExtension(57, nullptr);
-    writeWorldMatrix(*this, Translation({geom.x, geom.radius, geom.z}) * Scaling(geom.radius), host.getCurrentTime());
-    setAppearance(*this, colourFromBytes(224, 143, 87), parent->bWireframeMode);
+    createElement(*this, ElementId::wheelRelocator, corner);
     return true;
 }
 
 bool CWheelNode::createAtCorner(std::uint32_t corner) {
     iCorner = corner;
-    const WheelGeometry& geom = geometry(*parent, corner);
-    const CMesh_WheelMesh wheel;
-    const CMesh mesh = geom.x > 0 ? wheel * RotationY(kPi) : CMesh(wheel);
-    CInterface& host = *parent->hostInterface;
-    pMesh = host.createMeshElement(sName + cornerSuffix(corner), relocatorHandle(*parent, corner), &mesh, 0);
-    dCurrDelta = dCurrDeltaW = geom.radius;
-    writeWorldMatrix(
-        *this, Translation({geom.x, geom.radius, geom.z}) * Scaling({0.7 * geom.radius, geom.radius, geom.radius}),
-        host.getCurrentTime());
-    setAppearance(*this, colourFromBytes(140, 147, 105), parent->bWireframeMode);
+    dCurrDelta = dCurrDeltaW = cornerGeometry(*parent, corner).radius;
+    createElement(*this, ElementId::wheel, corner);
     return true;
 }
 
@@ -157,7 +121,7 @@ void CWheelNode::writeWheelKeys(double time) {
 
 bool CWheelCenterSuspensionNode::createAtCorner(std::uint32_t corner) {
     iCorner = corner;
-    createCentre(*this, corner, CMesh_WheelGroundMesh() * Scaling({1.0, 0.6, 2.0}) * RotationY(kPi / 2));
+    createElement(*this, ElementId::wheelCenterSuspension, corner);
     return true;
 }
 
@@ -171,7 +135,7 @@ int CWheelCenterSuspensionNode::update(double time) {
 
 bool CWheelCenterNode::createAtCorner(std::uint32_t corner) {
     iCorner = corner;
-    createCentre(*this, corner, CMesh_WheelGroundMesh() * Scaling({1.0, 0.6, 2.0}));
+    createElement(*this, ElementId::wheelCenter, corner);
     return true;
 }
 

@@ -3,13 +3,17 @@
 
 #include <vector>
 
+#include "car/CarState.h"
 #include "ond/ovs/SurfaceObject.h"
-#include "rig/SceneNode.h"
+#include "rig/RigElements.h"
 #include "rig/meshes/CMesh_AttachToMesh.h"
 #include "rig/meshes/CMesh_WheelGroundMesh.h"
 #include "rig/meshes/CMesh_WheelMesh.h"
 
 namespace ond::ovs::addon::rig {
+
+/// Geometry of a corner; corners that the model does not have take that of the last one.
+[[nodiscard]] const WheelGeometry& cornerGeometry(const CCarCamObject& vehicle, std::uint32_t corner);
 
 /// Handle for the user: place and size of the wheel. The vehicle moves it at the start of a run only.
 class CWheelRelocatorNode final : public SceneNode {
@@ -18,7 +22,7 @@ class CWheelRelocatorNode final : public SceneNode {
 
     std::uint32_t iCorner = 0;
 
-    CWheelRelocatorNode() : SceneNode("WheelRelocatorMesh") {}
+    CWheelRelocatorNode() : SceneNode(elementName(ElementId::wheelRelocator)) {}
     virtual bool createAtCorner(std::uint32_t corner);
 };
 
@@ -42,7 +46,24 @@ class CWheelNode final : public SceneNode {
     };
     Hits hits;
 
-    CWheelNode() : SceneNode("WheelMesh") {}
+    /// A side ray's place in the fan, and the ray itself in the coordinates of the surface it is cast at.
+    struct FanRay {
+        double sine;  ///< of the angle
+        double cosine;
+        double sineOfSize;  ///< of the angle without its sign
+        double cosineOfSize;
+        Vector3<double> direction;  ///< unit
+        double reach;               ///< how far the physics world looks along it
+    };
+    /// The side rays from back to front, kept between frames: their angles rarely change, their directions do not
+    /// depend on how far earlier rays have lifted the wheel.
+    struct Fan {
+        double step = 0.0;  ///< angle between two rays, radians
+        std::vector<FanRay> rays;
+    };
+    Fan fan;
+
+    CWheelNode() : SceneNode(elementName(ElementId::wheel)) {}
 
     /// Probes the ground and writes this node's matrices and the wheel record; makes no keyframe.
     int update(double time) override;
@@ -66,7 +87,7 @@ class CWheelCenterSuspensionNode final : public SceneNode {
 
     std::uint32_t iCorner = 0;
 
-    CWheelCenterSuspensionNode() : SceneNode("WheelCenterSuspensionMesh") {}
+    CWheelCenterSuspensionNode() : SceneNode(elementName(ElementId::wheelCenterSuspension)) {}
     int update(double time) override;
     virtual bool createAtCorner(std::uint32_t corner);
 };
@@ -78,7 +99,7 @@ class CWheelCenterNode final : public SceneNode {
 
     std::uint32_t iCorner = 0;
 
-    CWheelCenterNode() : SceneNode("WheelCenterMesh") {}
+    CWheelCenterNode() : SceneNode(elementName(ElementId::wheelCenter)) {}
     int update(double time) override;
     virtual bool createAtCorner(std::uint32_t corner);
 };

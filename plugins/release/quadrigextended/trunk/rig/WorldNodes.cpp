@@ -9,13 +9,8 @@ namespace ond::ovs::addon::rig {
 using util::CMesh;
 using util::Inverse;
 using util::Normalized;
-using util::RotationX;
-using util::Scaling;
-using util::Translation;
 
 namespace {
-
-constexpr double kDegree = 3.141592653589793 / 180.0;
 
 /// There is no body for a parent whose mesh is empty: says so and goes back to the host's own surfaces.
 void cancelFastCastOnEmptyParent(CCarCamObject& vehicle, MeshHandle& ground, double time) {
@@ -66,12 +61,7 @@ void appendElement(CGravityDirectionNode& node, MeshHandle& element, double time
 }  // namespace
 
 bool CGravityDirectionNode::create() {
-    const double length = parent->cCarCam.fBodyLength;
-    const CMesh mesh = CMesh_GravityDirectionMesh() * Scaling(0.12);
-    pMesh = parent->hostInterface->createMeshElement(sName, nullptr, &mesh, 0);
-    writeWorldMatrix(*this, Translation({0.0, 0.0, length / 2 * -1.51}) * Scaling(length),
-                     parent->hostInterface->getCurrentTime());
-    setAppearance(*this, colourFromBytes(224, 86, 86), parent->bWireframeMode);
+    createElement(*this, ElementId::gravityDirection);
     return true;
 }
 
@@ -105,29 +95,14 @@ void CGravityDirectionNode::onPrepareEnd(double time) {
 }
 
 bool CTargetNode::create() {
-    const cCarCam& car = parent->cCarCam;
-    const CMesh mesh = CMesh_TargetMesh() * Scaling(0.4);
-    pMesh = parent->hostInterface->createMeshElement(sName, nullptr, &mesh, 0);
-    if (pMesh != nullptr) pMesh->callExtension(17, nullptr);
-    const double now = parent->hostInterface->getCurrentTime();
-    writeLocalMatrix(*this,
-                     readWorldMatrix(parent->cCarBodyNode, now) * Scaling(1 / car.fBodyLength) *
-                         Translation({0.0, car.fBodyRestHeight, car.fBodyLength / 2 * -2.01}),
-                     now);
-    setAppearance(*this, colourFromBytes(86, 224, 86), false);
+    createElement(*this, ElementId::target);
     return true;
 }
 
 int CTargetNode::update(double /*time*/) { return 1; }
 
 bool CExternalForceNode::create() {
-    const CMesh mesh =
-        CMesh_GravityDirectionMesh() * Translation({0.0, 0.5, 0.0}) * RotationX(-90.0 * kDegree) * Scaling(0.08);
-    pMesh = parent->hostInterface->createMeshElement(sName, parent->cCarBodyNode.pMesh, &mesh, 0);
-    if (pMesh != nullptr) pMesh->callExtension(17, nullptr);
-    writeLocalMatrix(*this, Translation({0.0, parent->cCarCam.fBodyLength / 10, 0.3}) * RotationX(170.0 * kDegree),
-                     parent->hostInterface->getCurrentTime());
-    setAppearance(*this, colourFromBytes(224, 224, 86), parent->bWireframeMode);
+    createElement(*this, ElementId::externalForce);
     return true;
 }
 

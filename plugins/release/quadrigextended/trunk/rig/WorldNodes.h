@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "rig/SceneNode.h"
+#include "rig/RigElements.h"
 #include "rig/meshes/CMesh_GravityDirectionMesh.h"
 #include "rig/meshes/CMesh_TargetMesh.h"
 
@@ -20,7 +20,7 @@ class CGravityDirectionNode final : public SceneNode {
     std::vector<Matrix4> mParentMesh;      ///< surface to world, one per ground surface, taken at the start of a run
     std::vector<Matrix4> mParentMesh_inv;  ///< their inverses
 
-    CGravityDirectionNode() : SceneNode("GravityDirectionMesh") {}
+    CGravityDirectionNode() : SceneNode(elementName(ElementId::gravityDirection)) {}
     bool create() override;
     int update(double time) override;
     void onPrepareEnd(double time) override;
@@ -31,7 +31,7 @@ class CTargetNode final : public SceneNode {
   public:
     using CMesh_TargetMesh = rig::CMesh_TargetMesh;
 
-    CTargetNode() : SceneNode("TargetMesh") {}
+    CTargetNode() : SceneNode(elementName(ElementId::target)) {}
     bool create() override;
     int update(double time) override;
 };
@@ -41,7 +41,7 @@ class CExternalForceNode final : public SceneNode {
   public:
     using CMesh_GravityDirectionMesh = rig::CMesh_GravityDirectionMesh;
 
-    CExternalForceNode() : SceneNode("ExternalForceMesh") {}
+    CExternalForceNode() : SceneNode(elementName(ElementId::externalForce)) {}
     bool create() override;
     int update(double time) override;
 };

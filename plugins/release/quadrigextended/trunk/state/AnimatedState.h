@@ -50,6 +50,13 @@ struct AnimatedRow {
     bool onlyAutonomous;  ///< keyed only in autonomous mode
 };
 
+/// Keys of the corner rows. They are also those of the children of a saved wheel store for one corner; there they
+/// repeat for each corner, so children count by position.
+constexpr std::array<std::string_view, 6> kWheelStoreKeys = {
+    "ancCarCampcWheelfSuspZeroDiff", "ancCarCampcWheelfSuspZeroDiff_prev",
+    "ancCarCampcWheelpfTotalPitch",  "ancWheelNodeCurrDelta",
+    "ancWheelNodeCurrDeltaW",        "andWheelGroundNormalDiff"};
+
 /// All rows, in the order in which a frame writes its keys. The six corner rows stand together.
 extern const std::array<AnimatedRow, 41> kAnimatedState;
 

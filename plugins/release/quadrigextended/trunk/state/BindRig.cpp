@@ -1,16 +1,15 @@
 #include "state/BindRig.h"
 
-#include "ond/util/CMesh_Box.h"
-
 namespace ond::ovs::addon {
 
-bool bind(rig::SceneNode& node) {
-    node.pMesh = node.parent->hostInterface->findElement(node.sName);
-    return node.pMesh != nullptr;
-}
+using rig::ElementId;
 
-void sendExtension(const rig::SceneNode& node, std::uint32_t id) {
-    if (node.pMesh != nullptr) node.pMesh->callExtension(id, nullptr);
+bool bind(CCarCamObject& v, ElementId id) {
+    const rig::RigElement& element = rig::rigElement(id);
+    rig::SceneNode& node = *element.node(v, 0);
+    node.pMesh = v.hostInterface->findElement(node.sName);
+    sendExtension(node, element.whenBound);
+    return node.pMesh != nullptr;
 }
 
 std::string cornerElementName(const std::string& name, CornerNames names, std::uint32_t corner) {
@@ -19,29 +18,26 @@ std::string cornerElementName(const std::string& name, CornerNames names, std::u
 }
 
 bool bindRig(CCarCamObject& v) {
-    if (!bind(v.cGravityDirectionNode)) return false;
-    sendExtension(v.cGravityDirectionNode, kAttachableExtension);
-    if (!bind(v.cTopViewCamNode)) return false;
-    sendExtension(v.cTopViewCamNode, kAttachableExtension);
-    if (!bind(v.cRelativeTurnBaseNode)) return false;
-    if (!bind(v.cCarBodyNode)) return false;
-    if (!bind(v.cSteeringWheelNode)) v.cSteeringWheelNode.create();
+    for (const ElementId id :
+         {ElementId::gravityDirection, ElementId::topViewCam, ElementId::turnBase, ElementId::carBody})
+        if (!bind(v, id)) return false;
+    if (!bind(v, ElementId::steeringWheel)) buildElement(v, ElementId::steeringWheel);
     if (!v.cCarBodyNode.isShown()) v.cSteeringWheelNode.hide();
-    if (!bind(v.cDriverCamNode)) return false;
-    sendExtension(v.cDriverCamNode, kAttachableExtension);
-    if (!bind(v.cFollowCamNode)) return false;
-    if (!bind(v.cExternalForceNode)) v.cExternalForceNode.create();
-    sendExtension(v.cExternalForceNode, kAttachableExtension);
+    for (const ElementId id : {ElementId::driverCam, ElementId::followCam})
+        if (!bind(v, id)) return false;
+    if (!bind(v, ElementId::externalForce)) {
+        buildElement(v, ElementId::externalForce);
+        sendExtension(v.cExternalForceNode, rig::rigElement(ElementId::externalForce).whenBound);
+    }
     return true;
 }
 
 void makeBaseMesh(CCarCamObject& v) {
     rig::CBaseMeshNode& node = v.cBaseMeshNode;
-    const util::CMesh mesh = util::CMesh_Box(0.5, 0.5, 0.5) * util::Scaling(0.12);
-    node.pMesh = v.hostInterface->createMeshElement(node.sName, v.cCarBodyNode.pMesh, &mesh, 0);
+    makeElement(node, ElementId::baseMesh);
     node.hide();
     writeWorldMatrix(node, readWorldMatrix(v.cGravityDirectionNode, 0.0), 0.0);
-    setAppearance(node, {0.8784314f, 0.8784314f, 0.3372549f}, v.bWireframeMode);
+    colourElement(node, ElementId::baseMesh);
     node.hide();
 }
 

@@ -6,18 +6,13 @@
 #include <vector>
 
 #include "CCarCamObject.h"
+#include "rig/RigElements.h"
 
 namespace ond::ovs::addon {
 
-/// Binds `node` to the element of its name; its handle is null if the scene has none. Answers whether it has.
-bool bind(rig::SceneNode& node);
-
-/// Extensions that are sent to elements, see MeshHandle::callExtension().
-constexpr std::uint32_t kAttachableExtension = 17;
-constexpr std::uint32_t kRelocatorExtension = 57;
-
-/// Sends extension `id` to the element of `node`, if there is one.
-void sendExtension(const rig::SceneNode& node, std::uint32_t id);
+/// Binds the node of `id`, which is not at corners, to the element of its name and tells the element what it is. The
+/// node's handle is null if the scene has no such element. Answers whether it has.
+bool bind(CCarCamObject& vehicle, rig::ElementId id);
 
 /// How the names of corner elements are formed.
 enum class CornerNames {

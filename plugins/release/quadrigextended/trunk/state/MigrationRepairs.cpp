@@ -9,6 +9,8 @@
 
 namespace ond::ovs::addon::migration {
 
+using rig::ElementId;
+
 namespace {
 
 double halfLength(const cCarCam& car) { return car.fBodyLength / 2; }
@@ -126,33 +128,25 @@ bool takeFirstTimeFromSkidBreaking(const Load& load) {
 
 // Elements
 
-bool bindChassisRelocator(const Load& load) {
-    if (!bind(load.vehicle.cChassisRelocatorNode)) return false;
-    sendExtension(load.vehicle.cChassisRelocatorNode, kRelocatorExtension);
-    return true;
-}
+bool bindChassisRelocator(const Load& load) { return bind(load.vehicle, ElementId::chassisRelocator); }
 
 bool makeChassisRelocator(const Load& load) {
-    load.vehicle.cChassisRelocatorNode.create();
-    sendExtension(load.vehicle.cChassisRelocatorNode, kAttachableExtension);
+    buildElement(load.vehicle, ElementId::chassisRelocator);
     return true;
 }
 
-bool bindTarget(const Load& load) {
-    if (!bind(load.vehicle.cTargetNode)) return false;
-    sendExtension(load.vehicle.cTargetNode, kAttachableExtension);
-    return true;
-}
+bool bindTarget(const Load& load) { return bind(load.vehicle, ElementId::target); }
 
 bool makeTarget(const Load& load) {
-    load.vehicle.cTargetNode.create();
+    buildElement(load.vehicle, ElementId::target);
     return true;
 }
 
 bool bindRelocators(const Load& load) {
     auto& nodes = load.vehicle.aWheelRelocatorNodes;
-    bindCorners(load.vehicle, nodes, rig::CWheelRelocatorNode().sName, CornerNames::suffixed);
-    for (const rig::CWheelRelocatorNode& node : nodes) sendExtension(node, kRelocatorExtension);
+    bindCorners(load.vehicle, nodes, elementName(ElementId::wheelRelocator), CornerNames::suffixed);
+    for (const rig::CWheelRelocatorNode& node : nodes)
+        sendExtension(node, rigElement(ElementId::wheelRelocator).whenBound);
     return true;
 }
 
@@ -163,8 +157,8 @@ bool hideGravityDirection(const Load& load) {
 
 bool bindWheels(const Load& load) {
     CCarCamObject& v = load.vehicle;
-    const std::string wheel = rig::CWheelNode().sName;
-    const std::string center = rig::CWheelCenterNode().sName;
+    const std::string wheel = elementName(ElementId::wheel);
+    const std::string center = elementName(ElementId::wheelCenter);
     const std::string oldCenter = "WheelBottomMesh";
     // The scene tells the age of the rig, whatever the age of the block.
     const bool hasNumbered =
@@ -192,12 +186,12 @@ bool readTurnBaseMatrix(const Load& load) {
 }
 
 bool bindOrMakeBaseMesh(const Load& load) {
-    if (!bind(load.vehicle.cBaseMeshNode)) makeBaseMesh(load.vehicle);
+    if (!bind(load.vehicle, ElementId::baseMesh)) makeBaseMesh(load.vehicle);
     return true;
 }
 
 bool bindCenterSuspensions(const Load& load) {
-    bindCorners(load.vehicle, load.vehicle.aWheelCenterSuspensionNodes, rig::CWheelCenterSuspensionNode().sName,
+    bindCorners(load.vehicle, load.vehicle.aWheelCenterSuspensionNodes, elementName(ElementId::wheelCenterSuspension),
                 CornerNames::suffixed);
     return true;
 }

@@ -40,12 +40,6 @@ struct SavedRow {
 /// All leaves, the first of the block first.
 extern const std::array<SavedRow, 93> kSavedRows;
 
-/// Keys of the children of the wheel store for one corner. They repeat for each corner, so children count by position.
-constexpr std::array<std::string_view, 6> kWheelStoreKeys = {
-    "ancCarCampcWheelfSuspZeroDiff", "ancCarCampcWheelfSuspZeroDiff_prev",
-    "ancCarCampcWheelpfTotalPitch",  "ancWheelNodeCurrDelta",
-    "ancWheelNodeCurrDeltaW",        "andWheelGroundNormalDiff"};
-
 /// Keys that only older blocks bear.
 constexpr std::string_view kOldSkidBrakeKey = "ancCarCampcInput_SKID_BREAK";
 constexpr std::string_view kOldFixateCentersKey = "bFixateWheelCenterNodes";
