@@ -164,6 +164,7 @@ bool HostSurface::intersect(const util::Vector3<double>& origin, const util::Vec
     const ModuleScope::Pause pause;
     lent.use("intersect");
     lent.host->note("intersect", lent.host->label(lent.element));
+    if (lent.host->recordsRays) lent.host->rays.push_back({origin, direction});
     if (lent.element->surface != SurfaceKind::mesh) return false;
     if (lent.element->rays == nullptr) lent.element->rays = std::make_shared<TriangleRays>(lent.element->shape);
     return lent.element->rays->intersect(origin, direction, t, normal);

@@ -33,6 +33,12 @@ struct Message {
     friend bool operator==(const Message& a, const Message& b) { return a.text == b.text && a.caption == b.caption; }
 };
 
+/// A ray that the vehicle cast at a surface, in that surface's coordinates.
+struct Ray {
+    util::Vector3<double> origin;
+    util::Vector3<double> direction;
+};
+
 /// What this host leaves undone, to see how the vehicle bears it. To be set before the calls that it concerns.
 struct Faults {
     bool knowsExtension41 = true;    ///< output channels
@@ -109,6 +115,8 @@ class VehicleHost final : public ovs::CInterface {
     std::vector<std::unique_ptr<unidevice::Property>> properties;
     std::vector<std::unique_ptr<unidevice::OutputProperty>> outputs;
     std::vector<unsigned char> chunk;
+    bool recordsRays = false;
+    std::vector<Ray> rays;  ///< all casts at surfaces while `recordsRays`
 
     // CInterface
     void* callExtension(std::uint32_t id, void* argument) override;

@@ -153,6 +153,29 @@ TEST_F(FrameUpdate, ExternalForceLeansTheBody) {
     EXPECT_LT(std::abs(roll(300)), 5e-3);
 }
 
+// A turn of the gravity mesh at a frame is read at the frame's end, becomes the frame before in the next, and acts in
+// the one after that.
+TEST_F(FrameUpdate, DirectionOfGravityActsTwoFramesLater) {
+    std::vector<std::vector<Matrix4>> bodies;
+    for (const bool turned : {false, true}) {
+        RecordingHost own(vehicleModule());
+        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        car.put("Use Fast Ray Cast", 0.0);
+        quiet(car);
+        car.axis("Skid Brake").position = 1.0;
+        Element& gravity = car.element("GravityDirectionMesh");
+        const Matrix4 upright = gravity.track.pose;
+        own.scene.setUserKey(gravity, 49, upright);
+        own.scene.setUserKey(gravity, 50, turned ? upright * util::RotationZ(0.8) : upright);
+        own.run(0, 60);
+        bodies.emplace_back();
+        for (int frame = 0; frame <= 60; ++frame) bodies.back().push_back(car.world("CarBodyMesh", frame));
+    }
+    for (std::size_t frame = 0; frame <= 51; ++frame) EXPECT_EQ(bodies[0][frame], bodies[1][frame]) << frame;
+    EXPECT_GT(degreesBetween(bodies[0][52], bodies[1][52]), 1e-4);
+    EXPECT_GT(degreesBetween(bodies[0][60], bodies[1][60]), 0.1);
+}
+
 TEST_F(FrameUpdate, IdleReadOutsComeFromTheKeys) {
     VehicleHost& car = addCarOnPlane();
     car.axis("Gas Pedal").script = [](double time) { return 0.1 + 0.1 * time; };

@@ -404,6 +404,42 @@ TEST_F(Ground, NumberOfRaysFollowsItsParameters) {
     EXPECT_EQ(raysInAFrame(car), 4 * 181);
 }
 
+// Row by row from the inner edge of the wheel to the outer, each from one end of the fan to the other, at twice the
+// angle of the parameter; all in the plane in which the wheel rolls. A flat ground below gives no cause to move.
+TEST_F(Ground, FanOfRaysStandsAtTwiceItsAngle) {
+    VehicleHost& car = addParkedCar();
+    car.edit("Use Fast Ray Cast", 0.0);
+    car.put("Ray Multiplier", 4.0);
+    car.put("Degrees Per Ray", 5.0);
+    linkGround(car, flatGround());
+    host.startRun(0);
+    host.advance(300);
+    car.recordsRays = true;
+    host.advance(1);
+    host.stopRun();
+    ASSERT_EQ(car.rays.size(), 4u * (1 + 7 + 6 + 7));
+    for (std::size_t corner = 0; corner < 4; ++corner) {
+        SCOPED_TRACE(kCorners[corner]);
+        const Ray* ray = &car.rays[corner * 21];
+        const Matrix4 relocator = car.world(std::string("WheelRelocatorMesh") + kCorners[corner], 301);
+        const Vector3<double> axle =
+            util::Normalized(car.world(std::string("WheelMesh") + kCorners[corner], 300).row(0));
+        const Vector3<double> down = -util::Normalized(relocator.row(1));
+        expectNear(ray->direction, down, 1e-9, "centre ray");
+        ++ray;
+        const Vector3<double> middle = position(car.world(std::string("WheelMesh") + kCorners[corner], 301));
+        for (int e = -1; e <= 1; ++e)
+            for (int j = -3; j <= 3; ++j) {
+                if (e == 0 && j == 0) continue;
+                const double angle = 2.0 * j * 5.0 / 180.0 * 3.141592653589793;
+                const Vector3<double> forward = util::Cross(axle, down);
+                expectNear(ray->direction, std::cos(angle) * down + std::sin(angle) * forward, 1e-6, "side ray");
+                expectNear(ray->origin, middle + (0.5 * 0.7 * kWheelRadius * e) * axle, 2e-3, "its origin");
+                ++ray;
+            }
+    }
+}
+
 TEST_F(Ground, WithoutGroundEachCentreRayIsTriedFromHigherUp) {
     VehicleHost& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
@@ -432,6 +468,101 @@ TEST_F(Ground, WheelClimbsAStepBeforeItsCentreReachesIt) {
     }
     EXPECT_TRUE(early);
     EXPECT_NEAR(position(car.world("WheelMesh_FR", 150)).y, 0.1 + kRadius, 0.01);
+}
+
+/// Four strips along the way of the car, each as wide as `width` and below the middle of a wheel.
+CMesh strips(double width) {
+    CMesh mesh;
+    mesh.setNumVertices(8);
+    mesh.setNumFaces(4);
+    for (int side = 0; side < 2; ++side) {
+        const double x = side == 0 ? -kHalfTrack : kHalfTrack;
+        for (int i = 0; i < 4; ++i)
+            mesh.setVertex(4 * side + i, x + (i % 2 == 0 ? -0.5 : 0.5) * width, 0.0, i < 2 ? -30.0 : 30.0);
+        mesh.setFace(2 * side, 4 * side, 4 * side + 2, 4 * side + 1);
+        mesh.setFace(2 * side + 1, 4 * side + 1, 4 * side + 2, 4 * side + 3);
+    }
+    return mesh;
+}
+
+// Through the physics world a side ray that misses counts as a hit at the last distance, at first 0, which is the
+// wheel's centre: on a strip narrower than the wheel its edge rays lift the wheel off. The other ways know a miss.
+TEST_F(Ground, MissedEdgeRaysLiftTheWheelInBulletModeOnly) {
+    for (const Casting casting : {Casting::bullet, Casting::surface, Casting::stored}) {
+        SCOPED_TRACE(static_cast<int>(casting));
+        VehicleHost& car = addParkedCar();
+        Element& ground = linkGround(car, strips(0.1));
+        if (casting != Casting::bullet) car.edit("Use Fast Ray Cast", 0.0);
+        if (casting == Casting::stored) car.edit("Store Ground Mesh Data", 1.0);
+        host.run(0, 3);
+        const double height = position(car.world("WheelMesh_BR", 3)).y;
+        if (casting == Casting::bullet)
+            EXPECT_GT(height, 4 * kRadius);
+        else
+            EXPECT_NEAR(height, kRadius, 0.02);
+        car.put("Cast Rays at Wheel Edges", 0.0);
+        car.press("Re-Initialize Car Attributes");
+        expectStandsAt(car, 0.0);
+        host.removeVehicle(car);
+        host.scene.remove(ground);
+    }
+}
+
+// The pressure is a filter of the wheel's place: of a sudden step it covers 1 - (1 - 0.5 p)^2 in a frame of 0.04 s.
+TEST_F(Ground, SoftTireFollowsAStepOfTheGroundSlowly) {
+    for (const double pressure : {0.1, 0.8}) {
+        VehicleHost& car = addParkedCar();
+        car.edit("Use Fast Ray Cast", 0.0);
+        car.put("Ray Multiplier", 1.0);
+        car.put("Tire Pressure", pressure);
+        Element& ground = linkGround(car, flatGround());
+        host.startRun(0);
+        host.advance(200);
+        host.scene.setShape(ground, flatGround(0.05));
+        host.advance(1);
+        const double rise = position(car.world("WheelMesh_BR", 201)).y - position(car.world("WheelMesh_BR", 200)).y;
+        EXPECT_NEAR(rise / 0.05, 1.0 - (1.0 - 0.5 * pressure) * (1.0 - 0.5 * pressure), 0.02) << pressure;
+        host.stopRun();
+        host.removeVehicle(car);
+        host.scene.remove(ground);
+    }
+}
+
+// On the plane the ground below a wheel is one radius below where the wheel would stand without gravel.
+TEST_F(Ground, GravelShakesTheWheelAboveItsHitPoint) {
+    for (const bool gravel : {true, false}) {
+        VehicleHost& car = addCarOnPlane();
+        if (gravel) car.put("Gravel Shake Offset Value", 10.0);
+        car.edit("Move WheelCenterMesh to ground hit point", 1.0);
+        car.axis("Gas Pedal").position = 1.0;
+        host.run(0, 60);
+        double shake = 0.0;
+        for (int frame = 20; frame <= 60; ++frame) {
+            const double wheel = position(car.world("WheelMesh_BL", frame)).y;
+            shake = std::max(shake, std::abs(wheel - kRadius - position(car.world("WheelCenterMesh_BL", frame)).y));
+        }
+        if (gravel)
+            EXPECT_GT(shake, 0.01);
+        else
+            EXPECT_LT(shake, 1e-9);
+        host.removeVehicle(car);
+    }
+}
+
+// Each surface is looked for from the usual height, whatever was tried for the one before it.
+TEST_F(Ground, CarStandsUnderARoofBesideASurfaceThatIsElsewhere) {
+    VehicleHost& car = addParkedCar();
+    car.edit("Use Fast Ray Cast", 0.0);
+    linkGround(car, heightGrid(500, 510, 1, 500, 510, 1, [](double, double) { return 0.0; }));
+    CMesh hall = flatGround();
+    const CMesh roof = flatGround(3.0);
+    const int first = hall.getNumVertices();
+    hall.vertices.insert(hall.vertices.end(), roof.vertices.begin(), roof.vertices.end());
+    for (int index : roof.faces) hall.faces.push_back(first + index);
+    hall.tFaces.resize(hall.faces.size());
+    Element& child = host.scene.addMesh("Hall", hall, &car.element("GravityDirectionMesh"));
+    host.scene.setWorld(child, 0.0, Matrix4());
+    expectStandsAt(car, 0.0);
 }
 
 // All ways of casting tell the same story on the same ground.

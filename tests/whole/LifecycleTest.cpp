@@ -191,6 +191,18 @@ TEST_F(Lifecycle, SpringsEditedDuringARunGoBackAtItsEnd) {
     EXPECT_EQ(car.value("Front Stiffness"), 2000.0);
 }
 
+TEST_F(Lifecycle, HostMaySendTheStartAsTheFirstFrame) {
+    VehicleHost& car = addCarOnPlane();
+    car.axis("Gas Pedal").position = 0.5;
+    host.startRun(10);
+    host.scene.beginFrame(10);
+    car.updateFrame(10);
+    host.advance(20);
+    host.stopRun();
+    EXPECT_NEAR(position(car.world("CarBodyMesh", 29)).z - position(car.world("CarBodyMesh", 30)).z,
+                0.5 * 3.0 * kLength * 0.04, 0.05);
+}
+
 TEST_F(Lifecycle, HelpersHiddenForTheRecordingComeBack) {
     VehicleHost& car = addCarOnPlane();
     car.edit("Hide Helpers During Recording", 1.0);

@@ -283,6 +283,24 @@ TEST_F(SavedState, ResumedRunTwiceGivesTheSameBits) {
     EXPECT_EQ(path(again, "CarBodyMesh", 50, 100), once);
 }
 
+// A rerun from the start goes on from the first key of the take before it; the user's number is added on a fresh start.
+TEST_F(SavedState, RerunSeedsItsNoiseFromTheFirstKey) {
+    VehicleHost& car = addCar();
+    const auto firstSeeds = [&] {
+        const SavedBlock block = saved(car);
+        return block.variable<util::AVar_Latest<int>>("ancCarCamrandomValue_gravelShake").keys.front().value;
+    };
+    car.put("Random Seed Adder", 50.0);
+    host.run(0, 10);
+    const int perFrame = firstSeeds() - 1050;
+    EXPECT_EQ(perFrame, 4) << "one number for each wheel";
+    host.run(0, 10);
+    EXPECT_EQ(firstSeeds(), 1050 + perFrame + 50 + perFrame);
+    car.put("Random Seed Adder", 0.0);
+    host.run(0, 10);
+    EXPECT_EQ(firstSeeds(), 1050 + perFrame + 50 + perFrame + perFrame);
+}
+
 TEST_F(SavedState, UndoOfARunBringsBackHistoriesAndKeys) {
     VehicleHost& car = addCarOnPlane();
     script(car);

@@ -302,6 +302,25 @@ TEST_F(Story, AutonomousCarStopsInsideItsSphere) {
     EXPECT_LT(distance(position(car.world("CarBodyMesh", 900)), position(car.world("CarBodyMesh", 890))), 0.05);
 }
 
+// The model cuts its time so that a drive is alike at any frame rate.
+TEST_F(Story, DriveIsAlikeAtAnyFrameRate) {
+    std::vector<Vector3<double>> ends;
+    for (const int framesPerSecond : {24, 25, 30, 60}) {
+        RecordingHost own(vehicleModule(), framesPerSecond);
+        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        quiet(car);
+        car.put("Use Fast Ray Cast", 0.0);
+        car.axis("Gas Pedal").script = [](double time) { return time < 0.5 ? 0.0 : 0.4; };
+        car.axis("Steering").script = [](double time) { return time < 1.0 ? 0.0 : 0.3; };
+        own.run(0, 4 * framesPerSecond);
+        ends.push_back(position(car.world("CarBodyMesh", 4 * framesPerSecond)));
+        EXPECT_EQ(own.complaints(), Lines());
+    }
+    EXPECT_LT(ends[0].z, -2.0);
+    EXPECT_GT(ends[0].x, 0.05);
+    for (const Vector3<double>& end : ends) EXPECT_LT(distance(end, ends[1]), 0.06 * util::Length(ends[1]));
+}
+
 // A natural jump. With the gravity of the default the model falls with 792 units per second squared, so a rig for jumps
 // takes its own: 9.81 here, with upright front relocators and springs that reach far and follow fast.
 class Jump : public WholeRun {
