@@ -13,7 +13,7 @@ import json
 import sys
 from pathlib import Path
 
-from cases import function_cases, math_cases, run_cases
+from cases import function_cases, math_cases, run_cases, vehicle_cases
 from cases.text import parse_cell
 
 GOLDEN = Path(__file__).resolve().parent.parent / "golden"
@@ -21,6 +21,7 @@ FILES = {
     "math_golden.jsonl": math_cases.lines,
     "car_functions_golden.jsonl": function_cases.lines,
     "car_runs_golden.jsonl": run_cases.lines,
+    "vehicle_runs_golden.jsonl": vehicle_cases.lines,
 }
 RELATIVE = 1e-9
 ABSOLUTE = 1e-9
@@ -73,6 +74,11 @@ def report_sensitivity():
     fine = True
     for name, script, events in run_cases.prepared():
         share, path = max(run_cases.sensitivity(script, events, seed) for seed in (1, 2, 3))
+        verdict = "" if share <= SENSITIVITY_LIMIT else "  TOO SENSITIVE"
+        fine = fine and not verdict
+        print(f"{name:48} {share:8.4f} of the tolerance, {path}{verdict}")
+    for name, fps, actions in vehicle_cases.prepared():
+        share, path = max(vehicle_cases.sensitivity(fps, actions, seed) for seed in (1, 2))
         verdict = "" if share <= SENSITIVITY_LIMIT else "  TOO SENSITIVE"
         fine = fine and not verdict
         print(f"{name:48} {share:8.4f} of the tolerance, {path}{verdict}")

@@ -18,10 +18,14 @@ from vehiclemodel.vehicle import Vehicle
 from .random_source import Random
 from .run_cases import KEY_FIELDS
 from .text import cell, line
-from .tolerances import RUN
+from .tolerances import FLOOR, RUN
 from .vehicle_scenes import SCENES
 
 SAMPLE_EVERY = 10
+# Scenes that need more than RUN. The default ground is a convex shape, which the physics library meets by an iteration
+# that stops short of the surface, not by a formula as it does triangles.
+ACCELERATION_FLOOR = 1.0  # springs multiply the rounding of a distance by their stiffness
+TOLERANCES = {"default_ground": 1e-4}
 CAR_FIELDS = KEY_FIELDS + (
     [f"cCarBody.qTransAbs.rotation.{c}" for c in "xyzw"] + [f"qTransCarAbsIncr.position.{c}" for c in "xyz"]
     + [f"QGravityFilterMem.{c}" for c in "xyzw"] + [f"vGravityDir.{c}" for c in "xyz"]
@@ -189,7 +193,9 @@ def text_of(thing):
         return {name: text_of(value) for name, value in thing.items()}
     if isinstance(thing, (list, tuple)):
         return [text_of(value) for value in thing]
-    return thing if thing is None or isinstance(thing, str) else cell(thing)
+    if thing is None:
+        return ""
+    return thing if isinstance(thing, str) else cell(thing)
 
 
 def play(fps, actions, every=SAMPLE_EVERY):
@@ -210,7 +216,7 @@ def worst_difference(a, b, path=""):
             return math.inf, path
         return max((worst_difference(x, y, f"{path}[{i}]") for i, (x, y) in enumerate(zip(a, b))), default=(0.0, ""))
     if isinstance(a, float):
-        return (abs(a - b) / (RUN * max(1.0, abs(a))), path)
+        return (abs(a - b) / (RUN * max(ACCELERATION_FLOOR if "anvAcceleration" in path else FLOOR, abs(a))), path)
     return (0.0, "") if a == b else (math.inf, path)
 
 
@@ -237,13 +243,13 @@ def lines(every=SAMPLE_EVERY, only=None):
                          "between frames; messages up to the first line feed. The host's rule of time: a set makes a "
                          "key; a read gives the key at that time, else the latest before it, else the first, else the "
                          "identity; times nearer than 'sameTime' are one. Elements lie in the order in which they are "
-                         "made. A double may be off by 'tolerance' times the larger of 1 and its magnitude.",
+                         "made. A double may be off by the scene's 'tolerance' times the larger of 'floor' and its magnitude.",
                 "carFields": CAR_FIELDS, "wheelFields": WHEEL_FIELDS, "vehicleFields": VEHICLE_FIELDS + FOLLOW_FIELDS,
-                "sameTime": cell(SAME_TIME), "tolerance": cell(RUN), "variables": histories.count(histories.make())})
+                "sameTime": cell(SAME_TIME), "floor": cell(FLOOR), "variables": histories.count(histories.make())})
     for name, fps, actions in prepared():
         if only is not None and name not in only:
             continue
-        yield line({"scene": name, "fps": fps})
+        yield line({"scene": name, "fps": fps, "tolerance": cell(TOLERANCES.get(name, RUN))})
         for action, expected in play(fps, actions, every):
             entry = text_of(action) if action is not None else {}
             if expected is not None:

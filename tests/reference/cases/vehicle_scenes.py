@@ -41,7 +41,13 @@ def times(factor):
 
 # Grounds: (vertices, faces). Corners lie at uneven places, so that no ray of a symmetric car meets an edge.
 
-def quad(half_x, half_z, height=lambda x, z: 0.0, shift=(0.3125, -0.1875)):
+def leaning(x, z):
+    """Nearly level: on level ground the rays at both edges of a wheel end at exactly its radius, and rounding alone
+    would tell which of them counts."""
+    return 0.015625 * x - 0.0078125 * z
+
+
+def quad(half_x, half_z, height=leaning, shift=(0.3125, -0.1875)):
     corners = [(-half_x, -half_z), (half_x, -half_z * 1.125), (half_x * 1.0625, half_z), (-half_x, half_z)]
     vertices = [(x + shift[0], q(height(x + shift[0], z + shift[1])), z + shift[1]) for x, z in corners]
     return vertices, [(0, 2, 1), (0, 3, 2)]
@@ -212,7 +218,9 @@ def parent_and_children(_):
                 ground("Ramp", quad(4.0, 6.0, lambda x, z: 0.25 - 0.0625 * z),
                        placed(translation(0.0, -0.25, -5.0), times(0.75)), ARROW),
                 {"empty": "Locator", "parent": ARROW},
-                start(), *drive(1, 70, [(1, {0: 1.0}), (45, {1: 0.5})]), STOP]
+                start(), *drive(1, 50, [(1, {0: 1.0}), (45, {1: 0.5})]),
+                place("Field", placed(translation(0.0, 0.25, 0.5), rotation_z(-0.03125), times(1.5)), 50),
+                *drive(51, 70, [(51, {0: 1.0})]), STOP]
 
 
 @scene
@@ -306,11 +314,14 @@ def external_force_from_a_moved_arrow(_):
 
 @scene
 def chase(_):
-    """The target circles on keys; the car drives by itself, and the user's steering is added."""
-    keys = [place("TargetMesh", placed(translation(q(9 * math.sin(0.06 * k)), 0.5, q(-4 - 9 * (1 - math.cos(0.06 * k)) - 0.05 * k))), k)
+    """The target circles on keys; the car drives by itself, and the user's steering is added. The pedal's rate limit is
+    out of reach, since in this mode the last bit of a division tells whether it acts."""
+    keys = [place("TargetMesh", placed(translation(q(0.75 + 9 * math.sin(0.06 * k)), 0.5,
+                                           q(-4 - 9 * (1 - math.cos(0.06 * k)) - 0.05 * k))), k)
             for k in range(-1, 101)]
     return 25, [SURFACE, QUIET, ground("Field", quad(200.0, 200.0)), link(ARROW, "Field"),
-                put_car({"bAutonomousMode": True, "vehicle.iRayMultiplier": 2, "dFollowAccRespFact": 0.25}),
+                put_car({"bAutonomousMode": True, "vehicle.iRayMultiplier": 2, "dFollowAccRespFact": 0.25,
+                         "dGasPedalMaxRateOfChange": 64.0}),
                 *keys, start(), *drive(1, 100, [(50, {1: 0.375}), (60, {1: 0.0})]), STOP]
 
 
@@ -318,7 +329,7 @@ def chase(_):
 def chase_of_a_target_below_the_body(_):
     return 25, [SURFACE, QUIET, link("TargetMesh", BODY),
                 place("TargetMesh", placed(translation(0.25, 0.0, -1.5))),
-                put_car({"bAutonomousMode": True}), start(), *drive(1, 30, []), STOP]
+                put_car({"bAutonomousMode": True, "dGasPedalMaxRateOfChange": 64.0}), start(), *drive(1, 30, []), STOP]
 
 
 @scene
@@ -359,7 +370,8 @@ def resumed_run(_):
 @scene
 def resumed_chase_by_fast_casting(_):
     return 25, [ground("Field", quad(200.0, 200.0)), link(ARROW, "Field"),
-                put_car({"bAutonomousMode": True, "vehicle.iRayMultiplier": 1, "dFollowAccRespFact": 0.25}),
+                put_car({"bAutonomousMode": True, "vehicle.iRayMultiplier": 1, "dFollowAccRespFact": 0.25,
+                         "dGasPedalMaxRateOfChange": 64.0}),
                 place("TargetMesh", placed(translation(6.0, 0.5, -24.0))), start(), *drive(1, 50, []), STOP,
                 place("TargetMesh", placed(translation(-16.0, 0.5, 4.0)), 25),
                 start(25), *drive(26, 60, []), STOP]
@@ -410,3 +422,71 @@ def deleted_helpers(_):
                 {"delete": "SteeringWheelMesh"}, {"delete": "WheelCenterMesh_BL"}, {"delete": "FollowCam"},
                 {"delete": "ExternalForceMesh"}, start(),
                 *drive(1, 30, [(1, {0: 1.0, 1: 0.25}), (10, {8: 0.5})]), STOP]
+
+
+@scene
+def ground_stretched_by_its_frame(_):
+    return 32, [SURFACE, QUIET, put_car({**STRETCH, "dTurnBase": 0.5, "vehicle.iRayMultiplier": 3,
+                                         "vehicle.bAlignWheelCenterToGroundNormal": True}),
+                ground("Rough", terrain(17, 8, 3.0, 0.25), placed(rotation_y(0.25), scaling(1.5, 0.5, 2.0))),
+                link(ARROW, "Rough"), start(), *drive(1, 48, [(1, {0: 1.0}), (20, {1: 0.5})]), STOP]
+
+
+@scene
+def narrow_strip_by_fast_casting(_):
+    """The rays at the outer edges of the wheels, and the steepest ones, miss."""
+    return 25, [QUIET, put_car({**STRETCH, "vehicle.dDegsPerRay": 11.0}),
+                ground("Strip", quad(0.6875, 20.0, shift=(0.0, 0.0))), link(ARROW, "Strip"),
+                start(), *drive(1, 30, [(1, {0: 1.0})]), STOP]
+
+
+@scene
+def fall_and_landing_by_fast_casting(_):
+    return 30, [QUIET, ground("Ledge", quad(30.0, 5.0)), link(ARROW, "Ledge"),
+                ground("Below", quad(60.0, 60.0, lambda x, z: -1.5, shift=(0.0, -10.0)), None, ARROW),
+                *[place("WheelRelocatorMesh" + s, placed(translation(x, 0.0, -0.28125), times(0.26 / LENGTH)))
+                  for s, x in (("_FL", -0.1875), ("_FR", 0.1875))],
+                put_car({"bGravityOn": True, "fRelMaxBumperLen": 1.5, "fGravity": 0.0078125,
+                         "pcInput[0].response": 0.5, "dGasPedalMaxRateOfChange": 6.0,
+                         "vehicle.dMaximumSpringChangeVelocityRel": 2.0, "vehicle.iRayMultiplier": 3}),
+                start(), *drive(1, 80, [(1, {0: 1.0})]), STOP]
+
+
+@scene
+def surface_that_fast_casting_does_not_take(_):
+    return 25, [QUIET, ground("Curve", ([], [])), link(ARROW, "Curve"), start(), *drive(1, 20, [(1, {0: 1.0})]), STOP]
+
+
+@scene
+def refused_captures(_):
+    store, changed = put(**{"vehicle.bStoreGroundMeshData": True}), {"label": "Store Ground Mesh Data"}
+    return 25, [SURFACE, QUIET, store, changed, {"empty": "Locator", "parent": None}, link(ARROW, "Locator"), store,
+                changed, ground("Points", ([(0.0, 0.0, 0.0), (1.0, 0.0, 0.0)], [])), link(ARROW, "Points"), store,
+                changed, link(ARROW, None), start(), *drive(1, 20, [(1, {0: 1.0})]), STOP]
+
+
+@scene
+def mesh_left_over_from_a_capture(_):
+    """The flag is off again without the item telling so: the mesh is met in the frame of what is linked now."""
+    return 25, [SURFACE, QUIET, put(**{"vehicle.iRayMultiplier": 2}),
+                ground("Hill", slope(5.0, 30.0), placed(translation(0.0, -0.25, 0.0))),
+                link(ARROW, "Hill"), put(**{"vehicle.bStoreGroundMeshData": True}), {"label": "Store Ground Mesh Data"},
+                put(**{"vehicle.bStoreGroundMeshData": False}),
+                ground("Field", quad(60.0, 60.0), placed(translation(0.0, 0.25, 0.0), rotation_x(0.0625))),
+                link(ARROW, "Field"), start(), *drive(1, 30, [(1, {0: 1.0})]), STOP]
+
+
+@scene
+def stored_mesh_without_its_tree(_):
+    """Captured while fast casting was on, met while it is off: no ray finds anything."""
+    return 25, [QUIET, ground("Hill", slope(5.0, 30.0)), link(ARROW, "Hill"),
+                put(**{"vehicle.bStoreGroundMeshData": True}), {"label": "Store Ground Mesh Data"}, SURFACE,
+                start(), *drive(1, 20, [(1, {0: 1.0})]), STOP]
+
+
+@scene
+def started_twice_and_updated_at_the_start(_):
+    """A start without a stop before it; a host that sends the time of the start as the first frame."""
+    return 30, [QUIET, ground("Hill", slope(4.0, 40.0)), link(ARROW, "Hill"), put(**{"vehicle.iRayMultiplier": 2}),
+                start(), *drive(1, 10, [(1, {0: 1.0})]), start(5), *drive(5, 20, [(5, {0: 1.0, 1: 0.5})]), STOP,
+                start(0), *drive(0, 20, [(0, {0: 0.75})]), STOP]
