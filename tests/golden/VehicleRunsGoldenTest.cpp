@@ -60,9 +60,7 @@ class Differences {
     explicit Differences(double tolerance) : tolerance_(tolerance) {}
 
     void number(const std::string& what, double actual, double expected) {
-        static const double floor = header()["floor"].number();
-        if (!(std::abs(actual - expected) <= tolerance_ * std::max(floor, std::abs(expected))))
-            add(what, actual, expected);
+        near(what, actual, expected, floorOf(what));
     }
     void exact(const std::string& what, double actual, double expected) {
         if (actual != expected) add(what, actual, expected);
@@ -70,7 +68,7 @@ class Differences {
     void numbers(const std::string& what, const std::vector<double>& actual, const std::vector<double>& expected) {
         exact(what + " count", static_cast<double>(actual.size()), static_cast<double>(expected.size()));
         for (std::size_t i = 0; i < std::min(actual.size(), expected.size()); ++i)
-            number(what + "[" + std::to_string(i) + "]", actual[i], expected[i]);
+            near(what + "[" + std::to_string(i) + "]", actual[i], expected[i], floorOf(what));
     }
     void field(const std::string& what, const FieldPointer& actual, const Value& expected) {
         if (double* const* x = std::get_if<double*>(&actual)) number(what, **x, expected.number());
@@ -86,6 +84,14 @@ class Differences {
     }
 
   private:
+    /// What counts as large for a value that happens to be near zero.
+    static double floorOf(const std::string& what) {
+        return header()["floors"].has(what) ? header()["floors"][what].number() : header()["floor"].number();
+    }
+    void near(const std::string& what, double actual, double expected, double floor) {
+        if (!(std::abs(actual - expected) <= tolerance_ * std::max(floor, std::abs(expected))))
+            add(what, actual, expected);
+    }
     void add(const std::string& what, double actual, double expected) {
         char texts[2][32];
         std::snprintf(texts[0], sizeof texts[0], "%.17g", actual);

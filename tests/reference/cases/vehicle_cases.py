@@ -22,21 +22,25 @@ from .tolerances import FLOOR, RUN
 from .vehicle_scenes import SCENES
 
 SAMPLE_EVERY = 10
+FLOORS = {"anvAcceleration": 1.0}  # springs multiply the rounding of a distance by their stiffness
 # Scenes that need more than RUN. The default ground is a convex shape, which the physics library meets by an iteration
 # that stops short of the surface, not by a formula as it does triangles.
-ACCELERATION_FLOOR = 1.0  # springs multiply the rounding of a distance by their stiffness
-TOLERANCES = {"default_ground": 1e-4}
+TOLERANCES = {"default_ground": 1e-5}
 CAR_FIELDS = KEY_FIELDS + (
     [f"cCarBody.qTransAbs.rotation.{c}" for c in "xyzw"] + [f"qTransCarAbsIncr.position.{c}" for c in "xyz"]
     + [f"QGravityFilterMem.{c}" for c in "xyzw"] + [f"vGravityDir.{c}" for c in "xyz"]
     + [f"vExternalForceDir.{c}" for c in "xyz"] + [f"vExternalForcePos.{c}" for c in "xyz"]
     + ["fBodyLength", "fBodyWidth", "fBodyHeight", "fBodyRestHeight", "fFrontAxleZ", "fSteeringAngle", "dSimStep",
        "dInputFilterMem", "dGasPedalInputFilterMem", "dAutoSteeringValue", "bSkiddingReady", "dBaseStiffnessFront",
-       "fStiffnessFront"]
+       "fStiffnessFront", "dGasPedalInput_prev", "dGasPedalValue_prev", "pcInput_GAS_PEDAL_inp_prev", "bAllWheelsInAir",
+       "bSkidFirstTime", "dVelocity"]
+    + [f"qGravity.{c}" for c in "xyzw"] + [f"qTransCarAbsIncr_prev.position.{c}" for c in "xyz"]
+    + [f"qTransCarAbsIncr.rotation.{c}" for c in "xyzw"] + [f"vSkidBrakePosIncr.{c}" for c in "xyz"]
     + [f"wheelGeom[{i}].{n}" for i in range(4) for n in ("radius", "z", "x")])
 WHEEL_FIELDS = (
-    ["bInAir", "dSuspDistanceMoved", "dWheelGroundNormalDiff", "pfPitchIncr"]
-    + [f"{v}.{c}" for v in ("vGroundNormal", "vGroundHitPoint", "qTransWheelAbs.position", "vSuspPoint")
+    ["bInAir", "pfYaw_prev", "fSuspZeroDiff_prev", "dSuspDistanceMoved", "dWheelGroundNormalDiff", "pfPitchIncr"]
+    + [f"{v}.{c}" for v in ("vGroundNormal", "vGroundHitPoint", "qTransWheelAbs.position", "vSuspPoint",
+                                  "qTransWheelAbs_prev.position")
        for c in "xyz"]
     + [f"qTransWheelAbs.rotation.{c}" for c in "xyzw"])
 VEHICLE_FIELDS = ["dCurrentVelocity", "dCurrentVelocityPercent", "dMaxVelocityGauge", "dAccelerationGauge100",
@@ -85,8 +89,6 @@ class Player:
                 assign(self.vehicle, path.removeprefix("vehicle."), value)
             elif hasattr(self.vehicle.follow, path):
                 setattr(self.vehicle.follow, path, value)
-            elif hasattr(self.vehicle, path):
-                setattr(self.vehicle, path, value)
             else:
                 assign(self.vehicle.car, path, value)
 
@@ -216,7 +218,8 @@ def worst_difference(a, b, path=""):
             return math.inf, path
         return max((worst_difference(x, y, f"{path}[{i}]") for i, (x, y) in enumerate(zip(a, b))), default=(0.0, ""))
     if isinstance(a, float):
-        return (abs(a - b) / (RUN * max(ACCELERATION_FLOOR if "anvAcceleration" in path else FLOOR, abs(a))), path)
+        floor = next((f for name, f in FLOORS.items() if name in path), FLOOR)
+        return (abs(a - b) / (RUN * max(floor, abs(a))), path)
     return (0.0, "") if a == b else (math.inf, path)
 
 
@@ -234,18 +237,20 @@ def sensitivity(fps, actions, seed):
 
 
 def lines(every=SAMPLE_EVERY, only=None):
-    yield line({"about": "Vehicles in scenes. 'scene' makes one: a vehicle with its rig, made at time 0. Then actions, one "
-                         "a line, in order: ground, empty, link, delete, place (a key), set, label, corners, start, run "
-                         "(frames with devices held), stop, show. 'expect' on a line is what is then: the world matrices "
-                         "of all elements at the last time (groups 0 to 3, three numbers each), the wheel records, "
-                         "fields of the car and of the vehicle, outputs, counts of messages and undo records. 'end': "
-                         "per history number of keys, first and last time, last value; keys per element; keys of wheels "
-                         "between frames; messages up to the first line feed. The host's rule of time: a set makes a "
-                         "key; a read gives the key at that time, else the latest before it, else the first, else the "
-                         "identity; times nearer than 'sameTime' are one. Elements lie in the order in which they are "
-                         "made. A double may be off by the scene's 'tolerance' times the larger of 'floor' and its magnitude.",
+    yield line({"about": "Vehicles in scenes. 'scene' makes one: a vehicle with its rig, made at time 0. Then actions, "
+                         "one a line, in order: ground, empty, link, delete, place (a key), set, label, corners, "
+                         "start, run (frames with devices held), stop, show; an empty name is none. 'expect' on a line "
+                         "is what is then: the world matrices of all elements at the last time (groups 0 to 3, three "
+                         "numbers each), the wheel records, fields of the car and of the vehicle, outputs, counts of "
+                         "messages and undo records. 'end': per history number of keys, first and last time, last "
+                         "value; keys per element; keys of wheels between frames; messages up to the first line feed. "
+                         "The host's rule of time: a set makes a key; a read gives the key at that time, else the "
+                         "latest before it, else the first, else the identity; times nearer than 'sameTime' are one. "
+                         "A double may be off by the scene's 'tolerance' times the larger of its floor and its "
+                         "magnitude.",
                 "carFields": CAR_FIELDS, "wheelFields": WHEEL_FIELDS, "vehicleFields": VEHICLE_FIELDS + FOLLOW_FIELDS,
-                "sameTime": cell(SAME_TIME), "floor": cell(FLOOR), "variables": histories.count(histories.make())})
+                "sameTime": cell(SAME_TIME), "floor": cell(FLOOR),
+                "floors": text_of(FLOORS), "variables": histories.count(histories.make())})
     for name, fps, actions in prepared():
         if only is not None and name not in only:
             continue

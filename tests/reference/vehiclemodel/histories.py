@@ -38,7 +38,8 @@ def make():
     out["ancCarCamcCarBodyfRelXAngVel"] = linear()
     out["ancCarCamcCarBodyfRelZAngVel"] = linear()
     out["anFollowCamFilterMem"] = nearest(NO_TRANSFORM)
-    for name in ("ancCarCampcInput_STEERING_WHEEL", "ancCarCampcInput_GAS_PEDAL", "ancCarCampcInput_GAS_PEDAL_inp_prev"):
+    for name in ("ancCarCampcInput_STEERING_WHEEL", "ancCarCampcInput_GAS_PEDAL",
+                 "ancCarCampcInput_GAS_PEDAL_inp_prev"):
         out[name] = linear()
     out["ancCarCambIsReverseVelAbsBraking"] = nearest(False)
     out["ancCarCamvSkidBrakePosIncr"] = nearest(ZERO)

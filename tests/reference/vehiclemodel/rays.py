@@ -1,4 +1,4 @@
-"""Rays against triangles: the host's surface and the physics library's mesh, both as plain searches for the nearest hit.
+"""Rays against triangles: the host's surface and the physics library's mesh, both plain searches for the nearest hit.
 
 Triangles are kept in small groups with a slightly enlarged box, which only saves time: the answers are those of a walk
 over all triangles.
