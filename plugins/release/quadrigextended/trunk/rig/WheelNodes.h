@@ -48,7 +48,8 @@ class CWheelNode final : public SceneNode {
 
     /// A side ray's place in the fan, and the ray itself in the coordinates of the surface it is cast at.
     struct FanRay {
-        double sine;  ///< of the angle
+        bool straightDown;  ///< the middle one, which the centre ray stands in for
+        double sine;        ///< of the angle
         double cosine;
         double sineOfSize;  ///< of the angle without its sign
         double cosineOfSize;

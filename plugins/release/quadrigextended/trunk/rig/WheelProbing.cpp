@@ -289,21 +289,22 @@ void Probe::castSideRays() {
         aimFan(s);
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
-            for (int j = -k; j <= k; ++j)
-                if (e != 0 || j != 0) castSideRay(s, off, node.fan.rays[static_cast<std::size_t>(j + k)]);
+            for (const CWheelNode::FanRay& ray : node.fan.rays)
+                if (e != 0 || !ray.straightDown) castSideRay(s, off, ray);
         }
     }
 }
 
 /// The angles of the fan: `k` rays to each side, `a` radians apart.
 void Probe::spreadFan(double a, int k) {
-    const auto count = static_cast<std::size_t>(2 * k + 1);
+    const std::size_t count = 2 * static_cast<std::size_t>(k) + 1;
     if (node.fan.rays.size() == count && node.fan.step == a) return;
     node.fan.step = a;
     node.fan.rays.resize(count);
-    for (int j = -k; j <= k; ++j) {
-        const double angle = j * a;
-        CWheelNode::FanRay& ray = node.fan.rays[static_cast<std::size_t>(j + k)];
+    int j = -k;
+    for (CWheelNode::FanRay& ray : node.fan.rays) {
+        ray.straightDown = j == 0;
+        const double angle = j++ * a;
         ray.sine = std::sin(angle);
         ray.cosine = std::cos(angle);
         ray.sineOfSize = std::sin(std::abs(angle));
