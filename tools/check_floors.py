@@ -22,7 +22,8 @@ ROOMS = {
     "state": (f"{TRUNK}/state", ["util", "ovs", "unidevice", "car", "ground", "rig", "object"]),
     "object": (TRUNK, ["util", "ovs", "unidevice", "car", "ground", "rig", "run", "parameters", "state"]),
     "module": (f"{TRUNK}/module", ["util", "ovs", "unidevice", "object"]),
-    "hosts": ("hosts", ["util", "ovs", "unidevice"]),
+    "stage": ("hosts/stage", ["util", "ovs", "unidevice"]),
+    "command": ("hosts/command", ["util", "ovs", "unidevice", "stage"]),
 }
 # The input channel record is the one header of unidevice that the car model may see.
 CAR_MAY_SEE = {"ond/unidevice/InputChannel.h"}
@@ -36,7 +37,7 @@ def room_of(path: str) -> str | None:
 
 
 def resolve(root: pathlib.Path, source: pathlib.Path, included: str) -> str | None:
-    for base in (source.parent, root / "libraries", root / TRUNK, root):
+    for base in (source.parent, root / "libraries", root / "hosts", root / TRUNK, root):
         candidate = base / included
         if candidate.is_file():
             return candidate.resolve().relative_to(root).as_posix()
@@ -45,7 +46,7 @@ def resolve(root: pathlib.Path, source: pathlib.Path, included: str) -> str | No
 
 def violations(root: pathlib.Path):
     for source in sorted(root.rglob("*")):
-        if source.suffix not in (".h", ".cpp"):
+        if source.suffix not in (".h", ".cpp") or "node_modules" in source.parts:
             continue
         path = source.relative_to(root).as_posix()
         room = room_of(path)

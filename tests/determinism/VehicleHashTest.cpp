@@ -11,7 +11,7 @@ namespace ond::test {
 namespace {
 
 /// Devices that use every channel once, in their own times, seconds.
-void script(VehicleHost& car) {
+void script(Vehicle& car) {
     const auto between = [](double from, double to, double value) {
         return [=](double time) { return time >= from && time < to ? value : 0.0; };
     };
@@ -27,7 +27,7 @@ void script(VehicleHost& car) {
     car.put("Steering Noise", 0.2);
 }
 
-void addElements(BitHash& hash, const RecordingHost& host, int frames) {
+void addElements(BitHash& hash, const Stage& host, int frames) {
     for (const auto& element : host.scene.elements)
         for (int frame = 0; frame <= frames; ++frame)
             for (double number : host.scene.world(*element, host.scene.clock.time(frame)).m) hash.add(number);
@@ -35,8 +35,8 @@ void addElements(BitHash& hash, const RecordingHost& host, int frames) {
 
 /// A run of 250 frames and a resumed one behind frame 120, on waves, with everything that comes out of them.
 std::uint64_t hashOf(Casting casting) {
-    RecordingHost host(vehicleModule());
-    VehicleHost& car = host.addVehicle("Car");
+    Stage host(vehicleModule());
+    Vehicle& car = host.addVehicle("Car");
     car.log.enabled = false;
     for (const auto& property : car.properties) property->deadZone = 0.0;
     script(car);

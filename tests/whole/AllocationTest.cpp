@@ -25,7 +25,7 @@ std::atomic<long> g_allocations{0};
 
 #if QUADRIG_COUNTS_ALLOCATIONS
 void* allocate(std::size_t size) {
-    if (ond::test::ModuleScope::inside()) ++g_allocations;
+    if (ond::test::ModuleBoundary::inside()) ++g_allocations;
     if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }
@@ -52,7 +52,7 @@ class Allocation : public WholeRun {
     }
 
     /// Allocations of the module in each frame of a run of 130 frames, by frame.
-    std::vector<long> perFrame(VehicleHost& car) {
+    std::vector<long> perFrame(Vehicle& car) {
         car.axis("Gas Pedal").position = 0.3;
         car.axis("Steering").position = 0.2;
         car.axis("External Force").position = 0.2;
@@ -83,7 +83,7 @@ TEST_F(Allocation, FrameOnThePlaneAllocatesNothing) { expectNothingAfterWarmUp(p
 TEST_F(Allocation, FrameInEachWayOfCastingAllocatesNothing) {
     for (const Casting casting : {Casting::surface, Casting::stored, Casting::bullet}) {
         SCOPED_TRACE(static_cast<int>(casting));
-        VehicleHost& car = addCar();
+        Vehicle& car = addCar();
         Element& ground = linkGround(car, wavyGround());
         Element& child = host.scene.addMesh("Child", wavyGround(), &car.element("GravityDirectionMesh"));
         if (casting != Casting::bullet) car.edit("Use Fast Ray Cast", 0.0);
@@ -96,20 +96,20 @@ TEST_F(Allocation, FrameInEachWayOfCastingAllocatesNothing) {
 }
 
 TEST_F(Allocation, FrameWithoutGroundUnderTheWheelsAllocatesNothing) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     linkGround(car, flatGround(0.0, 3.0));
     car.axis("Gas Pedal").position = 1.0;
     expectNothingAfterWarmUp(perFrame(car));
 }
 
 TEST_F(Allocation, FrameInAutonomousModeAllocatesNothing) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Autonomous Mode", 1.0);
     expectNothingAfterWarmUp(perFrame(car));
 }
 
 TEST_F(Allocation, FrameWithoutKeysAllocatesNothingAtAll) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Enable Seamless Transitions", 0.0);
     const std::vector<long> counts = perFrame(car);
     for (int frame = 3; frame <= 130; ++frame) EXPECT_EQ(counts[static_cast<std::size_t>(frame)], 0) << frame;

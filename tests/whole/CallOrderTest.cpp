@@ -54,7 +54,7 @@ void appendCornerCreation(Lines& lines, int corner) {
 
 TEST_F(CallOrder, CreateRigMakesParentsBeforeChildren) {
     host.scene.clock.now = 3;
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.declare();
     car.log.clear();
     car.createRig();
@@ -90,7 +90,7 @@ TEST_F(CallOrder, CreateRigMakesParentsBeforeChildren) {
 }
 
 TEST_F(CallOrder, FreshStartMeasuresTheRigBeforeItStartsTheCar) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.log.clear();
     host.scene.clock.now = 10;
     host.startRun(10);
@@ -127,7 +127,7 @@ TEST_F(CallOrder, FreshStartMeasuresTheRigBeforeItStartsTheCar) {
 }
 
 TEST_F(CallOrder, ResumedStartMeasuresOnlyTheBody) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(10, 30);
     car.log.clear();
     host.startRun(20);
@@ -175,7 +175,7 @@ Lines frameOnPlane(bool essentialOnly) {
 }
 
 TEST_F(CallOrder, FrameReadsDevicesMovesTheBodyProbesTheGroundAndFollows) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.startRun(10);
     car.log.clear();
     host.scene.beginFrame(11);
@@ -185,7 +185,7 @@ TEST_F(CallOrder, FrameReadsDevicesMovesTheBodyProbesTheGroundAndFollows) {
 }
 
 TEST_F(CallOrder, FrameWithEssentialKeysLeavesOutCentresAndCameras) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Keyframe only essential objects", 1.0);
     host.startRun(10);
     car.log.clear();
@@ -196,14 +196,14 @@ TEST_F(CallOrder, FrameWithEssentialKeysLeavesOutCentresAndCameras) {
 }
 
 TEST_F(CallOrder, ShowFrameOnlyRefreshesTheDialog) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.log.clear();
     host.show(5);
     EXPECT_EQ(order(car), Lines{"refreshDialog"});
 }
 
 TEST_F(CallOrder, StopRunAndReleaseAskNothingOfTheHost) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.startRun(0);
     host.advance(2);
     car.log.clear();
@@ -214,7 +214,7 @@ TEST_F(CallOrder, StopRunAndReleaseAskNothingOfTheHost) {
 }
 
 TEST_F(CallOrder, FrameInBulletModeTakesAndGivesBackTheSurfacesOfEachWheel) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     linkGround(car, flatGround());
     host.scene.addMesh("Kerb", flatGround(-1.0), &car.element("GravityDirectionMesh"));
@@ -235,7 +235,7 @@ TEST_F(CallOrder, FrameInBulletModeTakesAndGivesBackTheSurfacesOfEachWheel) {
 }
 
 TEST_F(CallOrder, FrameInSurfaceModeCastsBetweenTakingAndGivingBack) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     car.put("Use Fast Ray Cast", 0.0);
     linkGround(car, flatGround());
@@ -256,7 +256,7 @@ TEST_F(CallOrder, FrameInSurfaceModeCastsBetweenTakingAndGivingBack) {
 }
 
 TEST_F(CallOrder, StartInBulletModeLooksAtTheGroundThenTakesItsMeshes) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     linkGround(car, flatGround());
     host.scene.addMesh("Kerb", flatGround(-1.0), &car.element("GravityDirectionMesh"));
@@ -278,9 +278,9 @@ TEST_F(CallOrder, StartInBulletModeLooksAtTheGroundThenTakesItsMeshes) {
 }
 
 TEST_F(CallOrder, LoadBindsTheRigThenOpensTheBlockThenBindsTheRest) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.save();
-    VehicleHost& fresh = host.replace(car);
+    Vehicle& fresh = host.replace(car);
     fresh.log.clear();
     host.scene.clock.now = 7;
     ASSERT_EQ(fresh.load(), 0u);
@@ -330,7 +330,7 @@ TEST_F(CallOrder, LoadBindsTheRigThenOpensTheBlockThenBindsTheRest) {
 }
 
 TEST_F(CallOrder, DeclaresInputsThenGroupsThenOutputs) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.declare();
     const Lines lines = car.log.lines();
     Lines expected;

@@ -7,7 +7,7 @@ namespace {
 
 class FrameUpdate : public WholeRun {
   protected:
-    static SavedBlock saved(VehicleHost& car) {
+    static SavedBlock saved(Vehicle& car) {
         car.save();
         return SavedBlock(car.chunk);
     }
@@ -57,7 +57,7 @@ void expectKeys(const SavedBlock& block, int expected, int expectedGravity) {
 }
 
 TEST_F(FrameUpdate, KeysEveryHistoryOncePerFrame) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 10);
     const SavedBlock block = saved(car);
     expectKeys(block, 10, 11);
@@ -66,7 +66,7 @@ TEST_F(FrameUpdate, KeysEveryHistoryOncePerFrame) {
 }
 
 TEST_F(FrameUpdate, KeysTheAutonomousMemoriesInThatModeOnly) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Autonomous Mode", 1.0);
     host.run(0, 10);
     const SavedBlock block = saved(car);
@@ -74,7 +74,7 @@ TEST_F(FrameUpdate, KeysTheAutonomousMemoriesInThatModeOnly) {
 }
 
 TEST_F(FrameUpdate, EssentialKeysAloneStillKeyTheStates) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Enable Seamless Transitions", 0.0);
     car.edit("Keyframe only essential objects", 1.0);
     host.run(0, 10);
@@ -82,7 +82,7 @@ TEST_F(FrameUpdate, EssentialKeysAloneStillKeyTheStates) {
 }
 
 TEST_F(FrameUpdate, BothKeyFlagsOffKeyNothingWhileTheCarDrives) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Enable Seamless Transitions", 0.0);
     car.axis("Gas Pedal").position = 0.5;
     host.run(0, 50);
@@ -96,7 +96,7 @@ TEST_F(FrameUpdate, BothKeyFlagsOffKeyNothingWhileTheCarDrives) {
 }
 
 TEST_F(FrameUpdate, BothKeyFlagsOffLoseTheKeysAhead) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 20);
     car.edit("Enable Seamless Transitions", 0.0);
     host.run(10, 15);
@@ -106,7 +106,7 @@ TEST_F(FrameUpdate, BothKeyFlagsOffLoseTheKeysAhead) {
 }
 
 TEST_F(FrameUpdate, EssentialKeysLeaveCentresAndCamerasBehind) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Keyframe only essential objects", 1.0);
     car.axis("Gas Pedal").position = 1.0;
     host.run(0, 10);
@@ -117,7 +117,7 @@ TEST_F(FrameUpdate, EssentialKeysLeaveCentresAndCamerasBehind) {
 }
 
 TEST_F(FrameUpdate, NoExternalForceMeansNoLookAtItsMesh) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.startRun(10);
     car.log.clear();
     host.advance(1);
@@ -131,7 +131,7 @@ TEST_F(FrameUpdate, NoExternalForceMeansNoLookAtItsMesh) {
 }
 
 TEST_F(FrameUpdate, OffsetOfTheExternalForceDoesNotLookAtItsMeshEither) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("External Force Offset Value", 0.5);
     host.startRun(0);
     car.log.clear();
@@ -142,7 +142,7 @@ TEST_F(FrameUpdate, OffsetOfTheExternalForceDoesNotLookAtItsMeshEither) {
 
 // The force points along the arrow's own Z axis; pushed sideways the body leans, and only while it is pushed.
 TEST_F(FrameUpdate, ExternalForceLeansTheBody) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     Element& force = car.element("ExternalForceMesh");
     force.track.pose = util::Translation({0, 0.3, 0}) * util::RotationY(1.5707963267948966);
     car.axis("External Force").script = [](double time) { return time > 2.0 && time < 4.0 ? 1.0 : 0.0; };
@@ -158,8 +158,8 @@ TEST_F(FrameUpdate, ExternalForceLeansTheBody) {
 TEST_F(FrameUpdate, DirectionOfGravityActsTwoFramesLater) {
     std::vector<std::vector<Matrix4>> bodies;
     for (const bool turned : {false, true}) {
-        RecordingHost own(vehicleModule());
-        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        Stage own(vehicleModule());
+        Vehicle& car = straightAxes(own.addVehicle("Car"));
         car.put("Use Fast Ray Cast", 0.0);
         quiet(car);
         car.axis("Skid Brake").position = 1.0;
@@ -177,7 +177,7 @@ TEST_F(FrameUpdate, DirectionOfGravityActsTwoFramesLater) {
 }
 
 TEST_F(FrameUpdate, IdleReadOutsComeFromTheKeys) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").script = [](double time) { return 0.1 + 0.1 * time; };
     host.run(0, 100);
     const auto gas = saved(car).linear("ancCarCampcInput_GAS_PEDAL");
@@ -191,7 +191,7 @@ TEST_F(FrameUpdate, IdleReadOutsComeFromTheKeys) {
 }
 
 TEST_F(FrameUpdate, ShowFrameDuringARunOnlyRefreshes) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 1.0;
     host.startRun(0);
     host.advance(10);
@@ -203,7 +203,7 @@ TEST_F(FrameUpdate, ShowFrameDuringARunOnlyRefreshes) {
 }
 
 TEST_F(FrameUpdate, RestingCarReadsExactlyZeroAndReversingCarNegative) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 20);
     EXPECT_EQ(car.value("Current Velocity"), 0.0);
     EXPECT_EQ(car.value("Current Velocity (% of max)"), 0.0);

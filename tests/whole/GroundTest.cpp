@@ -11,8 +11,8 @@ constexpr double kRadius = kWheelRadius * kRadiusMult;
 class Ground : public WholeRun {
   protected:
     /// A quiet car with its skid brake on.
-    VehicleHost& addParkedCar(const std::string& name = "Car") {
-        VehicleHost& car = addCar(name);
+    Vehicle& addParkedCar(const std::string& name = "Car") {
+        Vehicle& car = addCar(name);
         quiet(car);
         car.axis("Skid Brake").position = 1.0;
         return car;
@@ -20,7 +20,7 @@ class Ground : public WholeRun {
 
     /// Parks the car until it has settled and expects its wheels at that height.
     /// The bound is what the lean of the front wheels takes.
-    void expectStandsAt(VehicleHost& car, double height, double tolerance = 2e-3) {
+    void expectStandsAt(Vehicle& car, double height, double tolerance = 2e-3) {
         host.run(0, 100);
         for (const char* suffix : kCorners) {
             const Matrix4 wheel = car.world(std::string("WheelMesh") + suffix, 100);
@@ -29,7 +29,7 @@ class Ground : public WholeRun {
         }
     }
 
-    int raysInAFrame(VehicleHost& car) {
+    int raysInAFrame(Vehicle& car) {
         host.startRun(0);
         host.advance(20);
         car.log.clear();
@@ -43,21 +43,21 @@ class Ground : public WholeRun {
 // No ground linked
 
 TEST_F(Ground, WithoutLinksAndFastCastItIsThePlaneAtZero) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.put("Use Fast Ray Cast", 0.0);
     host.scene.setWorld(car.element("CarBodyMesh"), 0.0, util::Translation({3, 1.0, -2}) * util::Scaling(kLength));
     expectStandsAt(car, 0.0);
 }
 
 TEST_F(Ground, WithoutLinksButFastCastItIsABoxWithItsTopAtZero) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     expectStandsAt(car, 0.0);
     EXPECT_EQ(car.log.count("getSurfaceObject"), 0);
     EXPECT_EQ(car.log.count("getName"), 0);
 }
 
 TEST_F(Ground, DeepBelowThePlaneTheWheelsComeUp) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.put("Use Fast Ray Cast", 0.0);
     host.scene.setWorld(car.element("CarBodyMesh"), 0.0, util::Translation({0, -5.0, 0}) * util::Scaling(kLength));
     expectStandsAt(car, 0.0);
@@ -68,7 +68,7 @@ TEST_F(Ground, DeepBelowThePlaneTheWheelsComeUp) {
 TEST_F(Ground, LinkedParentCarriesTheCarInEachWayOfCasting) {
     for (const Casting casting : {Casting::bullet, Casting::surface, Casting::stored}) {
         SCOPED_TRACE(static_cast<int>(casting));
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& ground = linkGround(car, flatGround());
         host.scene.setLocal(ground, 0.0, util::Translation({2, -1.5, 1}) * util::RotationY(0.4));
         if (casting != Casting::bullet) car.edit("Use Fast Ray Cast", 0.0);
@@ -83,7 +83,7 @@ TEST_F(Ground, LinkedParentCarriesTheCarInEachWayOfCasting) {
 
 TEST_F(Ground, LinkedChildrenAloneCarryTheCar) {
     for (const bool fast : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& child = host.scene.addMesh("Child", flatGround(), &car.element("GravityDirectionMesh"));
         host.scene.setWorld(child, 0.0, util::Translation({0, -0.7, 0}));
         if (!fast) car.edit("Use Fast Ray Cast", 0.0);
@@ -95,7 +95,7 @@ TEST_F(Ground, LinkedChildrenAloneCarryTheCar) {
 
 TEST_F(Ground, ScaledAndTurnedGroundKeepsItsPlace) {
     for (const bool fast : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& ground = linkGround(car, flatGround(0.25, 10.0));
         // Twice as high and large: the surface lies at -3 + 2 * 0.25 of its own height.
         host.scene.setLocal(ground, 0.0, util::Translation({1, -3, 2}) * util::RotationY(1.0) * util::Scaling(2.0));
@@ -110,7 +110,7 @@ TEST_F(Ground, ScaledAndTurnedGroundKeepsItsPlace) {
 
 TEST_F(Ground, HighestOfParentAndChildrenIsTheGround) {
     for (const double childHeight : {-0.4, 0.4}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         car.edit("Use Fast Ray Cast", 0.0);
         Element& ground = linkGround(car, flatGround());
         Element& child = host.scene.addMesh("Child", flatGround(), &car.element("GravityDirectionMesh"));
@@ -126,7 +126,7 @@ TEST_F(Ground, HighestOfParentAndChildrenIsTheGround) {
 TEST_F(Ground, OfTwoSurfacesAtOneHeightTheFirstIsTaken) {
     const Matrix4 mirror = util::Scaling({1, -1, 1});
     for (const bool parentMirrored : {false, true}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         car.edit("Use Fast Ray Cast", 0.0);
         car.edit("Align WheelCenterMesh to ground incline", 1.0);
         car.put("Ray Multiplier", 1.0);
@@ -146,7 +146,7 @@ TEST_F(Ground, OfTwoSurfacesAtOneHeightTheFirstIsTaken) {
 // The matrices are kept for each link, the surfaces only for those that have one: a child without a surface shifts the
 // pairs behind it.
 TEST_F(Ground, SurfacePairsWithTheMatrixOfTheLinkAtItsPlaceInTheList) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     Element& gravity = car.element("GravityDirectionMesh");
     Element& empty = host.scene.add("Empty", &gravity);
@@ -158,7 +158,7 @@ TEST_F(Ground, SurfacePairsWithTheMatrixOfTheLinkAtItsPlaceInTheList) {
 
 TEST_F(Ground, BodyAsParentOfTheArrowIsNoGroundAndIsReported) {
     for (const bool knows31 : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         car.faults.knowsExtension31 = knows31;
         car.edit("Use Fast Ray Cast", 0.0);
         host.scene.reparent(car.element("GravityDirectionMesh"), &car.element("CarBodyMesh"));
@@ -183,7 +183,7 @@ TEST_F(Ground, BodyAsParentOfTheArrowIsNoGroundAndIsReported) {
 
 TEST_F(Ground, ExtensionKnowsTheBodyThroughItsDescendantsTheNameDoesNot) {
     for (const bool knows31 : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         car.faults.knowsExtension31 = knows31;
         car.edit("Use Fast Ray Cast", 0.0);
         host.scene.reparent(car.element("GravityDirectionMesh"), &car.element("ExternalForceMesh"));
@@ -194,14 +194,14 @@ TEST_F(Ground, ExtensionKnowsTheBodyThroughItsDescendantsTheNameDoesNot) {
 }
 
 TEST_F(Ground, BodyParentedToItsGroundKeepsTheGround) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     Element& ground = linkGround(car, flatGround(-0.3));
     host.scene.reparent(car.element("CarBodyMesh"), &ground);
     expectStandsAt(car, -0.3);
 }
 
 TEST_F(Ground, NameComparisonNeedsTheFullName) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.faults.knowsExtension31 = false;
     car.edit("Use Fast Ray Cast", 0.0);
     Element& other = host.scene.addMesh("CarBodyMesh", flatGround(-0.3));
@@ -214,7 +214,7 @@ TEST_F(Ground, NameComparisonNeedsTheFullName) {
 // Unsupported surfaces
 
 TEST_F(Ground, SurfaceWithoutAMeshEndsFastCastingWithAMessage) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     Element& ground = linkGround(car, flatGround());
     ground.surface = SurfaceKind::unsupported;
     car.log.clear();
@@ -237,7 +237,7 @@ TEST_F(Ground, SurfaceWithoutAMeshEndsFastCastingWithAMessage) {
 }
 
 TEST_F(Ground, UnsupportedSurfaceIsFineWithoutFastCasting) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     linkGround(car, flatGround()).surface = SurfaceKind::unsupported;
     host.run(0, 2);
@@ -245,7 +245,7 @@ TEST_F(Ground, UnsupportedSurfaceIsFineWithoutFastCasting) {
 }
 
 TEST_F(Ground, ParentWithoutASurfaceGivesABodyWithoutAShape) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     linkGround(car, flatGround()).surface = SurfaceKind::none;
     host.run(0, 3);
     EXPECT_TRUE(car.messages.empty());
@@ -257,7 +257,7 @@ TEST_F(Ground, ParentWithoutASurfaceGivesABodyWithoutAShape) {
 // The physics world
 
 TEST_F(Ground, SecondRunSeesOnlyItsOwnBodies) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     Element& ground = linkGround(car, flatGround(1.0));
     expectStandsAt(car, 1.0);
     host.scene.setShape(ground, flatGround(-1.0));
@@ -269,11 +269,11 @@ TEST_F(Ground, SecondRunSeesOnlyItsOwnBodies) {
 }
 
 TEST_F(Ground, SecondStartWithoutAStopIsSurvived) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     linkGround(car, flatGround(1.0));
     {
         // Against the contract, so past the host's own check.
-        const ModuleScope::Enter enter;
+        const ModuleBoundary::Enter enter;
         car.camera->startRun(0.0);
     }
     expectStandsAt(car, 1.0);
@@ -281,7 +281,7 @@ TEST_F(Ground, SecondStartWithoutAStopIsSurvived) {
 
 // The world sorts bodies within a thousand of the origin; rays go through an index of its own without a border.
 TEST_F(Ground, GroundBeyondTheSortedRangeStillCarries) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     linkGround(car, heightGrid(1500, 1600, 5, -50, 50, 5, [](double, double) { return -0.2; }));
     host.scene.setWorld(car.element("CarBodyMesh"), 0.0,
                         util::Translation({1550, kRestHeight, 0}) * util::Scaling(kLength));
@@ -289,7 +289,7 @@ TEST_F(Ground, GroundBeyondTheSortedRangeStillCarries) {
 }
 
 TEST_F(Ground, MovingGroundIsFollowedInItsShapeButNotInItsPlace) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     Element& ground = linkGround(car, flatGround());
     host.startRun(0);
@@ -307,7 +307,7 @@ TEST_F(Ground, MovingGroundIsFollowedInItsShapeButNotInItsPlace) {
 
 TEST_F(Ground, StoredMeshStandsInForSurfacesThatAreGone) {
     for (const bool fast : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& ground = linkGround(car, flatGround());
         host.scene.setLocal(ground, 0.0, util::Translation({0, -0.6, 0}));
         if (!fast) car.edit("Use Fast Ray Cast", 0.0);
@@ -320,7 +320,7 @@ TEST_F(Ground, StoredMeshStandsInForSurfacesThatAreGone) {
 
 TEST_F(Ground, StoredMeshWinsOverLinkedSurfaces) {
     for (const bool fast : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& ground = linkGround(car, flatGround());
         if (!fast) car.edit("Use Fast Ray Cast", 0.0);
         car.edit("Store Ground Mesh Data", 1.0);
@@ -333,7 +333,7 @@ TEST_F(Ground, StoredMeshWinsOverLinkedSurfaces) {
 }
 
 TEST_F(Ground, StoredMeshIsLeftUnreleasedByTheWheels) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     linkGround(car, flatGround());
     car.edit("Store Ground Mesh Data", 1.0);
     host.startRun(0);
@@ -349,7 +349,7 @@ TEST_F(Ground, StoredMeshIsLeftUnreleasedByTheWheels) {
 
 // Captured under fast casting there is no tree, and without it every query misses.
 TEST_F(Ground, MeshLeftOverFromFastCastingCarriesNothing) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     linkGround(car, flatGround());
     car.edit("Store Ground Mesh Data", 1.0);
     car.edit("Use Fast Ray Cast", 0.0);
@@ -363,7 +363,7 @@ TEST_F(Ground, MeshLeftOverFromFastCastingCarriesNothing) {
 // The tree's ray is a line: it meets the ground behind it too. The host's surfaces do not.
 TEST_F(Ground, StoredMeshIsHitFromBelowToo) {
     for (const bool stored : {true, false}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& ground = linkGround(car, flatGround());
         car.edit("Use Fast Ray Cast", 0.0);
         if (stored) car.edit("Store Ground Mesh Data", 1.0);
@@ -379,7 +379,7 @@ TEST_F(Ground, StoredMeshIsHitFromBelowToo) {
 // Rays
 
 TEST_F(Ground, NumberOfRaysFollowsItsParameters) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     linkGround(car, flatGround());
     const auto set = [&](double multiplier, double degrees, double edges) {
@@ -407,7 +407,7 @@ TEST_F(Ground, NumberOfRaysFollowsItsParameters) {
 // Row by row from the inner edge of the wheel to the outer, each from one end of the fan to the other, at twice the
 // angle of the parameter; all in the plane in which the wheel rolls. A flat ground below gives no cause to move.
 TEST_F(Ground, FanOfRaysStandsAtTwiceItsAngle) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     car.put("Ray Multiplier", 4.0);
     car.put("Degrees Per Ray", 5.0);
@@ -441,7 +441,7 @@ TEST_F(Ground, FanOfRaysStandsAtTwiceItsAngle) {
 }
 
 TEST_F(Ground, WithoutGroundEachCentreRayIsTriedFromHigherUp) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     car.put("Ray Multiplier", 1.0);
     linkGround(car, heightGrid(500, 510, 1, 500, 510, 1, [](double, double) { return 0.0; }));
@@ -454,7 +454,7 @@ TEST_F(Ground, WithoutGroundEachCentreRayIsTriedFromHigherUp) {
 }
 
 TEST_F(Ground, WheelClimbsAStepBeforeItsCentreReachesIt) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     car.edit("Use Fast Ray Cast", 0.0);
     // A step of a tenth, its face within one cell of the grid.
@@ -490,7 +490,7 @@ CMesh strips(double width) {
 TEST_F(Ground, MissedEdgeRaysLiftTheWheelInBulletModeOnly) {
     for (const Casting casting : {Casting::bullet, Casting::surface, Casting::stored}) {
         SCOPED_TRACE(static_cast<int>(casting));
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         Element& ground = linkGround(car, strips(0.1));
         if (casting != Casting::bullet) car.edit("Use Fast Ray Cast", 0.0);
         if (casting == Casting::stored) car.edit("Store Ground Mesh Data", 1.0);
@@ -511,7 +511,7 @@ TEST_F(Ground, MissedEdgeRaysLiftTheWheelInBulletModeOnly) {
 // The pressure is a filter of the wheel's place: of a sudden step it covers 1 - (1 - 0.5 p)^2 in a frame of 0.04 s.
 TEST_F(Ground, SoftTireFollowsAStepOfTheGroundSlowly) {
     for (const double pressure : {0.1, 0.8}) {
-        VehicleHost& car = addParkedCar();
+        Vehicle& car = addParkedCar();
         car.edit("Use Fast Ray Cast", 0.0);
         car.put("Ray Multiplier", 1.0);
         car.put("Tire Pressure", pressure);
@@ -531,7 +531,7 @@ TEST_F(Ground, SoftTireFollowsAStepOfTheGroundSlowly) {
 // On the plane the ground below a wheel is one radius below where the wheel would stand without gravel.
 TEST_F(Ground, GravelShakesTheWheelAboveItsHitPoint) {
     for (const bool gravel : {true, false}) {
-        VehicleHost& car = addCarOnPlane();
+        Vehicle& car = addCarOnPlane();
         if (gravel) car.put("Gravel Shake Offset Value", 10.0);
         car.edit("Move WheelCenterMesh to ground hit point", 1.0);
         car.axis("Gas Pedal").position = 1.0;
@@ -551,7 +551,7 @@ TEST_F(Ground, GravelShakesTheWheelAboveItsHitPoint) {
 
 // Each surface is looked for from the usual height, whatever was tried for the one before it.
 TEST_F(Ground, CarStandsUnderARoofBesideASurfaceThatIsElsewhere) {
-    VehicleHost& car = addParkedCar();
+    Vehicle& car = addParkedCar();
     car.edit("Use Fast Ray Cast", 0.0);
     linkGround(car, heightGrid(500, 510, 1, 500, 510, 1, [](double, double) { return 0.0; }));
     CMesh hall = flatGround();
@@ -569,7 +569,7 @@ TEST_F(Ground, CarStandsUnderARoofBesideASurfaceThatIsElsewhere) {
 TEST_F(Ground, WaysOfCastingAgreeOnAWavyGround) {
     std::vector<std::vector<Vector3<double>>> paths;
     for (const Casting casting : {Casting::surface, Casting::stored, Casting::bullet}) {
-        VehicleHost& car = addCar();
+        Vehicle& car = addCar();
         quiet(car);
         Element& ground = linkGround(car, wavyGround());
         if (casting != Casting::bullet) car.edit("Use Fast Ray Cast", 0.0);

@@ -8,7 +8,7 @@ namespace {
 
 class HostEvents : public WholeRun {
   protected:
-    static SavedBlock saved(VehicleHost& car) {
+    static SavedBlock saved(Vehicle& car) {
         car.save();
         return SavedBlock(car.chunk);
     }
@@ -26,7 +26,7 @@ Lines visibilityWalk(const std::string& operation) {
 }
 
 TEST_F(HostEvents, HideHelpersPushesARecordThenHidesThenRedraws) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.log.clear();
     car.edit("Hide Helpers", 1.0);
     Lines expected{"pushUndo"};
@@ -51,7 +51,7 @@ TEST_F(HostEvents, HideHelpersPushesARecordThenHidesThenRedraws) {
 }
 
 TEST_F(HostEvents, UndoOfHidingLeavesTheFieldAlone) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.edit("Hide Helpers", 1.0);
     car.send("REALUNDOHide Helpers");
     EXPECT_TRUE(car.element("CarBodyMesh").shown);
@@ -61,7 +61,7 @@ TEST_F(HostEvents, UndoOfHidingLeavesTheFieldAlone) {
 }
 
 TEST_F(HostEvents, ShowingTheHelpersLeavesTheCamerasAsTheirFlagsSay) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.edit("Hide Driver Camera", 0.0);
     car.edit("Hide Helpers", 1.0);
     EXPECT_TRUE(car.element("DriverCam").shown);
@@ -80,7 +80,7 @@ constexpr CameraFlag kCameraFlags[] = {
     {"Hide Driver Camera", "DriverCam"}, {"Hide TopView Camera", "TopViewCam"}, {"Hide Follow Camera", "FollowCam"}};
 
 TEST_F(HostEvents, EachCameraFollowsItsFlagUndoAndRedo) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     for (const CameraFlag& flag : kCameraFlags) {
         SCOPED_TRACE(flag.label);
         car.log.clear();
@@ -100,7 +100,7 @@ TEST_F(HostEvents, EachCameraFollowsItsFlagUndoAndRedo) {
 }
 
 TEST_F(HostEvents, WireframeModeReachesAllNodesAndUndoesAsItsNegation) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     EXPECT_FALSE(car.dialog.has("Wireframe Mode"));
     for (const char* event : {"Wireframe Mode", "REALUNDOWireframe Mode", "REALREDOWireframe Mode"}) {
         car.log.clear();
@@ -117,7 +117,7 @@ TEST_F(HostEvents, WireframeModeReachesAllNodesAndUndoesAsItsNegation) {
 }
 
 TEST_F(HostEvents, UnknownLabelsDoNothing) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.log.clear();
     for (const char* label : {"REALUNDONo Such Item", "REALREDO", "REALUNDO", "", "hide helpers", "Hide Helpers ",
                               "Hide Helpers During Recording", "Tire Pressure", "REALUNDOUse Fast Ray Cast",
@@ -128,7 +128,7 @@ TEST_F(HostEvents, UnknownLabelsDoNothing) {
 }
 
 TEST_F(HostEvents, FirstChangeOfTheTurnBaseMovesNothingTheSecondDoes) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     const Matrix4 before = car.world("TurnBaseMesh", 0);
     car.log.clear();
     car.edit("Turn Base (Back Wheel Relative)", 0.5);
@@ -146,7 +146,7 @@ TEST_F(HostEvents, FirstChangeOfTheTurnBaseMovesNothingTheSecondDoes) {
 }
 
 TEST_F(HostEvents, ReInitializeClearsTheReadOutsAndTheInitialVelocity) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 1.0;
     host.run(0, 20);
     car.edit("Initital Velocity (% of max)", 30.0);
@@ -160,7 +160,7 @@ TEST_F(HostEvents, ReInitializeClearsTheReadOutsAndTheInitialVelocity) {
 }
 
 TEST_F(HostEvents, GaugesFollowTheirParametersAndTheBodyInTheScene) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     host.scene.setWorld(car.element("CarBodyMesh"), 0.0, util::Scaling(4.0));
     car.log.clear();
     car.edit("Multiplier", 1.0);
@@ -178,7 +178,7 @@ TEST_F(HostEvents, GaugesFollowTheirParametersAndTheBodyInTheScene) {
 }
 
 TEST_F(HostEvents, FastCastSwitchedOffClearsTheStoredGroundSwitchedOnLeavesIt) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     linkGround(car, flatGround());
     car.edit("Store Ground Mesh Data", 1.0);
     EXPECT_EQ(car.value("Store Ground Mesh Data"), 1.0);
@@ -194,7 +194,7 @@ TEST_F(HostEvents, FastCastSwitchedOffClearsTheStoredGroundSwitchedOnLeavesIt) {
 }
 
 TEST_F(HostEvents, StoringTheGroundTakesTheSurfaceAndPlaceOfTheParent) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     Element& ground = linkGround(car, flatGround());
     host.scene.setLocal(ground, 0.0, util::Translation({1, 2, 3}));
     host.scene.addMesh("Child", flatGround(), &car.element("GravityDirectionMesh"));
@@ -215,7 +215,7 @@ TEST_F(HostEvents, StoringTheGroundTakesTheSurfaceAndPlaceOfTheParent) {
 }
 
 /// Switching the box on must end with this message, the box off, and no mesh stored.
-void expectNotStored(VehicleHost& car, const std::string& text) {
+void expectNotStored(Vehicle& car, const std::string& text) {
     car.messages.clear();
     car.edit("Store Ground Mesh Data", 1.0);
     EXPECT_EQ(car.messages, (std::vector<Message>{{text, "Error"}}));
@@ -226,14 +226,14 @@ void expectNotStored(VehicleHost& car, const std::string& text) {
 }
 
 TEST_F(HostEvents, StoringWithoutAGroundIsRefused) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     expectNotStored(car, "No ground mesh available");
     host.scene.addMesh("Child", flatGround(), &car.element("GravityDirectionMesh"));
     expectNotStored(car, "No ground mesh available");
 }
 
 TEST_F(HostEvents, StoringSomethingWithoutASurfaceIsRefused) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     Element& ground = linkGround(car, flatGround());
     ground.surface = SurfaceKind::none;
     expectNotStored(car, "Surface not a mesh");
@@ -242,7 +242,7 @@ TEST_F(HostEvents, StoringSomethingWithoutASurfaceIsRefused) {
 }
 
 TEST_F(HostEvents, StoringAMeshWithoutTrianglesIsRefusedAndTheOldOneIsGone) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     Element& ground = linkGround(car, flatGround());
     car.edit("Store Ground Mesh Data", 1.0);
     CMesh points;

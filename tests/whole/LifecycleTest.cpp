@@ -8,7 +8,7 @@ namespace {
 using Lifecycle = WholeRun;
 
 TEST_F(Lifecycle, NewVehicleCarriesWhatTheHostGaveIt) {
-    VehicleHost& car = host.create("Red Car");
+    Vehicle& car = host.create("Red Car");
     EXPECT_EQ(car.camera->hostObject, 4711u);
     EXPECT_EQ(car.camera->name, "Red Car");
     EXPECT_TRUE(car.camera->hasExtension(40));
@@ -17,13 +17,13 @@ TEST_F(Lifecycle, NewVehicleCarriesWhatTheHostGaveIt) {
 }
 
 TEST_F(Lifecycle, ReleaseWithoutDeclaredParametersIsClean) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.release();
     EXPECT_EQ(car.log.lines(), Lines());
 }
 
 TEST_F(Lifecycle, ReleaseWithoutCornersIsClean) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.declare();
     car.log.clear();
     car.release();
@@ -31,7 +31,7 @@ TEST_F(Lifecycle, ReleaseWithoutCornersIsClean) {
 }
 
 TEST_F(Lifecycle, ReleaseLeavesTheSceneAlone) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 3);
     car.release();
     for (const auto& element : host.scene.elements) EXPECT_FALSE(element->deleted) << element->name;
@@ -39,7 +39,7 @@ TEST_F(Lifecycle, ReleaseLeavesTheSceneAlone) {
 }
 
 TEST_F(Lifecycle, ReleaseInTheMiddleOfARunIsClean) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     linkGround(car, flatGround());
     host.startRun(0);
     host.advance(3);
@@ -55,7 +55,7 @@ TEST_F(Lifecycle, NewVehicleHidesItsThreeCamerasAndItsBaseMesh) {
 }
 
 TEST_F(Lifecycle, CamerasStayShownWhenTheFlagsSaySo) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.declare();
     car.put("Hide Driver Camera", 0.0);
     car.put("Hide Follow Camera", 0.0);
@@ -66,7 +66,7 @@ TEST_F(Lifecycle, CamerasStayShownWhenTheFlagsSaySo) {
 }
 
 TEST_F(Lifecycle, OutputChannelsStartAtZeroAndAreStoredOnRequest) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     ASSERT_EQ(car.outputs.size(), 7u);
     for (const auto& output : car.outputs) EXPECT_EQ(output->current, 0.0) << output->name;
     car.axis("Gas Pedal").position = 1.0;
@@ -92,7 +92,7 @@ TEST_F(Lifecycle, OutputChannelsStartAtZeroAndAreStoredOnRequest) {
 }
 
 TEST_F(Lifecycle, OtherExtensionsAndChannelsStoreNothing) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 1.0;
     host.run(0, 50);
     car.output("Velocity")->store(-7.0);
@@ -107,7 +107,7 @@ TEST_F(Lifecycle, OtherExtensionsAndChannelsStoreNothing) {
 }
 
 TEST_F(Lifecycle, EachFrameStoresEveryChannelOnce) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").script = [](double time) { return time < 0.02 ? 0.0 : 1.0; };
     host.startRun(0);
     host.advance(20);
@@ -120,7 +120,7 @@ TEST_F(Lifecycle, EachFrameStoresEveryChannelOnce) {
 }
 
 TEST_F(Lifecycle, HostWithoutExtension41GetsNoOutputsAndAllElse) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.faults.knowsExtension41 = false;
     car.declare();
     car.createRig();
@@ -139,7 +139,7 @@ TEST_F(Lifecycle, HostWithoutExtension41GetsNoOutputsAndAllElse) {
 }
 
 TEST_F(Lifecycle, RefusedPropertiesReadAsZero) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.faults.refusesProperties = true;
     car.declare();
     car.createRig();
@@ -152,7 +152,7 @@ TEST_F(Lifecycle, RefusedPropertiesReadAsZero) {
 }
 
 TEST_F(Lifecycle, StopRunInAutonomousModeRefreshesTheDialog) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Autonomous Mode", 1.0);
     host.startRun(0);
     host.advance(3);
@@ -162,7 +162,7 @@ TEST_F(Lifecycle, StopRunInAutonomousModeRefreshesTheDialog) {
 }
 
 TEST_F(Lifecycle, StopRunUnderBoosterEndsItAndPutsTheSpringsBack) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Front Stiffness", 1500.0);
     car.put("Back Damping", 150.0);
     car.put("Booster Response Factor", 1.0);
@@ -181,7 +181,7 @@ TEST_F(Lifecycle, StopRunUnderBoosterEndsItAndPutsTheSpringsBack) {
 }
 
 TEST_F(Lifecycle, SpringsEditedDuringARunGoBackAtItsEnd) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.startRun(0);
     host.advance(1);
     car.put("Front Stiffness", 555.0);
@@ -192,7 +192,7 @@ TEST_F(Lifecycle, SpringsEditedDuringARunGoBackAtItsEnd) {
 }
 
 TEST_F(Lifecycle, HostMaySendTheStartAsTheFirstFrame) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 0.5;
     host.startRun(10);
     host.scene.beginFrame(10);
@@ -204,7 +204,7 @@ TEST_F(Lifecycle, HostMaySendTheStartAsTheFirstFrame) {
 }
 
 TEST_F(Lifecycle, HelpersHiddenForTheRecordingComeBack) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Hide Helpers During Recording", 1.0);
     EXPECT_TRUE(car.element("CarBodyMesh").shown);
     host.startRun(0);
@@ -219,7 +219,7 @@ TEST_F(Lifecycle, HelpersHiddenForTheRecordingComeBack) {
 }
 
 TEST_F(Lifecycle, StopRunLeavesHelpersHiddenThatTheUserHid) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Hide Helpers During Recording", 1.0);
     car.edit("Hide Helpers", 1.0);
     host.run(0, 2);
@@ -228,7 +228,7 @@ TEST_F(Lifecycle, StopRunLeavesHelpersHiddenThatTheUserHid) {
 }
 
 TEST_F(Lifecycle, WalkOverTheHelpersKeepsItsOrder) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Hide Helpers During Recording", 1.0);
     car.log.clear();
     host.startRun(0);

@@ -224,7 +224,7 @@ constexpr Row kRows[] = {
 };
 
 TEST_F(Parameters, GroupsComeInOrder) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     ASSERT_EQ(car.dialog.groups.size(), std::size(kGroups));
     for (std::size_t i = 0; i < std::size(kGroups); ++i) {
         EXPECT_EQ(car.dialog.groups[i].title, kGroups[i].title);
@@ -235,7 +235,7 @@ TEST_F(Parameters, GroupsComeInOrder) {
 }
 
 TEST_F(Parameters, RowsComeInOrderWithTheirTextsAndRanges) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.declare();
     ASSERT_EQ(car.dialog.items.size(), std::size(kRows));
     ASSERT_EQ(std::size(kRows), 78u);
@@ -260,7 +260,7 @@ TEST_F(Parameters, RowsComeInOrderWithTheirTextsAndRanges) {
 }
 
 TEST_F(Parameters, EveryRowHasAFieldOfItsOwn) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     std::vector<const void*> fields;
     for (const DialogItem& item : car.dialog.items) {
         if (item.kind == Kind::button) continue;
@@ -275,7 +275,7 @@ TEST_F(Parameters, EveryRowHasAFieldOfItsOwn) {
 }
 
 TEST_F(Parameters, RowsThatDoNotTellChangeNothingAtOnce) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.log.clear();
     for (const Row& row : kRows)
         if (!row.tells) car.edit(row.label, 1.0 - car.value(row.label));
@@ -283,7 +283,7 @@ TEST_F(Parameters, RowsThatDoNotTellChangeNothingAtOnce) {
 }
 
 TEST_F(Parameters, InputChannelsHaveTheirTypesAndBend) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.declare();
     ASSERT_EQ(car.properties.size(), 9u);
     for (std::size_t i = 0; i < 9; ++i) {
@@ -297,7 +297,7 @@ TEST_F(Parameters, InputChannelsHaveTheirTypesAndBend) {
 
 // With a device axis as it comes: a tenth of the travel is rest, the remainder is bent.
 TEST_F(Parameters, DeviceTravelIsShapedOnItsWayToTheCar) {
-    VehicleHost& car = host.addVehicle("Car");
+    Vehicle& car = host.addVehicle("Car");
     car.put("Use Fast Ray Cast", 0.0);
     car.put("Gas Pedal (Forw/Backw) Response Factor", 0.0);
     car.axis("Gas Pedal").position = 0.1;
@@ -313,7 +313,7 @@ TEST_F(Parameters, DeviceTravelIsShapedOnItsWayToTheCar) {
 }
 
 TEST_F(Parameters, GaugesOfANewVehicleAreThoseOfItsRig) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     EXPECT_NEAR(car.value("World Space Maximum Velocity Gauge"), kLength * 3.6 * 3.0, 1e-12);
     EXPECT_NEAR(car.value("World Space Acceleration Gauge (seconds from 0 to 100)"), 3.94, 0.005);
     EXPECT_NEAR(car.value("World Space Acceleration Gauge (seconds from 0 to 60)"), 60 / 3.6 / 2.0 / kLength, 1e-12);

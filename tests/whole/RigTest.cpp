@@ -11,7 +11,7 @@ namespace {
 using Rig = WholeRun;
 
 TEST_F(Rig, HasTwentySevenElementsInTheirTree) {
-    VehicleHost& car = addCar("My Car");
+    Vehicle& car = addCar("My Car");
     std::map<std::string, std::string> parents;
     for (const auto& element : host.scene.elements)
         parents[element->identifier] = element->parent == nullptr ? "" : element->parent->identifier;
@@ -47,7 +47,7 @@ struct Placing {
 Matrix4 at(const Vector3<double>& place, const Matrix4& rest) { return util::Translation(place) * rest; }
 
 TEST_F(Rig, StandsWhereItIsMade) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     const Matrix4 body = at({0, kRestHeight, 0}, util::Scaling(kLength));
     const Matrix4 chassis = at({0, kRestHeight + 0.08 * kLength, 0}, util::Scaling(kLength));
     const double quarter = 1.5707963267948966;
@@ -85,7 +85,7 @@ TEST_F(Rig, StandsWhereItIsMade) {
 }
 
 TEST_F(Rig, HasItsColours) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     std::map<std::string, std::array<int, 3>> colours{
         {"CarBodyMesh", {200, 210, 150}},      {"ChassisRelocatorMesh", {224, 143, 87}},
         {"TurnBaseMesh", {140, 147, 105}},     {"GravityDirectionMesh", {224, 86, 86}},
@@ -107,14 +107,14 @@ TEST_F(Rig, HasItsColours) {
 }
 
 TEST_F(Rig, HasItsCameras) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     EXPECT_EQ(car.element("FollowCam").fieldOfView, 45.0);
     EXPECT_EQ(car.element("DriverCam").fieldOfView, 90.0);
     EXPECT_EQ(car.element("TopViewCam").fieldOfView, 80.0);
 }
 
 TEST_F(Rig, MarksWhatTheUserPlacesAndSelectsTheBody) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     std::vector<std::string> marked;
     for (const auto& element : host.scene.elements)
         if (element->placedByUser) marked.push_back(element->identifier);
@@ -132,7 +132,7 @@ struct Extent {
 };
 
 TEST_F(Rig, ShapesHaveTheirSizes) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     const double move = 0.7 / kLength;
     // The catalogue's extents after what is done to the vertices before an element is made of them. The body is turned
     // by half a degree, which shifts its extents by less than the tolerance.
@@ -169,7 +169,7 @@ TEST_F(Rig, ShapesHaveTheirSizes) {
 }
 
 TEST_F(Rig, RightWheelIsTheLeftOneTurnedByHalfATurn) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     const CMesh& left = car.element("WheelMesh_FL").shape;
     const CMesh& right = car.element("WheelMesh_FR").shape;
     EXPECT_EQ(left.faces, right.faces);
@@ -185,7 +185,7 @@ TEST_F(Rig, RightWheelIsTheLeftOneTurnedByHalfATurn) {
 }
 
 TEST_F(Rig, TurnBaseFollowsItsParameter) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Turn Base (Back Wheel Relative)", 0.5);
     car.axis("Skid Brake").position = 1.0;
     host.run(0, 100);
@@ -196,7 +196,7 @@ TEST_F(Rig, TurnBaseFollowsItsParameter) {
 }
 
 TEST_F(Rig, LargerTurnBaseMovesTheFollowCameraOut) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     Element& base = car.element("TurnBaseMesh");
     host.scene.setWorld(base, 0.0, host.scene.world(base, 0.0) * util::Scaling(2.0));
     car.axis("Skid Brake").position = 1.0;
@@ -207,7 +207,7 @@ TEST_F(Rig, LargerTurnBaseMovesTheFollowCameraOut) {
 }
 
 TEST_F(Rig, SteeringWheelWithoutMultiplierStaysAsPlaced) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Steering Wheel Rot Mult", 0.0);
     Element& wheel = car.element("SteeringWheelMesh");
     wheel.track.pose = util::Translation({-0.1, 0.2, -0.05}) * util::RotationX(-0.5);
@@ -220,7 +220,7 @@ TEST_F(Rig, SteeringWheelWithoutMultiplierStaysAsPlaced) {
 
 // A turn that the user gives the relocator's wheel is not lost by a resumed start, which sees a turned wheel.
 TEST_F(Rig, ResumedRunKeepsTheRestOfTheSteeringWheel) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     const Matrix4 placed = car.local("SteeringWheelMesh", 0);
     car.axis("Steering").position = 0.6;
     host.run(0, 60);
@@ -230,7 +230,7 @@ TEST_F(Rig, ResumedRunKeepsTheRestOfTheSteeringWheel) {
 }
 
 TEST_F(Rig, BaseMeshKeepsItsUpAxisAndFollowsTheCar) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 0.4;
     car.axis("Steering").position = 0.6;
     host.run(0, 150);
@@ -253,12 +253,12 @@ class PressedBody : public WholeRun {
     /// How high the body stands on the plane after a strong force has pushed it down, when it was rigged at `height`
     /// and may not sink below nine tenths of that.
     double pressed(double height) {
-        VehicleHost& first = addCarOnPlane();
+        Vehicle& first = addCarOnPlane();
         first.save();
         SavedBlock block(first.chunk);
         block.set<double>("dMinGroundDistance", 0.9);
         first.chunk = block.bytes();
-        VehicleHost& car = reload(first);
+        Vehicle& car = reload(first);
         quiet(car);
         host.scene.setWorld(car.element("CarBodyMesh"), 0.0,
                             util::Translation({0, height, 0}) * util::Scaling(kLength));

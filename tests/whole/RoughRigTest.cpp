@@ -14,7 +14,7 @@ using RoughRig = WholeRun;
 TEST_F(RoughRig, RunsOnWithoutAnyOneElement) {
     std::vector<std::string> identifiers;
     {
-        VehicleHost& car = addCar("Model");
+        Vehicle& car = addCar("Model");
         for (const auto& element : host.scene.elements) identifiers.push_back(element->identifier);
         host.removeVehicle(car);
     }
@@ -22,8 +22,8 @@ TEST_F(RoughRig, RunsOnWithoutAnyOneElement) {
     for (const std::string& identifier : identifiers)
         for (const bool midRun : {false, true}) {
             SCOPED_TRACE(identifier + (midRun ? " in the middle of a run" : " before a run"));
-            RecordingHost own(vehicleModule());
-            VehicleHost& car = straightAxes(own.addVehicle("Car"));
+            Stage own(vehicleModule());
+            Vehicle& car = straightAxes(own.addVehicle("Car"));
             car.put("Autonomous Mode", midRun ? 1.0 : 0.0);
             car.axis("Gas Pedal").position = 0.5;
             car.axis("External Force").position = 0.5;
@@ -45,7 +45,7 @@ TEST_F(RoughRig, RunsOnWithoutAnyOneElement) {
 }
 
 TEST_F(RoughRig, DeletedElementReadsAsIdentityAndTakesNoKeys) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.scene.remove(car.element("TurnBaseMesh"));
     host.run(0, 5);
     EXPECT_TRUE(car.element("TurnBaseMesh").track.keys.empty());
@@ -54,7 +54,7 @@ TEST_F(RoughRig, DeletedElementReadsAsIdentityAndTakesNoKeys) {
 }
 
 TEST_F(RoughRig, ElementBroughtBackIsWrittenAgain) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 1.0;
     host.startRun(0);
     host.advance(5);
@@ -69,7 +69,7 @@ TEST_F(RoughRig, ElementBroughtBackIsWrittenAgain) {
 }
 
 TEST_F(RoughRig, DeletedGravityMeshLeavesGravityDownwards) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.scene.remove(car.element("GravityDirectionMesh"));
     car.axis("Skid Brake").position = 1.0;
     host.run(0, 60);
@@ -79,13 +79,13 @@ TEST_F(RoughRig, DeletedGravityMeshLeavesGravityDownwards) {
 // Three corners come out of a scene in which the fourth was deleted.
 TEST_F(RoughRig, ThreeCornersDrive) {
     for (const bool fast : {false, true}) {
-        RecordingHost own(vehicleModule());
-        VehicleHost& first = own.addVehicle("Car");
+        Stage own(vehicleModule());
+        Vehicle& first = own.addVehicle("Car");
         first.save();
         for (const char* kind :
              {"WheelMesh_BR", "WheelCenterMesh_BR", "WheelCenterSuspensionMesh_BR", "WheelRelocatorMesh_BR"})
             own.scene.remove(first.element(kind));
-        VehicleHost& car = straightAxes(own.replace(first));
+        Vehicle& car = straightAxes(own.replace(first));
         ASSERT_EQ(car.load(), 0u);
         for (const char* kind : {"WheelMesh", "WheelCenterMesh", "WheelCenterSuspensionMesh", "WheelRelocatorMesh"}) {
             EXPECT_EQ(car.log.count(std::string("findElement ") + kind + "_BR"), 1);
@@ -110,11 +110,11 @@ TEST_F(RoughRig, LoadWithoutARequiredElementFailsAndCanBeReleased) {
     for (const char* required : {"GravityDirectionMesh", "TopViewCam", "TurnBaseMesh", "CarBodyMesh", "DriverCam",
                                  "FollowCam", "ChassisRelocatorMesh", "TargetMesh"}) {
         SCOPED_TRACE(required);
-        RecordingHost own(vehicleModule());
-        VehicleHost& first = own.addVehicle("Car");
+        Stage own(vehicleModule());
+        Vehicle& first = own.addVehicle("Car");
         first.save();
         own.scene.remove(first.element(required));
-        VehicleHost& car = own.replace(first);
+        Vehicle& car = own.replace(first);
         EXPECT_EQ(car.load(), 1u);
         car.release();
         EXPECT_EQ(own.complaints(), Lines());
@@ -124,11 +124,11 @@ TEST_F(RoughRig, LoadWithoutARequiredElementFailsAndCanBeReleased) {
 TEST_F(RoughRig, LoadMakesAnewWhatCanBeMadeAnew) {
     for (const char* optional : {"SteeringWheelMesh", "ExternalForceMesh", "CarBodyBaseMesh"}) {
         SCOPED_TRACE(optional);
-        RecordingHost own(vehicleModule());
-        VehicleHost& first = own.addVehicle("Car");
+        Stage own(vehicleModule());
+        Vehicle& first = own.addVehicle("Car");
         first.save();
         own.scene.remove(first.element(optional));
-        VehicleHost& car = own.replace(first);
+        Vehicle& car = own.replace(first);
         EXPECT_EQ(car.load(), 0u);
         ASSERT_TRUE(car.hasElement(optional));
         EXPECT_EQ(car.element(optional).parent, &car.element("CarBodyMesh"));
@@ -138,16 +138,16 @@ TEST_F(RoughRig, LoadMakesAnewWhatCanBeMadeAnew) {
 }
 
 TEST_F(RoughRig, LoadWithHiddenBodyHidesTheSteeringWheel) {
-    VehicleHost& first = addCar();
+    Vehicle& first = addCar();
     first.save();
     first.element("CarBodyMesh").shown = false;
-    VehicleHost& car = reload(first);
+    Vehicle& car = reload(first);
     EXPECT_FALSE(car.element("SteeringWheelMesh").shown);
     EXPECT_TRUE(car.element("TurnBaseMesh").shown);
 }
 
 TEST_F(RoughRig, LoadWithoutABlockOrWithADamagedOneFails) {
-    VehicleHost& first = addCar();
+    Vehicle& first = addCar();
     first.save();
     const std::vector<unsigned char> whole = first.chunk;
     std::vector<std::vector<unsigned char>> bad{{}};
@@ -155,7 +155,7 @@ TEST_F(RoughRig, LoadWithoutABlockOrWithADamagedOneFails) {
     bad.back().at(12) = 'A';  // the name sorts below all that are known
     bad.push_back(whole);
     std::memset(&bad.back().at(12 + 15), '0', 4);  // sorts below version 100
-    VehicleHost* car = &first;
+    Vehicle* car = &first;
     for (const auto& chunk : bad) {
         car->chunk = chunk;
         car = &host.replace(*car);
@@ -169,7 +169,7 @@ TEST_F(RoughRig, LoadWithoutABlockOrWithADamagedOneFails) {
 // Several vehicles
 
 /// Everything that a vehicle's elements did in a run, as numbers.
-std::vector<double> traceOf(const VehicleHost& car, int frames) {
+std::vector<double> traceOf(const Vehicle& car, int frames) {
     std::vector<double> numbers;
     for (const char* element : {"CarBodyMesh", "WheelMesh_FL", "WheelCenterMesh_BR", "FollowCam", "TurnBaseMesh"})
         for (int frame = 0; frame <= frames; ++frame)
@@ -180,16 +180,16 @@ std::vector<double> traceOf(const VehicleHost& car, int frames) {
 TEST_F(RoughRig, VehiclesDoNotDisturbEachOther) {
     std::vector<double> alone;
     {
-        RecordingHost own(vehicleModule());
-        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        Stage own(vehicleModule());
+        Vehicle& car = straightAxes(own.addVehicle("Car"));
         car.axis("Gas Pedal").position = 0.6;
         car.axis("Steering").position = 0.3;
         own.run(0, 60);
         alone = traceOf(car, 60);
     }
-    VehicleHost& other = addCarOnPlane("Truck");
-    VehicleHost& car = addCar("Car");
-    VehicleHost& third = addCar("Bus");
+    Vehicle& other = addCarOnPlane("Truck");
+    Vehicle& car = addCar("Car");
+    Vehicle& third = addCar("Bus");
     linkGround(third, flatGround());
     other.axis("Gas Pedal").position = -0.4;
     car.axis("Gas Pedal").position = 0.6;
@@ -203,8 +203,8 @@ TEST_F(RoughRig, VehiclesDoNotDisturbEachOther) {
 }
 
 TEST_F(RoughRig, IdleVehicleStandsWhileAnotherRuns) {
-    VehicleHost& idle = addCarOnPlane("Idle");
-    VehicleHost& car = addCarOnPlane("Car");
+    Vehicle& idle = addCarOnPlane("Idle");
+    Vehicle& car = addCarOnPlane("Car");
     idle.armed = false;
     idle.axis("Gas Pedal").position = 1.0;
     car.axis("Gas Pedal").position = 1.0;
@@ -216,8 +216,8 @@ TEST_F(RoughRig, IdleVehicleStandsWhileAnotherRuns) {
 }
 
 TEST_F(RoughRig, ReleasingOneVehicleLeavesTheOtherRunning) {
-    VehicleHost& first = addCar("First");
-    VehicleHost& second = addCar("Second");
+    Vehicle& first = addCar("First");
+    Vehicle& second = addCar("Second");
     second.axis("Gas Pedal").position = 1.0;
     host.run(0, 5);
     host.removeVehicle(first);
@@ -226,15 +226,15 @@ TEST_F(RoughRig, ReleasingOneVehicleLeavesTheOtherRunning) {
 }
 
 TEST_F(RoughRig, SavedVehiclesFindTheirOwnElements) {
-    VehicleHost& first = addCarOnPlane("First");
-    VehicleHost& second = addCarOnPlane("Second");
+    Vehicle& first = addCarOnPlane("First");
+    Vehicle& second = addCarOnPlane("Second");
     host.scene.setWorld(second.element("CarBodyMesh"), 0.0,
                         util::Translation({10, kRestHeight, 0}) * util::Scaling(kLength));
     first.save();
     second.save();
-    VehicleHost& one = reload(first);
-    VehicleHost& two = reload(second);
-    for (VehicleHost* car : {&one, &two}) {
+    Vehicle& one = reload(first);
+    Vehicle& two = reload(second);
+    for (Vehicle* car : {&one, &two}) {
         car->press("Re-Initialize Car Attributes");
         quiet(*car);
         car->axis("Gas Pedal").position = 0.5;
@@ -246,8 +246,8 @@ TEST_F(RoughRig, SavedVehiclesFindTheirOwnElements) {
 }
 
 TEST_F(RoughRig, OneVehicleChasesAnother) {
-    VehicleHost& hare = addCarOnPlane("Hare");
-    VehicleHost& hound = addCarOnPlane("Hound");
+    Vehicle& hare = addCarOnPlane("Hare");
+    Vehicle& hound = addCarOnPlane("Hound");
     host.scene.setWorld(hound.element("CarBodyMesh"), 0.0,
                         util::Translation({0, kRestHeight, 12}) * util::Scaling(kLength));
     hound.edit("Autonomous Mode", 1.0);
@@ -264,8 +264,8 @@ TEST_F(RoughRig, OneVehicleChasesAnother) {
 
 TEST_F(RoughRig, HostWithoutAnyExtensionDrivesTheSame) {
     const auto drive = [](bool knows) {
-        RecordingHost own(vehicleModule());
-        VehicleHost& car = own.create("Car");
+        Stage own(vehicleModule());
+        Vehicle& car = own.create("Car");
         car.faults.knowsExtension31 = knows;
         car.faults.knowsExtension41 = knows;
         car.declare();
@@ -282,7 +282,7 @@ TEST_F(RoughRig, HostWithoutAnyExtensionDrivesTheSame) {
 }
 
 TEST_F(RoughRig, HostWithoutADescriptorGetsAStampOfZero) {
-    VehicleHost& car = host.create("Car");
+    Vehicle& car = host.create("Car");
     car.faults.withoutDescriptor = true;
     car.declare();
     car.createRig();

@@ -9,7 +9,7 @@ namespace {
 class RunStart : public WholeRun {
   protected:
     /// A fresh start reads the devices three times, a resumed one never.
-    bool startsFresh(VehicleHost& car, int frame) {
+    bool startsFresh(Vehicle& car, int frame) {
         car.log.clear();
         host.startRun(frame);
         const int reads = car.log.count("axis Gas Pedal");
@@ -19,27 +19,27 @@ class RunStart : public WholeRun {
         return reads == 3;
     }
 
-    static SavedBlock saved(VehicleHost& car) {
+    static SavedBlock saved(Vehicle& car) {
         car.save();
         return SavedBlock(car.chunk);
     }
 
     /// How far the body moved in the first frame of a run at 0, in lengths per second.
-    double firstSpeed(VehicleHost& car) {
+    double firstSpeed(Vehicle& car) {
         host.run(0, 1);
         return (position(car.world("CarBodyMesh", 0)).z - position(car.world("CarBodyMesh", 1)).z) / 0.04 / kLength;
     }
 };
 
 TEST_F(RunStart, IsFreshAtTheEarliestStartAndResumesBehindIt) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     EXPECT_TRUE(startsFresh(car, 0));
     EXPECT_FALSE(startsFresh(car, 1));
     EXPECT_TRUE(startsFresh(car, 0));
 }
 
 TEST_F(RunStart, EarlierStartMovesTheEarliestStartBack) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     EXPECT_TRUE(startsFresh(car, 0));
     EXPECT_TRUE(startsFresh(car, -25));
     EXPECT_EQ(saved(car).value<double>("dStartTime"), -1.0);
@@ -49,7 +49,7 @@ TEST_F(RunStart, EarlierStartMovesTheEarliestStartBack) {
 }
 
 TEST_F(RunStart, NewVehicleIsFreshWhereverItStartsButItsEarliestStartStaysZero) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     EXPECT_TRUE(startsFresh(car, 50));
     EXPECT_EQ(saved(car).value<double>("dStartTime"), 0.0);
     EXPECT_FALSE(startsFresh(car, 50));
@@ -58,7 +58,7 @@ TEST_F(RunStart, NewVehicleIsFreshWhereverItStartsButItsEarliestStartStaysZero) 
 }
 
 TEST_F(RunStart, ReInitializedCarStartsFreshAnywhere) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 20);
     car.press("Re-Initialize Car Attributes");
     EXPECT_TRUE(startsFresh(car, 10));
@@ -67,7 +67,7 @@ TEST_F(RunStart, ReInitializedCarStartsFreshAnywhere) {
 }
 
 TEST_F(RunStart, PushesOneRecordPerHistory) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.startRun(0);
     EXPECT_EQ(car.log.count("pushUndo"), 59);
     host.advance(1);
@@ -76,7 +76,7 @@ TEST_F(RunStart, PushesOneRecordPerHistory) {
 }
 
 TEST_F(RunStart, PushesNoRecordsWithBothKeyFlagsOff) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Enable Seamless Transitions", 0.0);
     host.startRun(0);
     EXPECT_EQ(car.log.count("pushUndo"), 0);
@@ -88,12 +88,12 @@ TEST_F(RunStart, PushesNoRecordsWithBothKeyFlagsOff) {
     host.stopRun();
 }
 
-void scaleBody(Scene& scene, VehicleHost& car, const Vector3<double>& scale) {
+void scaleBody(Scene& scene, Vehicle& car, const Vector3<double>& scale) {
     scene.setWorld(car.element("CarBodyMesh"), 0.0, util::Translation({0, kRestHeight, 0}) * util::Scaling(scale));
 }
 
 TEST_F(RunStart, BodyWithinTheRatioIsMadeUniformInSilence) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     scaleBody(host.scene, car, {3.5 * 1.0009, 3.5, 3.5 * 1.0009});
     host.run(0, 1);
     EXPECT_TRUE(car.messages.empty());
@@ -103,8 +103,8 @@ TEST_F(RunStart, BodyWithinTheRatioIsMadeUniformInSilence) {
 TEST_F(RunStart, BodyBeyondTheRatioIsMadeUniformWithAWarning) {
     for (const Vector3<double>& scale : {Vector3<double>(3.5 * 1.0011, 3.5, 3.5 * 1.0011),
                                          Vector3<double>(3.5, 3.5, 3.5 / 1.0011), Vector3<double>(2.0, 3.5, 4.0)}) {
-        RecordingHost own(vehicleModule());
-        VehicleHost& car = own.addVehicle("Car");
+        Stage own(vehicleModule());
+        Vehicle& car = own.addVehicle("Car");
         car.put("Use Fast Ray Cast", 0.0);
         scaleBody(own.scene, car, scale);
         own.run(0, 1);
@@ -119,7 +119,7 @@ TEST_F(RunStart, BodyBeyondTheRatioIsMadeUniformWithAWarning) {
 }
 
 TEST_F(RunStart, ResumedRunDoesNotWarnOfTheBody) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 10);
     Element& body = car.element("CarBodyMesh");
     body.track.setKey(host.scene.clock.time(5), util::Scaling({2, 3, 4}), host.scene.clock.snap());
@@ -131,7 +131,7 @@ const char* const kRelocatorWarning =
     "In the rigging process the wheels should be moved and scaled with the WheelRelocatorMesh:es.\nUse the "
     "WheelCenterMesh:es for suspension and particles.";
 
-void moveCentre(Scene& scene, VehicleHost& car, double by) {
+void moveCentre(Scene& scene, Vehicle& car, double by) {
     Element& centre = car.element("WheelCenterMesh_BR");
     Matrix4 m = scene.world(centre, 0.0);
     m.setRow(3, m.row(3) + Vector3<double>(0, by, 0));
@@ -139,14 +139,14 @@ void moveCentre(Scene& scene, VehicleHost& car, double by) {
 }
 
 TEST_F(RunStart, CentreMovedByLessThanAHundredthOfTheLengthIsFine) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     moveCentre(host.scene, car, 0.0099 * kLength);
     host.run(0, 1);
     EXPECT_TRUE(car.messages.empty());
 }
 
 TEST_F(RunStart, CentreMovedByMoreIsWarnedOfOnceAndPutBack) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     moveCentre(host.scene, car, 0.0101 * kLength);
     host.startRun(0);
     EXPECT_EQ(car.messages, (std::vector<Message>{{kRelocatorWarning, "Warning"}}));
@@ -157,7 +157,7 @@ TEST_F(RunStart, CentreMovedByMoreIsWarnedOfOnceAndPutBack) {
 }
 
 TEST_F(RunStart, WheelMeshWinsOverItsRelocator) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     Element& wheel = car.element("WheelMesh_BR");
     Matrix4 moved = host.scene.world(wheel, 0.0);
     moved.setRow(3, moved.row(3) + Vector3<double>(0.2, 0.0, 0.3));
@@ -176,7 +176,7 @@ TEST_F(RunStart, WheelMeshWinsOverItsRelocator) {
 }
 
 TEST_F(RunStart, MeasuresTheCarFromTheRig) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 1);
     const SavedBlock block = saved(car);
     EXPECT_NEAR(block.record(208), kLength, 1e-12);
@@ -195,7 +195,7 @@ TEST_F(RunStart, MeasuresTheCarFromTheRig) {
 }
 
 TEST_F(RunStart, LeftWheelsMoveOutAtEachFreshStart) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     const double before = position(car.world("WheelMesh_FL", 0)).x;
     host.startRun(0);
     const double once = position(car.world("WheelMesh_FL", 0)).x;
@@ -208,7 +208,7 @@ TEST_F(RunStart, LeftWheelsMoveOutAtEachFreshStart) {
 }
 
 TEST_F(RunStart, RelocatorTakesTheLengthOfItsUpAxis) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     Element& relocator = car.element("WheelRelocatorMesh_BL");
     Matrix4 m = util::Scaling({0.3, 0.4, 0.5});
     m.setRow(3, position(host.scene.world(relocator, 0.0)));
@@ -219,7 +219,7 @@ TEST_F(RunStart, RelocatorTakesTheLengthOfItsUpAxis) {
 }
 
 TEST_F(RunStart, HeldGasWinsOverKeyedSpeed) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Gas Pedal (Forw/Backw) Response Factor", 1e-9);
     const Matrix4 body = car.world("CarBodyMesh", 0);
     for (int frame = -2; frame <= 0; ++frame) {
@@ -233,7 +233,7 @@ TEST_F(RunStart, HeldGasWinsOverKeyedSpeed) {
 }
 
 TEST_F(RunStart, KeyedSpeedWinsOverTheInitialVelocity) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Gas Pedal (Forw/Backw) Response Factor", 1e-9);
     const Matrix4 body = car.world("CarBodyMesh", 0);
     for (int frame = -2; frame <= 0; ++frame) {
@@ -246,14 +246,14 @@ TEST_F(RunStart, KeyedSpeedWinsOverTheInitialVelocity) {
 }
 
 TEST_F(RunStart, InitialVelocityCountsWhenNothingElseMoves) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.put("Gas Pedal (Forw/Backw) Response Factor", 1e-9);
     car.put("Initital Velocity (% of max)", 80.0);
     EXPECT_NEAR(firstSpeed(car), 0.8 * 3.0, 0.05);
 }
 
 TEST_F(RunStart, ErasesStatesBehindTheStartAndInputsFromIt) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 64);
     host.startRun(32);
     host.stopRun();
@@ -270,7 +270,7 @@ TEST_F(RunStart, ErasesStatesBehindTheStartAndInputsFromIt) {
 }
 
 TEST_F(RunStart, SetsTheGauges) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     scaleBody(host.scene, car, {4, 4, 4});
     car.put("Multiplier", 1.0);
     host.startRun(0);
@@ -284,7 +284,7 @@ TEST_F(RunStart, WarnsOfATargetBelowTheBody) {
     const Message warning{
         "The TargetMesh is parented to the CarBodyMesh.\nThis will mess up the autonomous mode making the car spinn.",
         "Warning"};
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.scene.reparent(car.element("TargetMesh"), &car.element("CarBodyMesh"));
     host.run(0, 1);
     EXPECT_TRUE(car.messages.empty()) << "outside of autonomous mode";
@@ -300,7 +300,7 @@ TEST_F(RunStart, WarnsOfATargetBelowTheBody) {
 }
 
 TEST_F(RunStart, CannotWarnOfTheTargetWithoutExtension31) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.faults.knowsExtension31 = false;
     host.scene.reparent(car.element("TargetMesh"), &car.element("CarBodyMesh"));
     car.edit("Autonomous Mode", 1.0);

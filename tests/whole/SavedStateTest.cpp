@@ -8,20 +8,20 @@ namespace {
 
 class SavedState : public WholeRun {
   protected:
-    static SavedBlock saved(VehicleHost& car) {
+    static SavedBlock saved(Vehicle& car) {
         car.save();
         return SavedBlock(car.chunk);
     }
 
     /// A drive with gas and steering that change slowly.
-    static void script(VehicleHost& car) {
+    static void script(Vehicle& car) {
         car.axis("Gas Pedal").script = [](double time) { return 0.4 + 0.1 * std::sin(0.5 * time); };
         car.axis("Steering").script = [](double time) { return 0.2 * std::sin(0.4 * time); };
     }
 };
 
 TEST_F(SavedState, VehicleThatNeverRanSavesNinetyOneChildren) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     const SavedBlock block = saved(car);
     ASSERT_TRUE(block.isWhole());
     EXPECT_EQ(block.root().getName(), "CarCamDataChunk9201");
@@ -44,7 +44,7 @@ TEST_F(SavedState, VehicleThatNeverRanSavesNinetyOneChildren) {
 }
 
 TEST_F(SavedState, BlockEndsInTheWheelRadiusMultiplier) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.put("Wheel Radius Multiplier", 0.8125);
     car.save();
     double last = 0.0;
@@ -53,7 +53,7 @@ TEST_F(SavedState, BlockEndsInTheWheelRadiusMultiplier) {
 }
 
 TEST_F(SavedState, SavingTwiceGivesTheSameBytes) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     linkGround(car, flatGround());
     car.edit("Store Ground Mesh Data", 1.0);
     host.run(0, 30);
@@ -66,8 +66,8 @@ TEST_F(SavedState, SavingTwiceGivesTheSameBytes) {
 
 TEST_F(SavedState, SaveLoadSaveGivesTheSameBytes) {
     for (const bool stored : {false, true}) {
-        RecordingHost own(vehicleModule());
-        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        Stage own(vehicleModule());
+        Vehicle& car = straightAxes(own.addVehicle("Car"));
         script(car);
         car.axis("Skidding").script = [](double time) { return time > 1.0 && time < 1.5 ? 0.7 : 0.0; };
         car.axis("Booster").script = [](double time) { return time > 2.0 && time < 2.5 ? 1.0 : 0.0; };
@@ -84,7 +84,7 @@ TEST_F(SavedState, SaveLoadSaveGivesTheSameBytes) {
         car.save();
         const std::vector<unsigned char> bytes = car.chunk;
         EXPECT_EQ(SavedBlock(bytes).root().getNumChildren(), stored ? 93 : 91);
-        VehicleHost& fresh = straightAxes(own.replace(car));
+        Vehicle& fresh = straightAxes(own.replace(car));
         ASSERT_EQ(fresh.load(), 0u);
         fresh.save();
         EXPECT_EQ(fresh.chunk, bytes);
@@ -93,7 +93,7 @@ TEST_F(SavedState, SaveLoadSaveGivesTheSameBytes) {
 }
 
 TEST_F(SavedState, EveryRowOfTheDialogButTheNamedOnesComesBack) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     std::vector<double> values;
     for (const DialogItem& item : car.dialog.items) {
         const double before = item.value();
@@ -110,7 +110,7 @@ TEST_F(SavedState, EveryRowOfTheDialogButTheNamedOnesComesBack) {
     }
     car.put("Store Ground Mesh Data", 0.0);  // there is no mesh behind it
     car.save();
-    VehicleHost& fresh = reload(car);
+    Vehicle& fresh = reload(car);
     const std::vector<std::string> notSaved{"World Space Maximum Velocity Gauge",
                                             "Current Velocity",
                                             "Current Velocity (% of max)",
@@ -129,7 +129,7 @@ TEST_F(SavedState, EveryRowOfTheDialogButTheNamedOnesComesBack) {
 }
 
 TEST_F(SavedState, StoreFlagWithoutFacesIsClearedBySaving) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     car.put("Store Ground Mesh Data", 1.0);
     const SavedBlock block = saved(car);
     EXPECT_EQ(block.root().getNumChildren(), 91);
@@ -138,7 +138,7 @@ TEST_F(SavedState, StoreFlagWithoutFacesIsClearedBySaving) {
 }
 
 TEST_F(SavedState, StoredMeshTextEndsInANul) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     CMesh triangle;
     triangle.setNumVertices(3);
     triangle.setVertex(1, 0, 0, 40);
@@ -158,8 +158,8 @@ TEST_F(SavedState, StoredMeshTextEndsInANul) {
 
 TEST_F(SavedState, LoadedStoredGroundCarriesTheCarWithoutTheGround) {
     for (const bool fast : {true, false}) {
-        RecordingHost own(vehicleModule());
-        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        Stage own(vehicleModule());
+        Vehicle& car = straightAxes(own.addVehicle("Car"));
         Element& ground = own.scene.addMesh("Ground", flatGround());
         own.scene.setLocal(ground, 0.0, util::Translation({0, -0.8, 0}));
         own.scene.reparent(car.element("GravityDirectionMesh"), &ground);
@@ -167,7 +167,7 @@ TEST_F(SavedState, LoadedStoredGroundCarriesTheCarWithoutTheGround) {
         car.edit("Store Ground Mesh Data", 1.0);
         car.save();
         own.scene.remove(ground);
-        VehicleHost& fresh = straightAxes(own.replace(car));
+        Vehicle& fresh = straightAxes(own.replace(car));
         ASSERT_EQ(fresh.load(), 0u);
         fresh.axis("Skid Brake").position = 1.0;
         own.run(0, 60);
@@ -185,14 +185,14 @@ double furthestApart(const std::vector<Vector3<double>>& a, const std::vector<Ve
     return furthest;
 }
 
-std::vector<Vector3<double>> path(const VehicleHost& car, const char* element, int from, int to) {
+std::vector<Vector3<double>> path(const Vehicle& car, const char* element, int from, int to) {
     std::vector<Vector3<double>> positions;
     for (int frame = from; frame <= to; ++frame) positions.push_back(position(car.world(element, frame)));
     return positions;
 }
 
 TEST_F(SavedState, ResumedRunFollowsTheUninterruptedOne) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     script(car);
     host.run(0, 200);
     const char* const elements[] = {"CarBodyMesh", "WheelMesh_FL", "WheelCenterMesh_BR", "FollowCam",
@@ -214,7 +214,7 @@ TEST_F(SavedState, ResumedRunFollowsTheUninterruptedOne) {
 // A resumed run leaves no key of the inputs at the frame that it started from, so that a second one from there reads
 // what lies around it: half a frame off in the gas, one frame in the camera's memory.
 TEST_F(SavedState, SecondRunFromTheSameFrameIsHalfAFrameOff) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     script(car);
     host.run(0, 200);
     host.run(100, 200);
@@ -226,12 +226,12 @@ TEST_F(SavedState, SecondRunFromTheSameFrameIsHalfAFrameOff) {
 }
 
 TEST_F(SavedState, ResumedRunOfALoadedVehicleFollowsToo) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     script(car);
     host.run(0, 200);
     const auto whole = path(car, "CarBodyMesh", 0, 200);
     car.save();
-    VehicleHost& fresh = reload(car);
+    Vehicle& fresh = reload(car);
     quiet(fresh);
     script(fresh);
     host.run(100, 200);
@@ -242,8 +242,8 @@ TEST_F(SavedState, LoadedAndLivingVehicleResumeAlike) {
     // The living one was reloaded from nothing; both start from the same keys.
     std::vector<std::vector<Vector3<double>>> paths;
     for (const bool loaded : {false, true}) {
-        RecordingHost own(vehicleModule());
-        VehicleHost* car = &straightAxes(own.addVehicle("Car"));
+        Stage own(vehicleModule());
+        Vehicle* car = &straightAxes(own.addVehicle("Car"));
         script(*car);
         own.run(0, 100);
         if (loaded) {
@@ -259,23 +259,23 @@ TEST_F(SavedState, LoadedAndLivingVehicleResumeAlike) {
 }
 
 TEST_F(SavedState, ResumedRunTwiceGivesTheSameBits) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     script(car);
     host.run(0, 100);
     const auto resume = [&] {
         car.save();
-        VehicleHost& fresh = reload(car);
+        Vehicle& fresh = reload(car);
         quiet(fresh);
         script(fresh);
         return &fresh;
     };
-    VehicleHost* fresh = resume();
+    Vehicle* fresh = resume();
     const std::vector<unsigned char> block = fresh->chunk;
     host.run(50, 100);
     const auto once = path(*fresh, "CarBodyMesh", 50, 100);
     host.undo.undo();
     fresh->chunk = block;
-    VehicleHost& again = straightAxes(host.replace(*fresh));
+    Vehicle& again = straightAxes(host.replace(*fresh));
     ASSERT_EQ(again.load(), 0u);
     quiet(again);
     script(again);
@@ -285,7 +285,7 @@ TEST_F(SavedState, ResumedRunTwiceGivesTheSameBits) {
 
 // A rerun from the start goes on from the first key of the take before it; the user's number is added on a fresh start.
 TEST_F(SavedState, RerunSeedsItsNoiseFromTheFirstKey) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     const auto firstSeeds = [&] {
         const SavedBlock block = saved(car);
         return block.variable<util::AVar_Latest<int>>("ancCarCamrandomValue_gravelShake").keys.front().value;
@@ -302,7 +302,7 @@ TEST_F(SavedState, RerunSeedsItsNoiseFromTheFirstKey) {
 }
 
 TEST_F(SavedState, UndoOfARunBringsBackHistoriesAndKeys) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     script(car);
     host.run(0, 40);
     car.save();
@@ -337,7 +337,7 @@ TEST_F(SavedState, UndoOfARunBringsBackHistoriesAndKeys) {
 }
 
 TEST_F(SavedState, UndoOfTheFirstRunEmptiesTheHistories) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 10);
     EXPECT_EQ(saved(car).linear("ancCarCampcInput_GAS_PEDAL").getNumKeys(), 10);
     host.undo.undo();
@@ -349,7 +349,7 @@ TEST_F(SavedState, UndoOfTheFirstRunEmptiesTheHistories) {
 }
 
 TEST_F(SavedState, ResumeWithBothKeyFlagsOffStartsFromFallbacks) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Enable Seamless Transitions", 0.0);
     car.axis("Gas Pedal").position = 0.5;
     host.run(0, 40);
@@ -361,7 +361,7 @@ TEST_F(SavedState, ResumeWithBothKeyFlagsOffStartsFromFallbacks) {
 }
 
 TEST_F(SavedState, UnrecordedRunLeavesTheSceneButKeepsItsHistories) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 0.5;
     host.run(0, 20, false);
     EXPECT_TRUE(car.element("CarBodyMesh").track.keys.empty());

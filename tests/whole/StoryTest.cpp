@@ -35,7 +35,7 @@ const char* const kEveryElement[] = {"CarBodyMesh",
 // With the skid brake held nothing moves the car: once the body and the camera have settled, all that is left is the
 // rounding of the step that settles the car on its wheels, which comes and goes in the last places of a double.
 TEST_F(Story, ParkedCarIsAtRestToTheLastPlacesOfADouble) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Skid Brake").position = 1.0;
     host.run(0, 1000);
     for (const char* element : kEveryElement)
@@ -53,7 +53,7 @@ TEST_F(Story, ParkedCarIsAtRestToTheLastPlacesOfADouble) {
 // by seven degrees, so that their wheels are lifted less; the springs there are compressed for that, and the body nods
 // by a thousandth of a radian, which is what the bounds allow for.
 TEST_F(Story, ParkedWheelStandsOneRadiusHigh) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Skid Brake").position = 1.0;
     host.run(0, 400);
     car.save();
@@ -69,7 +69,7 @@ TEST_F(Story, ParkedWheelStandsOneRadiusHigh) {
 
 // Without a brake the least velocity of the model, 1e-8 lengths per second, is all that is left.
 TEST_F(Story, CarWithoutBrakeCreepsByNothingVisible) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     host.run(0, 500);
     const Vector3<double> moved = position(car.world("CarBodyMesh", 500)) - position(car.world("CarBodyMesh", 400));
     EXPECT_NEAR(moved.z, -1e-8 * kLength * 4.0, 1e-10);
@@ -80,7 +80,7 @@ TEST_F(Story, CarWithoutBrakeCreepsByNothingVisible) {
 // The start of a run moves the left wheels out by a thousandth of their width; the first frames turn that into a
 // heading that is off by some 1e-8 radians.
 TEST_F(Story, StraightDriveStaysStraightAndReachesItsSpeed) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 1.0;
     host.run(0, 500);
     for (int frame = 0; frame <= 500; frame += 10) {
@@ -96,13 +96,13 @@ TEST_F(Story, StraightDriveStaysStraightAndReachesItsSpeed) {
 }
 
 /// The lowest point of a wheel, which is what measures how far it rolled.
-Vector3<double> lowestPoint(const VehicleHost& car, const std::string& suffix, int frame) {
+Vector3<double> lowestPoint(const Vehicle& car, const std::string& suffix, int frame) {
     const Vector3<double> up = util::Normalized(car.world("WheelRelocatorMesh" + suffix, frame).row(1));
     return position(car.world("WheelMesh" + suffix, frame)) - kRadius * up;
 }
 
 TEST_F(Story, WheelRollsByDistanceOverRadius) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").script = [](double time) {
         return time < 4.0 ? 0.6 : time > 8.0 && time < 8.4 ? 0.0 : -0.4;  // drive, brake, release, drive back
     };
@@ -133,7 +133,7 @@ TEST_F(Story, WheelRollsByDistanceOverRadius) {
 
 // The scene shows what the model says: roll about the axle, then steering, then the placing of the user.
 TEST_F(Story, WheelMeshStandsAsRolledAndSteered) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 0.5;
     car.axis("Steering").position = 0.7;
     host.run(0, 120);
@@ -159,7 +159,7 @@ TEST_F(Story, WheelMeshStandsAsRolledAndSteered) {
 }
 
 TEST_F(Story, SteeringRightTurnsRightAboutTheBackAxle) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 0.3;
     car.axis("Steering").position = 0.5;
     host.run(0, 300);
@@ -180,7 +180,7 @@ TEST_F(Story, SteeringRightTurnsRightAboutTheBackAxle) {
 }
 
 TEST_F(Story, SteeringWheelTurnsFiveTimesTheOtherWay) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     const Matrix4 placed = car.local("SteeringWheelMesh", 0);
     car.axis("Gas Pedal").position = 0.2;
     car.axis("Steering").position = 0.8;
@@ -192,7 +192,7 @@ TEST_F(Story, SteeringWheelTurnsFiveTimesTheOtherWay) {
 
 // Two filters in a row, rotation and position each, towards a point above and behind the turn base.
 TEST_F(Story, FollowCameraLagsByItsTwoFilters) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").script = [](double time) { return time < 3.0 ? 1.0 : -0.5; };
     car.axis("Steering").script = [](double time) { return std::sin(time); };
     host.run(0, 150);
@@ -215,7 +215,7 @@ TEST_F(Story, FollowCameraLagsByItsTwoFilters) {
 }
 
 TEST_F(Story, ShiftingTheChassisMovesTheFollowCameraAtOnce) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Skid Brake").position = 1.0;
     host.startRun(0);
     host.advance(100);
@@ -232,14 +232,14 @@ TEST_F(Story, ShiftingTheChassisMovesTheFollowCameraAtOnce) {
 }
 
 /// Degrees between the car's up axis and the normal of a ground that rises towards -Z.
-double tiltError(const VehicleHost& car, int frame, double slope) {
+double tiltError(const Vehicle& car, int frame, double slope) {
     const double a = slope / 57.29577951308232;
     const Vector3<double> up = util::Normalized(car.world("TurnBaseMesh", frame).row(1));
     return std::acos(std::min(1.0, util::Dot(up, {0, std::cos(a), std::sin(a)}))) * 57.29577951308232;
 }
 
 TEST_F(Story, CarTurnsToASlopeWithinAFewFrames) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     linkGround(car, slopedGround(10.0));
     car.axis("Skid Brake").position = 1.0;
@@ -255,7 +255,7 @@ TEST_F(Story, CarTurnsToASlopeWithinAFewFrames) {
 }
 
 TEST_F(Story, CarFollowsTheSlopeUpwards) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     linkGround(car, slopedGround(10.0));
     car.axis("Gas Pedal").position = 0.4;
@@ -272,7 +272,7 @@ TEST_F(Story, CarFollowsTheSlopeUpwards) {
 }
 
 TEST_F(Story, AutonomousCarChasesItsTarget) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Autonomous Mode", 1.0);
     // Once around a circle of 20 in 32 seconds, starting ahead of the car.
     for (int frame = -1; frame <= 800; ++frame) {
@@ -293,7 +293,7 @@ TEST_F(Story, AutonomousCarChasesItsTarget) {
 }
 
 TEST_F(Story, AutonomousCarStopsInsideItsSphere) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Autonomous Mode", 1.0);
     host.scene.setLocal(car.element("TargetMesh"), 0.0, util::Translation({0, 0, -30.0}));
     host.run(0, 900);
@@ -306,8 +306,8 @@ TEST_F(Story, AutonomousCarStopsInsideItsSphere) {
 TEST_F(Story, DriveIsAlikeAtAnyFrameRate) {
     std::vector<Vector3<double>> ends;
     for (const int framesPerSecond : {24, 25, 30, 60}) {
-        RecordingHost own(vehicleModule(), framesPerSecond);
-        VehicleHost& car = straightAxes(own.addVehicle("Car"));
+        Stage own(vehicleModule(), FrameRate{framesPerSecond, 1});
+        Vehicle& car = straightAxes(own.addVehicle("Car"));
         quiet(car);
         car.put("Use Fast Ray Cast", 0.0);
         car.axis("Gas Pedal").script = [](double time) { return time < 0.5 ? 0.0 : 0.4; };
@@ -325,12 +325,12 @@ TEST_F(Story, DriveIsAlikeAtAnyFrameRate) {
 // takes its own: 9.81 here, with upright front relocators and springs that reach far and follow fast.
 class Jump : public WholeRun {
   protected:
-    static SavedBlock saved(VehicleHost& car) {
+    static SavedBlock saved(Vehicle& car) {
         car.save();
         return SavedBlock(car.chunk);
     }
 
-    VehicleHost& makeCarThatFalls(VehicleHost& car) {
+    Vehicle& makeCarThatFalls(Vehicle& car) {
         for (const char* relocator : {"WheelRelocatorMesh_FL", "WheelRelocatorMesh_FR"}) {
             Element& element = car.element(relocator);
             Matrix4 upright = host.scene.world(element, 0.0);
@@ -345,7 +345,7 @@ class Jump : public WholeRun {
         block.set<double>("fRelMaxBumperLen", 1.0);
         block.set<double>("dMaximumSpringChangeVelocityRel", 20.0);
         car.chunk = block.bytes();
-        VehicleHost& fresh = reload(car);
+        Vehicle& fresh = reload(car);
         quiet(fresh);
         fresh.put("Gravity", 9.81 * 4.0 / (900.0 * kLength));
         // A loaded vehicle resumes; one that is to start afresh says so.
@@ -366,7 +366,7 @@ CMesh ramp(double top) {
 }
 
 TEST_F(Jump, LeavesARampOnAParabolaAndLands) {
-    VehicleHost& car = makeCarThatFalls(addCar());
+    Vehicle& car = makeCarThatFalls(addCar());
     linkGround(car, ramp(3.0));
     car.axis("Gas Pedal").position = 1.0;
     host.startRun(0);
@@ -415,7 +415,7 @@ TEST_F(Jump, LeavesARampOnAParabolaAndLands) {
 }
 
 TEST_F(Story, WithoutGravityTheWheelsFollowTheGroundAtAnyDistance) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     linkGround(car, flatGround(-100.0));
     car.put("Use Fast Ray Cast", 0.0);

@@ -10,8 +10,8 @@ class Wheels : public WholeRun {
   protected:
     /// Drives at once so fast that a wheel turns by `radians` in a frame, backwards if negative; gives the log of the
     /// last frame.
-    VehicleHost& driveAt(double radians, int frames = 20) {
-        VehicleHost& car = addCarOnPlane();
+    Vehicle& driveAt(double radians, int frames = 20) {
+        Vehicle& car = addCarOnPlane();
         const double lengthsPerSecond = std::abs(radians) * kWheelRadius * kRadiusMult / 0.04 / kLength;
         car.put("Gas Pedal (Forw/Backw) Maximum", lengthsPerSecond);
         car.axis("Gas Pedal").position = radians < 0.0 ? -1.0 : 1.0;
@@ -26,7 +26,7 @@ class Wheels : public WholeRun {
 
 // Pieces of 3.110487775831478 radians, just under half a turn.
 TEST_F(Wheels, TenRadiansInAFrameGiveThreeExtraKeys) {
-    VehicleHost& car = driveAt(10.0);
+    Vehicle& car = driveAt(10.0);
     const Lines lines = car.log.only({"setWorld"});
     std::vector<std::string> wheel;
     for (const std::string& line : lines)
@@ -40,16 +40,16 @@ TEST_F(Wheels, TenRadiansInAFrameGiveThreeExtraKeys) {
 }
 
 TEST_F(Wheels, TenRadiansBackwardsGiveThreeExtraKeysToo) {
-    VehicleHost& car = driveAt(-10.0);
+    Vehicle& car = driveAt(-10.0);
     EXPECT_EQ(car.log.count("setWorld WheelMesh_BL "), 4);
     EXPECT_GT(position(car.world("CarBodyMesh", 20)).z, 10.0);
 }
 
 TEST_F(Wheels, ThreeRadiansInAFrameGiveNone) {
-    VehicleHost& car = driveAt(3.0);
+    Vehicle& car = driveAt(3.0);
     EXPECT_EQ(car.log.count("setWorld WheelMesh_BL "), 1);
     host.removeVehicle(car);
-    VehicleHost& faster = driveAt(3.2);
+    Vehicle& faster = driveAt(3.2);
     EXPECT_EQ(faster.log.count("setWorld WheelMesh_BL "), 2);
 }
 
@@ -58,7 +58,7 @@ TEST_F(Wheels, ThreeRadiansInAFrameGiveNone) {
 TEST_F(Wheels, ExtraKeysRollOnInPieces) {
     for (const double radians : {10.0, -10.0}) {
         SCOPED_TRACE(radians);
-        VehicleHost& car = driveAt(radians);
+        Vehicle& car = driveAt(radians);
         const std::vector<TrackKey>& keys = car.element("WheelMesh_BL").track.keys;
         ASSERT_GT(keys.size(), 40u);
         const double start = host.scene.clock.time(15) - 1e-6;
@@ -82,7 +82,7 @@ TEST_F(Wheels, ExtraKeysRollOnInPieces) {
 }
 
 TEST_F(Wheels, CentresFollowTheWheelAndKeepTheirScale) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.axis("Gas Pedal").position = 0.3;
     car.axis("Steering").position = 1.0;
     host.run(0, 60);
@@ -105,7 +105,7 @@ TEST_F(Wheels, CentresFollowTheWheelAndKeepTheirScale) {
 }
 
 TEST_F(Wheels, FixatedCentresDoNotSteer) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     car.edit("Fixate Wheel Center Nodes", 1.0);
     car.axis("Steering").position = 1.0;
     host.run(0, 60);
@@ -114,7 +114,7 @@ TEST_F(Wheels, FixatedCentresDoNotSteer) {
 }
 
 TEST_F(Wheels, CentresCanStandOnTheGroundAndAlongItsNormal) {
-    VehicleHost& car = addCar();
+    Vehicle& car = addCar();
     quiet(car);
     linkGround(car, slopedGround(15.0));
     car.edit("Align WheelCenterMesh to ground incline", 1.0);
@@ -132,7 +132,7 @@ TEST_F(Wheels, CentresCanStandOnTheGroundAndAlongItsNormal) {
 }
 
 TEST_F(Wheels, RescaledRelocatorGivesALargerWheel) {
-    VehicleHost& car = addCarOnPlane();
+    Vehicle& car = addCarOnPlane();
     Element& relocator = car.element("WheelRelocatorMesh_BL");
     relocator.track.pose = relocator.track.pose * util::Scaling(1.5);
     car.axis("Skid Brake").position = 1.0;

@@ -8,13 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "host/RecordingHost.h"
 #include "ond/util/Matrix4.h"
 #include "ond/util/QTransform.h"
 #include "ond/util/Quat.h"
 #include "ond/util/Vector3.h"
+#include "stage/Stage.h"
 
 namespace ond::test {
+
+using namespace stage;
 
 using util::CMesh;
 using util::Matrix4;
@@ -24,8 +26,8 @@ using util::Vector3;
 
 using Lines = std::vector<std::string>;
 
-inline const VehicleModule& vehicleModule() {
-    static const VehicleModule module(VEHICLE_MODULE_PATH);
+inline const Module& vehicleModule() {
+    static const Module module(VEHICLE_MODULE_PATH);
     return module;
 }
 
@@ -42,7 +44,7 @@ constexpr double kFrontTilt = 0.12217304763960307;  // of the front relocators, 
 inline const char* const kCorners[4] = {"_FL", "_FR", "_BL", "_BR"};
 
 /// Calls that only open, close or ask the clock; their pairing is checked by the host.
-inline Lines order(const VehicleHost& vehicle) {
+inline Lines order(const Vehicle& vehicle) {
     return vehicle.log.without({"getTransformObject", "releaseTransformObject", "getAppearanceObject",
                                 "releaseAppearanceObject", "getCameraObject", "releaseCameraObject", "getCurrentTime",
                                 "getFrameStep"});
@@ -76,14 +78,14 @@ enum class Casting { plane, bullet, surface, stored };
 /// A host at 25 frames a second; at the end no call may have been against the contract and all must be given back.
 class WholeRun : public ::testing::Test {
   protected:
-    RecordingHost host{vehicleModule()};
+    Stage host{vehicleModule()};
 
     void TearDown() override { EXPECT_EQ(host.complaints(), Lines()); }
 
     /// A vehicle whose axes give their positions as they are, without dead zone and bend.
-    VehicleHost& addCar(const std::string& name = "Car") { return straightAxes(host.addVehicle(name)); }
+    Vehicle& addCar(const std::string& name = "Car") { return straightAxes(host.addVehicle(name)); }
 
-    static VehicleHost& straightAxes(VehicleHost& vehicle) {
+    static Vehicle& straightAxes(Vehicle& vehicle) {
         for (const auto& property : vehicle.properties) {
             property->deadZone = 0.0;
             property->exponent = 1.0;
@@ -92,26 +94,26 @@ class WholeRun : public ::testing::Test {
     }
 
     /// Without gravel shake, which moves the wheels by chance.
-    static void quiet(VehicleHost& vehicle) { vehicle.put("Gravel Shake Offset Value", 0.0); }
+    static void quiet(Vehicle& vehicle) { vehicle.put("Gravel Shake Offset Value", 0.0); }
 
     /// No ground linked and fast casting off: the wheels stand on the plane y = 0.
-    VehicleHost& addCarOnPlane(const std::string& name = "Car") {
-        VehicleHost& vehicle = addCar(name);
+    Vehicle& addCarOnPlane(const std::string& name = "Car") {
+        Vehicle& vehicle = addCar(name);
         vehicle.put("Use Fast Ray Cast", 0.0);
         quiet(vehicle);
         return vehicle;
     }
 
     /// Links `mesh` as the ground of the vehicle: the arrow hangs below it.
-    Element& linkGround(VehicleHost& vehicle, const CMesh& mesh, const std::string& name = "Ground") {
+    Element& linkGround(Vehicle& vehicle, const CMesh& mesh, const std::string& name = "Ground") {
         Element& ground = host.scene.addMesh(name, mesh);
         host.scene.reparent(vehicle.element("GravityDirectionMesh"), &ground);
         return ground;
     }
 
     /// Releases the vehicle and loads a new one from its block.
-    VehicleHost& reload(VehicleHost& vehicle, std::uint64_t expected = 0) {
-        VehicleHost& fresh = straightAxes(host.replace(vehicle));
+    Vehicle& reload(Vehicle& vehicle, std::uint64_t expected = 0) {
+        Vehicle& fresh = straightAxes(host.replace(vehicle));
         EXPECT_EQ(fresh.load(), expected);
         return fresh;
     }

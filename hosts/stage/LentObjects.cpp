@@ -1,0 +1,180 @@
+#include "stage/LentObjects.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace ond::stage {
+
+namespace {
+
+bool isFinite(const util::Matrix4& m) {
+    return std::all_of(m.m.begin(), m.m.end(), [](double x) { return std::isfinite(x); });
+}
+
+std::string number(double x) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.7g", x);
+    return text;
+}
+
+}  // namespace
+
+void Lent::use(const char* operation) const {
+    if (!out) host->complain(std::string(operation) + " on an object that was given back, of " + host->label(element));
+}
+
+void* HostHandle::callExtension(std::uint32_t id, void* argument) {
+    const ModuleBoundary::Pause pause;
+    m_host.note("extension", m_host.label(&element), std::to_string(id),
+                m_host.label(static_cast<ovs::MeshHandle*>(argument)));
+    if (element.deleted) return nullptr;
+    if (id == 17 || id == 57) element.placedByUser = true;
+    if (id != 31 || !m_host.faults.knowsExtension31) return nullptr;
+    const Element* other = Vehicle::elementOf(static_cast<ovs::MeshHandle*>(argument));
+    return Scene::isBelow(&element, other) ? this : nullptr;
+}
+
+bool HostHandle::hasExtension(std::uint32_t id) {
+    const ModuleBoundary::Pause pause;
+    m_host.note("knowsExtension", m_host.label(&element), std::to_string(id));
+    return !element.deleted && ((id == 31 && m_host.faults.knowsExtension31) || id == 17 || id == 57);
+}
+
+void HostHandle::show() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("show", m_host.label(&element));
+    if (!element.deleted) element.shown = true;
+}
+
+void HostHandle::hide() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("hide", m_host.label(&element));
+    if (!element.deleted) element.shown = false;
+}
+
+bool HostHandle::isShown() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("isShown", m_host.label(&element));
+    return !element.deleted && element.shown;
+}
+
+void HostHandle::rigBuilt() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("rigBuilt", m_host.label(&element));
+    element.selected = true;
+}
+
+ovs::MeshHandle* HostHandle::getParent() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("getParent", m_host.label(&element));
+    return element.deleted ? nullptr : m_host.handleOf(element.parent);
+}
+
+std::int32_t HostHandle::getNumChildren() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("getNumChildren", m_host.label(&element));
+    return element.deleted ? 0 : static_cast<std::int32_t>(element.children.size());
+}
+
+ovs::MeshHandle* HostHandle::getChild(std::int32_t index) {
+    const ModuleBoundary::Pause pause;
+    m_host.note("getChild", m_host.label(&element), std::to_string(index));
+    if (element.deleted) return nullptr;
+    if (index < 0 || index >= static_cast<std::int32_t>(element.children.size())) {
+        m_host.complain("getChild out of range of " + m_host.label(&element));
+        return nullptr;
+    }
+    return m_host.handleOf(element.children[static_cast<std::size_t>(index)]);
+}
+
+void HostHandle::releaseHandle(ovs::MeshHandle* handle) {
+    const ModuleBoundary::Pause pause;
+    m_host.note("releaseHandle", m_host.label(&element), m_host.label(handle));
+}
+
+std::string HostHandle::getName() {
+    const ModuleBoundary::Pause pause;
+    m_host.note("getName", m_host.label(&element));
+    return element.name;
+}
+
+void HostTransform::readLocalMatrix(util::Matrix4& out) {
+    const ModuleBoundary::Pause pause;
+    lent.use("readLocal");
+    lent.host->note("readLocal", lent.host->label(lent.element), lent.host->at(lent.time));
+    out = lent.host->scene.local(*lent.element, lent.time);
+}
+
+void HostTransform::setLocalMatrix(const util::Matrix4& matrix) {
+    const ModuleBoundary::Pause pause;
+    lent.use("setLocal");
+    lent.host->note("setLocal", lent.host->label(lent.element), lent.host->at(lent.time));
+    if (!isFinite(matrix)) lent.host->complain("setLocal of a matrix that is not finite, of " + lent.element->name);
+    lent.host->scene.setLocal(*lent.element, lent.time, matrix);
+}
+
+void HostTransform::readWorldMatrix(util::Matrix4& out) {
+    const ModuleBoundary::Pause pause;
+    lent.use("readWorld");
+    lent.host->note("readWorld", lent.host->label(lent.element), lent.host->at(lent.time));
+    out = lent.host->scene.world(*lent.element, lent.time);
+}
+
+void HostTransform::setWorldMatrix(const util::Matrix4& matrix) {
+    const ModuleBoundary::Pause pause;
+    lent.use("setWorld");
+    lent.host->note("setWorld", lent.host->label(lent.element), lent.host->at(lent.time));
+    if (!isFinite(matrix)) lent.host->complain("setWorld of a matrix that is not finite, of " + lent.element->name);
+    lent.host->scene.setWorld(*lent.element, lent.time, matrix);
+}
+
+void HostAppearance::useOwnColour(bool on) {
+    const ModuleBoundary::Pause pause;
+    lent.use("useOwnColour");
+    lent.host->note("useOwnColour", lent.host->label(lent.element), on ? "1" : "0");
+    lent.element->ownColour = on;
+}
+
+void HostAppearance::setWireframe(bool on) {
+    const ModuleBoundary::Pause pause;
+    lent.use("setWireframe");
+    lent.host->note("setWireframe", lent.host->label(lent.element), on ? "1" : "0");
+    lent.element->wireframe = on;
+}
+
+void HostAppearance::setColour(float red, float green, float blue) {
+    const ModuleBoundary::Pause pause;
+    lent.use("setColour");
+    lent.host->note("setColour", lent.host->label(lent.element));
+    lent.element->colour[0] = red;
+    lent.element->colour[1] = green;
+    lent.element->colour[2] = blue;
+}
+
+void HostSurface::getMesh(util::CMesh& out) {
+    const ModuleBoundary::Pause pause;
+    lent.use("getMesh");
+    lent.host->note("getMesh", lent.host->label(lent.element));
+    out = lent.element->surface == SurfaceKind::mesh ? lent.element->shape : util::CMesh();
+}
+
+bool HostSurface::intersect(const util::Vector3<double>& origin, const util::Vector3<double>& direction, double* t,
+                            util::Vector3<double>* normal) {
+    const ModuleBoundary::Pause pause;
+    lent.use("intersect");
+    lent.host->note("intersect", lent.host->label(lent.element));
+    if (lent.host->recordsRays) lent.host->rays.push_back({origin, direction});
+    if (lent.element->surface != SurfaceKind::mesh) return false;
+    if (lent.element->rays == nullptr) lent.element->rays = std::make_shared<MeshSurface>(lent.element->shape);
+    return lent.element->rays->intersect(origin, direction, t, normal);
+}
+
+void HostCamera::setFieldOfView(double degrees) {
+    const ModuleBoundary::Pause pause;
+    lent.use("setFieldOfView");
+    lent.host->note("setFieldOfView", lent.host->label(lent.element), number(degrees), lent.host->at(lent.time));
+    lent.element->fieldOfView = degrees;
+}
+
+}  // namespace ond::stage
