@@ -8,8 +8,19 @@
 
 namespace ond::stage {
 
+namespace {
+
+constexpr std::uint32_t kContractVersion = 250;
+
+}  // namespace
+
 Stage::Stage(const Module& vehicleModule, FrameRate rate)
     : module(vehicleModule), plugin(vehicleModule.plugin(0)), scene(rate) {
+    if (module.version() != kContractVersion) {
+        if (plugin != nullptr) plugin->release();
+        throw StageError("the vehicle module speaks version " + std::to_string(module.version()) +
+                         " of the contract, this host speaks " + std::to_string(kContractVersion));
+    }
     if (plugin == nullptr) throw StageError("the module offers no vehicle");
 }
 

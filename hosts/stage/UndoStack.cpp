@@ -38,6 +38,11 @@ void UndoStack::close() {
         m_steps.pop_back();
     else
         ++m_done;
+    while (m_done > static_cast<std::size_t>(limit)) {
+        release(m_steps.front());
+        m_steps.erase(m_steps.begin());
+        --m_done;
+    }
 }
 
 void UndoStack::add(Record record) {

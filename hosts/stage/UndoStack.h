@@ -34,6 +34,10 @@ class UndoStack {
     /// Releases every record of `owner` and what is left of its steps.
     void drop(const void* owner);
 
+    /// Steps kept at most; the oldest are released. A run holds a copy of every history of its vehicle and of every
+    /// track, some ten megabytes for five minutes. At least 1.
+    int limit = 50;
+
     [[nodiscard]] int steps() const { return static_cast<int>(m_done); }
     /// Records of vehicles in the step on top.
     [[nodiscard]] int recordsOnTop() const;

@@ -12,6 +12,9 @@ namespace ond::stage {
 
 namespace {
 
+/// The vehicle's extension that stores the value of one of its output channels.
+constexpr std::uint32_t kStoreOutput = 40;
+
 template <typename Items>
 auto& startingWith(Items& items, const std::vector<std::unique_ptr<unidevice::Property>>& properties,
                    const std::string& start) {
@@ -203,6 +206,16 @@ void Vehicle::send(const std::string& text) {
     {
         const ModuleBoundary::Enter enter;
         listening->callback->onParameterChanged(text);
+    }
+    call("");
+}
+
+void Vehicle::refreshOutputs() {
+    requireBetweenDeclareAndRelease("callExtension");
+    call("callExtension");
+    for (const auto& output : outputs) {
+        const ModuleBoundary::Enter enter;
+        camera->callExtension(kStoreOutput, static_cast<unidevice::Property*>(output.get()));
     }
     call("");
 }

@@ -74,6 +74,8 @@ class Vehicle final : public ovs::CInterface {
 
     /// Edits an item as the user does: undo record of the host, field, callback.
     void edit(const std::string& label, double value);
+    /// Has the vehicle store the present values of its output channels anew. [declared, rigged or running]
+    void refreshOutputs();
     /// Writes a field without telling the vehicle, as a host does that sets up a scene.
     void put(const std::string& label, double value) { dialog.at(label).write(value); }
     void press(const std::string& label);

@@ -336,6 +336,30 @@ TEST(UndoStack, IgnoresNullAndDropsByOwner) {
     EXPECT_EQ(written, "xa-b");
 }
 
+TEST(UndoStack, KeepsNoMoreStepsThanItsLimit) {
+    UndoStack stack;
+    stack.limit = 3;
+    int value = 0;
+    for (int i = 0; i < 10; ++i) {
+        stack.push([&value, i] { value = i; }, [] {}, nullptr);
+    }
+    EXPECT_EQ(stack.steps(), 3);
+    for (int i = 0; i < 10; ++i) stack.undo();
+    EXPECT_EQ(value, 7) << "the three youngest steps are left";
+}
+
+TEST(Vehicle, RefreshesItsChannelsWhenTheHostAsks) {
+    const Module module(VEHICLE_MODULE_PATH);
+    Stage stage(module);
+    Vehicle& car = stage.addVehicle("car");
+    unidevice::OutputProperty& velocity = *car.output("Velocity");
+    velocity.store(17.0);
+    car.refreshOutputs();
+    EXPECT_EQ(velocity.current, 0.0) << "the car stands";
+    EXPECT_EQ(velocity.previous, 17.0);
+    EXPECT_EQ(stage.complaints(), std::vector<std::string>());
+}
+
 TEST(CallLog, SelectsByOperation) {
     CallLog log;
     log.add("readWorld A @1");
