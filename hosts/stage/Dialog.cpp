@@ -1,6 +1,8 @@
 #include "stage/Dialog.h"
 
 #include <algorithm>
+#include <cmath>
+
 #include "stage/StageError.h"
 
 namespace ond::stage {
@@ -21,9 +23,15 @@ bool DialogItem::isGauge() const {
 }
 
 void DialogItem::write(double value) const {
+    if (std::isnan(value)) return;
+    const bool ranged = kind == Kind::integer || kind == Kind::number;
+    restore(ranged ? std::clamp(value, min, max) : value);
+}
+
+void DialogItem::restore(double value) const {
     switch (kind) {
-        case Kind::integer: *integer = static_cast<std::int32_t>(std::clamp(value, min, max)); break;
-        case Kind::number: *number = std::clamp(value, min, max); break;
+        case Kind::integer: *integer = static_cast<std::int32_t>(value); break;
+        case Kind::number: *number = value; break;
         case Kind::checkBox: *checkBox = value != 0.0; break;
         case Kind::button: break;
     }

@@ -33,8 +33,10 @@ struct DialogItem {
 
     /// The field's value; 0 or 1 for a check box.
     [[nodiscard]] double value() const;
-    /// Writes the field, within its range.
+    /// Writes the field, within its range. What is no number changes nothing.
     void write(double value) const;
+    /// Writes what the field held before, which may be outside of the range.
+    void restore(double value) const;
 };
 
 struct DialogGroup {

@@ -12,7 +12,7 @@
 namespace ond::stage {
 
 /// An axis that stands where it is put, or follows a script over time: a recorded input, a key track, a live device.
-/// Its value is read once for each call into the vehicle, so that it is steady while the vehicle looks at it.
+/// A script is asked once for each frame of a run, so that its value is steady while vehicles look at it.
 class InputAxis final : public unidevice::ControlSource {
   public:
     InputAxis(std::string name, CallLog& log) : m_name(std::move(name)), m_log(log) {}

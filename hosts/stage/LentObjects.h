@@ -42,8 +42,9 @@ struct Lent {
     double time = 0.0;
     bool out = false;
 
-    /// Complains when the object is used after its release.
-    void use(const char* operation) const;
+    /// Complains when the object is used after its release or that of the vehicle.
+    /// @return whether it may be used
+    bool use(const char* operation) const;
 };
 
 class HostTransform final : public ovs::TransformObject {
@@ -53,8 +54,13 @@ class HostTransform final : public ovs::TransformObject {
     void readWorldMatrix(util::Matrix4& out) override;
     void setWorldMatrix(const util::Matrix4& matrix) override;
     Lent lent;
+
+  private:
+    /// Complains of what is not finite, and of writing in a run what the user places.
+    void checkWrite(const char* operation, const util::Matrix4& matrix) const;
 };
 
+/// Takes nothing for a deleted element.
 class HostAppearance final : public ovs::AppearanceObject {
   public:
     void useOwnColour(bool on) override;
@@ -71,6 +77,7 @@ class HostSurface final : public ovs::SurfaceObject {
     Lent lent;
 };
 
+/// Takes nothing for a deleted element.
 class HostCamera final : public ovs::CameraObject {
   public:
     void setFieldOfView(double degrees) override;

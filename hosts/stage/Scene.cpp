@@ -1,6 +1,9 @@
 #include "stage/Scene.h"
 
 #include <algorithm>
+#include <map>
+
+#include "stage/StageError.h"
 
 namespace ond::stage {
 
@@ -29,12 +32,42 @@ void Scene::setShape(Element& element, const util::CMesh& mesh) {
 }
 
 void Scene::reparent(Element& element, Element* parent) {
+    if (parent != nullptr && isBelow(parent, &element))
+        throw StageError("'" + element.name + "' cannot hang below '" + parent->name + "', which hangs below it");
     if (element.parent != nullptr) {
         std::vector<Element*>& siblings = element.parent->children;
         siblings.erase(std::remove(siblings.begin(), siblings.end(), &element), siblings.end());
     }
     element.parent = parent;
     if (parent != nullptr) parent->children.push_back(&element);
+}
+
+void Scene::copyElements(const std::string& vehicle, const std::string& copy) {
+    std::map<const Element*, Element*> copies;
+    const std::size_t count = elements.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const Element& original = *elements[i];
+        if (original.deleted || original.identifier.empty() || original.vehicle != vehicle) continue;
+        Element& element = add("");
+        const std::size_t index = element.index;
+        element = original;
+        element.index = index;
+        element.name = copy + "_" + original.identifier;
+        element.vehicle = copy;
+        element.parent = nullptr;
+        element.children.clear();
+        element.selected = false;
+        copies[&original] = &element;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto parent = copies.find(elements[i].get());
+        if (parent == copies.end()) continue;
+        for (const Element* child : parent->first->children)
+            if (const auto element = copies.find(child); element != copies.end())
+                reparent(*element->second, parent->second);
+        Element* above = parent->first->parent;
+        if (above != nullptr && copies.find(above) == copies.end()) reparent(*parent->second, above);
+    }
 }
 
 void Scene::remove(Element& element) {
@@ -73,7 +106,7 @@ Matrix4 Scene::world(const Element& element, double time) const {
 
 void Scene::setLocal(Element& element, double time, const Matrix4& local) {
     if (m_running) {
-        write(element, time, local);
+        if (!element.placedByUser) write(element, time, local);
     } else if (element.track.keys.empty()) {
         element.track.pose = local;
     } else {

@@ -41,7 +41,7 @@ struct Element {
     util::CMesh shape;  ///< in local coordinates; after a change call Scene::setShape()
     std::shared_ptr<const MeshSurface> rays;
 
-    bool placedByUser = false;  ///< marked through extension 17 or 57
+    bool placedByUser = false;  ///< marked through extension 17 or 57: runs leave it alone
     bool selected = false;      ///< marked through slot 6
 };
 
@@ -58,7 +58,11 @@ class Scene {
     Element& addMesh(const std::string& name, const util::CMesh& mesh, Element* parent = nullptr);
     void setShape(Element& element, const util::CMesh& mesh);
     /// Moves the element below `parent`, as its last child; the local matrices stay.
+    /// @throws StageError if `parent` is the element or hangs below it
     void reparent(Element& element, Element* parent);
+    /// Copies of the living elements of a vehicle, as elements of a vehicle of the name `copy`. Among each other they
+    /// hang as the originals do; what hangs below something else, does so as its last child.
+    void copyElements(const std::string& vehicle, const std::string& copy);
     /// As a user deletes it: children move to the root and keep their local matrices.
     void remove(Element& element);
     /// Brings a deleted element back to the root of the scene.
@@ -72,7 +76,7 @@ class Scene {
     [[nodiscard]] util::Matrix4 local(const Element& element, double time) const;
     [[nodiscard]] util::Matrix4 world(const Element& element, double time) const;
     /// Outside of a run: the constant pose, or the key at `time` of an element that has keys.
-    /// In a frame of a run: a key at `time`, see beginFrame().
+    /// In a frame of a run: a key at `time`, see beginFrame(); nothing for an element that the user places.
     void setLocal(Element& element, double time, const util::Matrix4& local);
     void setWorld(Element& element, double time, const util::Matrix4& world);
     /// A key of the user's own animation.

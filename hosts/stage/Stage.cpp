@@ -12,6 +12,12 @@ namespace {
 
 constexpr std::uint32_t kContractVersion = 250;
 
+std::vector<std::string> complaintsOf(const Vehicle& vehicle) {
+    std::vector<std::string> all = vehicle.misuse;
+    for (const std::string& open : vehicle.open()) all.push_back(vehicle.name + " did not give back a " + open);
+    return all;
+}
+
 }  // namespace
 
 Stage::Stage(const Module& vehicleModule, FrameRate rate)
@@ -30,7 +36,10 @@ Stage::~Stage() {
 }
 
 Vehicle& Stage::create(const std::string& name) {
+    if (vehicleNamed(name) >= 0)
+        throw StageError("there is a vehicle '" + name + "' already; give this one another name");
     vehicles.push_back(std::make_unique<Vehicle>(plugin, name, scene, undo));
+    vehicles.back()->log.enabled = logsCalls;
     return *vehicles.back();
 }
 
@@ -55,10 +64,21 @@ Vehicle& Stage::replace(Vehicle& vehicle) {
     fresh->faults = vehicle.faults;
     fresh->armed = vehicle.armed;
     fresh->log.enabled = vehicle.log.enabled;
-    fresh->misuse = vehicle.misuse;
+    fresh->strict = vehicle.strict;
+    fresh->misuse = complaintsOf(vehicle);
     *place = std::move(fresh);
     (*place)->declare();
     return **place;
+}
+
+Vehicle& Stage::duplicate(Vehicle& original, const std::string& name) {
+    if (isRunning()) throw StageError("a vehicle cannot be duplicated during a run");
+    if (vehicleNamed(name) >= 0)
+        throw StageError("there is a vehicle '" + name + "' already; give this one another name");
+    VehicleState state = original.state();
+    state.name = name;
+    scene.copyElements(original.name, name);
+    return addVehicle(state);
 }
 
 void Stage::removeVehicle(Vehicle& vehicle) {
@@ -83,8 +103,9 @@ void Stage::startRun(int frame, bool recorded) {
     noteRunStart(frame);
     m_tracksBefore = std::make_shared<std::vector<Track>>(scene.tracks());
     undo.open();
+    for (const auto& vehicle : vehicles) vehicle->feedAxes();
     for (const auto& vehicle : vehicles)
-        if (vehicle->armed) vehicle->startRun(frame);
+        if (vehicle->armed && vehicle->life == Vehicle::Life::rigged) vehicle->startRun(frame);
     scene.beginRun(frame);
     collectMessages();
     noteInputs();
@@ -94,14 +115,15 @@ bool Stage::advance(int frames) {
     for (int i = 0; i < frames; ++i) {
         const int frame = scene.clock.now + 1;
         scene.beginFrame(frame);
+        for (const auto& vehicle : vehicles) vehicle->feedAxes();
         for (const auto& vehicle : vehicles)
-            if (vehicle->armed) vehicle->updateFrame(frame);
+            if (vehicle->life == Vehicle::Life::running) vehicle->updateFrame(frame);
         m_breakdown = findBreakdown();
         if (m_breakdown) {
             driveAgainTo(frame - 1);
             return false;
         }
-        for (const auto& vehicle : vehicles) vehicle->showFrame(frame);
+        showToAll(frame);
         collectMessages();
         noteInputs();
         if (progress) progress(frame);
@@ -111,7 +133,7 @@ bool Stage::advance(int frames) {
 
 void Stage::stopRun() {
     for (const auto& vehicle : vehicles)
-        if (vehicle->armed) {
+        if (vehicle->life == Vehicle::Life::running) {
             vehicle->stopRun(scene.clock.now);
             vehicle->dropSurfaces();
         }
@@ -133,7 +155,14 @@ bool Stage::run(int from, int to, bool recorded) {
 
 void Stage::show(int frame) {
     scene.clock.now = frame;
-    for (const auto& vehicle : vehicles) vehicle->showFrame(frame);
+    showToAll(frame);
+    collectMessages();
+}
+
+void Stage::showToAll(int frame) {
+    for (const auto& vehicle : vehicles)
+        if (vehicle->life == Vehicle::Life::rigged || vehicle->life == Vehicle::Life::running)
+            vehicle->showFrame(frame);
 }
 
 void Stage::collectMessages() {
@@ -154,8 +183,8 @@ void Stage::collectMessages() {
 std::vector<std::string> Stage::complaints() const {
     std::vector<std::string> all;
     for (const auto& vehicle : vehicles) {
-        all.insert(all.end(), vehicle->misuse.begin(), vehicle->misuse.end());
-        for (const std::string& open : vehicle->open()) all.push_back(vehicle->name + " did not give back a " + open);
+        const std::vector<std::string> own = complaintsOf(*vehicle);
+        all.insert(all.end(), own.begin(), own.end());
     }
     return all;
 }

@@ -60,6 +60,7 @@ class Stage {
     ~Stage();
 
     /// A vehicle in the state [created].
+    /// @throws StageError if another one has that name: what a vehicle makes is known by it
     Vehicle& create(const std::string& name);
     /// A new vehicle: declared and rigged.
     Vehicle& addVehicle(const std::string& name);
@@ -69,6 +70,10 @@ class Stage {
     /// Releases `vehicle` and puts a new one of the same name in its place, which finds the elements of the old one and
     /// has its saved block: declared, not yet loaded. The old reference is dead.
     Vehicle& replace(Vehicle& vehicle);
+    /// A new vehicle that is as `original` is: its elements are copies, which hang where those of `original` hang and
+    /// are found by the new one alone. Not during a run.
+    /// @throws StageError if another vehicle has that name
+    Vehicle& duplicate(Vehicle& original, const std::string& name);
     /// Releases the vehicle and takes its elements out of the scene.
     void removeVehicle(Vehicle& vehicle);
     /// The place of the vehicle of that name in `vehicles`, or -1.
@@ -129,6 +134,8 @@ class Stage {
     Scene scene;
     UndoStack undo;
     std::vector<std::unique_ptr<Vehicle>> vehicles;  ///< in the order in which frames come to them
+    /// Whether vehicles that are made from now on log their calls, which a long run cannot afford.
+    bool logsCalls = true;
     bool keepsJournal = false;
     Journal journal;
     std::vector<Curves> curves;  ///< of recorded runs, one per vehicle; kept with the journal only
@@ -136,6 +143,7 @@ class Stage {
     std::function<void(int)> progress;  ///< called behind each frame of a run; may be empty
 
   private:
+    void showToAll(int frame);
     void noteRunStart(int frame);
     void noteInputs();
     void noteRunEnd();

@@ -9,6 +9,12 @@
 
 namespace ond::stage {
 
+namespace {
+
+bool takesPart(const Vehicle& vehicle) { return vehicle.armed && vehicle.life == Vehicle::Life::rigged; }
+
+}  // namespace
+
 Snapshot Stage::snapshot() {
     Snapshot all;
     all.now = scene.clock.now;
@@ -89,7 +95,7 @@ void Stage::noteRunStart(int frame) {
     const bool follows = !journal.empty() && journal.back().left == fingerprint(*m_before);
     m_run = {frame, frame, follows ? nullptr : m_before, {}, 0};
     for (const auto& vehicle : vehicles)
-        m_run.inputs.push_back({vehicle->armed, static_cast<int>(vehicle->axes.size()), {}});
+        m_run.inputs.push_back({takesPart(*vehicle), static_cast<int>(vehicle->axes.size()), {}});
     std::erase_if(messages, [&](const StageMessage& message) { return message.frame > frame; });
     prepareCurves();
 }
@@ -98,9 +104,9 @@ void Stage::noteInputs() {
     if (!keepsJournal || !m_recorded) return;
     const int frame = scene.clock.now;
     m_run.to = frame;
-    for (std::size_t v = 0; v < vehicles.size(); ++v) {
+    for (std::size_t v = 0; v < vehicles.size() && v < m_run.inputs.size(); ++v) {
         const Vehicle& vehicle = *vehicles[v];
-        if (!vehicle.armed) continue;
+        if (!m_run.inputs[v].armed) continue;
         if (!m_drivingAgain)
             for (const auto& axis : vehicle.axes) m_run.inputs[v].axes.push_back(axis->shown());
         Curves& table = curves[v];
@@ -128,7 +134,7 @@ void Stage::driveAgainTo(int frame) {
     undo.close();
     scene.endRun(true);
     for (const auto& vehicle : vehicles)
-        if (vehicle->armed) vehicle->stopRun(scene.clock.now);
+        if (vehicle->life == Vehicle::Life::running) vehicle->stopRun(scene.clock.now);
     restore(*m_before);
     if (frame > m_run.from) {
         m_drivingAgain = true;

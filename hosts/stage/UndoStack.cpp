@@ -10,7 +10,7 @@ void UndoStack::clear() {
     for (Step& step : m_steps) release(step);
     m_steps.clear();
     m_done = 0;
-    m_open = false;
+    m_open = 0;
 }
 
 void UndoStack::release(Step& step) {
@@ -27,13 +27,13 @@ void UndoStack::dropUndone() {
 }
 
 void UndoStack::open() {
+    if (m_open++ > 0) return;
     dropUndone();
     m_steps.emplace_back();
-    m_open = true;
 }
 
 void UndoStack::close() {
-    m_open = false;
+    if (m_open == 0 || --m_open > 0) return;
     if (m_steps.back().empty())
         m_steps.pop_back();
     else
@@ -46,7 +46,7 @@ void UndoStack::close() {
 }
 
 void UndoStack::add(Record record) {
-    const bool alone = !m_open;
+    const bool alone = m_open == 0;
     if (alone) open();
     m_steps.back().push_back(std::move(record));
     if (alone) close();
@@ -65,7 +65,7 @@ void UndoStack::push(std::function<void()> undo, std::function<void()> redo, con
 }
 
 void UndoStack::undo() {
-    if (m_done == 0 || m_open) return;
+    if (m_done == 0 || m_open > 0) return;
     Step& step = m_steps[--m_done];
     for (auto record = step.rbegin(); record != step.rend(); ++record) {
         if (record->record != nullptr)
@@ -76,7 +76,7 @@ void UndoStack::undo() {
 }
 
 void UndoStack::redo() {
-    if (m_done == m_steps.size() || m_open) return;
+    if (m_done == m_steps.size() || m_open > 0) return;
     for (Record& record : m_steps[m_done++]) {
         if (record.record != nullptr)
             record.record->redo();
@@ -96,7 +96,8 @@ void UndoStack::drop(const void* owner) {
             else if (record.record != nullptr)
                 record.record->release();
         }
-        if (rest.empty()) continue;
+        const bool isOpen = m_open > 0 && i + 1 == m_steps.size();
+        if (rest.empty() && !isOpen) continue;
         kept.push_back(std::move(rest));
         if (i < m_done) ++done;
     }

@@ -16,7 +16,8 @@ class UndoStack {
     UndoStack& operator=(const UndoStack&) = delete;
     ~UndoStack();
 
-    /// Records until close() form one step. Steps do not nest. Drops the steps that could have been redone.
+    /// Records until the close() that belongs to it form one step; a step that is opened within another one is part of
+    /// that. Drops the steps that could have been redone.
     void open();
     /// Ends the step; one without records is dropped.
     void close();
@@ -31,7 +32,7 @@ class UndoStack {
     void redo();
     /// Releases all records of all steps.
     void clear();
-    /// Releases every record of `owner` and what is left of its steps.
+    /// Releases every record of `owner` and what is left of its steps, but for a step that is open.
     void drop(const void* owner);
 
     /// Steps kept at most; the oldest are released. A run holds a copy of every history of its vehicle and of every
@@ -60,7 +61,7 @@ class UndoStack {
 
     std::vector<Step> m_steps;  ///< the first m_done are done, the others undone
     std::size_t m_done = 0;
-    bool m_open = false;
+    int m_open = 0;  ///< how often open() came without its close()
     int m_nullRecords = 0;
 };
 

@@ -23,6 +23,19 @@ auto& startingWith(Items& items, const std::vector<std::unique_ptr<unidevice::Pr
     throw StageError("no input channel begins with '" + start + "'");
 }
 
+/// Where in its life a vehicle is, behind the name of a call that does not belong there.
+const char* when(Vehicle::Life life) {
+    switch (life) {
+        case Vehicle::Life::created: return "before it was declared";
+        case Vehicle::Life::declared: return "before it was rigged";
+        case Vehicle::Life::rigged: return "while it is rigged and not running";
+        case Vehicle::Life::running: return "during a run";
+        case Vehicle::Life::loadFailed: return "after its load failed";
+        case Vehicle::Life::released: return "after it was released";
+    }
+    return "";
+}
+
 }  // namespace
 
 Vehicle::Vehicle(ovs::CCameraPlugin* plugin, std::string vehicleName, Scene& hostScene, UndoStack& hostUndo)
@@ -40,32 +53,73 @@ Vehicle::Vehicle(ovs::CCameraPlugin* plugin, std::string vehicleName, Scene& hos
 
 Vehicle::~Vehicle() { release(); }
 
-void Vehicle::call(const char* operation) {
-    m_call = operation;
-    showTimeToAxes();
-}
+void Vehicle::call(const char* operation) { m_call = operation; }
 
-void Vehicle::showTimeToAxes() {
+void Vehicle::feedAxes() {
     for (const auto& axis : axes) axis->show(scene.clock.time(scene.clock.now));
+    m_fed = scene.clock.now;
 }
 
-void Vehicle::require(std::initializer_list<Life> states, const char* operation) {
+void Vehicle::feedForCall() {
+    if (m_fed != scene.clock.now) feedAxes();
+    m_fed.reset();
+}
+
+bool Vehicle::mayCall(std::initializer_list<Life> states, const char* operation) {
+    if (*m_call != '\0') return refuse(std::string(operation) + " inside of another call");
     if (std::find(states.begin(), states.end(), life) == states.end())
-        complain(std::string(operation) + " in state " + std::to_string(static_cast<int>(life)));
+        return refuse(std::string(operation) + ' ' + when(life));
+    return true;
 }
 
-void Vehicle::requireBetweenDeclareAndRelease(const char* operation) {
-    require({Life::declared, Life::rigged, Life::running}, operation);
+bool Vehicle::mayCall(std::initializer_list<Life> states, const char* operation, int frame) {
+    if (!mayCall(states, operation)) return false;
+    if (frame != scene.clock.now)
+        return refuse(std::string(operation) + " at frame " + std::to_string(frame) +
+                      " while the timeline shows frame " + std::to_string(scene.clock.now));
+    return true;
 }
 
-void Vehicle::requireCall(const char* call, const char* operation) {
-    if (std::string(m_call) != call) complain(std::string(operation) + " outside of " + call);
+bool Vehicle::refuse(const std::string& what) {
+    complain(what);
+    if (strict) throw StageError(misuse.back());
+    return false;
 }
 
-void Vehicle::complain(const std::string& what) { misuse.push_back(name + ": " + what + " (" + m_call + ")"); }
+bool Vehicle::require(std::initializer_list<Life> states, const std::string& operation) {
+    if (std::find(states.begin(), states.end(), life) != states.end()) return true;
+    complain("the vehicle asked for " + operation + ' ' + when(life));
+    return false;
+}
+
+bool Vehicle::requireBetweenDeclareAndRelease(const std::string& operation) {
+    return require({Life::declared, Life::rigged, Life::running}, operation);
+}
+
+bool Vehicle::requireWhole(const char* operation, const Element* element) {
+    if (life == Life::declared || life == Life::rigged || life == Life::running) return true;
+    return requireBetweenDeclareAndRelease(std::string(operation) + " of " + nameOf(element));
+}
+
+bool Vehicle::requireCall(const char* call, const std::string& operation) {
+    if (std::string(m_call) == call) return true;
+    complain("the vehicle asked for " + operation + " outside of " + call);
+    return false;
+}
+
+bool Vehicle::requireDeclaring(const std::string& operation) {
+    if (!requireCall("declareParameters", operation)) return false;
+    if (!dialog.whole) return true;
+    complain(operation + " behind endParameters");
+    return false;
+}
+
+void Vehicle::complain(const std::string& what) {
+    misuse.push_back(name + ": " + what + (*m_call == '\0' ? "" : std::string(" (in ") + m_call + ")"));
+}
 
 void Vehicle::declare() {
-    require({Life::created}, "declareParameters");
+    if (!mayCall({Life::created}, "declareParameters")) return;
     if (faults.withoutDescriptor) appLink.descriptor = nullptr;
     life = Life::declared;
     call("declareParameters");
@@ -73,11 +127,13 @@ void Vehicle::declare() {
         const ModuleBoundary::Enter enter;
         if (camera->declareParameters() != 0) complain("declareParameters() did not answer 0");
     }
+    if (!m_inputsWhole) complain("endInputProperties did not come");
+    if (!dialog.whole) complain("endParameters did not come");
     call("");
 }
 
 void Vehicle::createRig() {
-    require({Life::declared}, "createRig");
+    if (!mayCall({Life::declared}, "createRig")) return;
     call("createRig");
     {
         const ModuleBoundary::Enter enter;
@@ -88,20 +144,21 @@ void Vehicle::createRig() {
 }
 
 std::uint64_t Vehicle::load() {
-    require({Life::declared}, "loadState");
+    if (!mayCall({Life::declared}, "loadState")) return 1;
     call("loadState");
     std::uint64_t result = 0;
     {
         const ModuleBoundary::Enter enter;
         result = camera->loadState();
     }
+    m_lentChunk = std::vector<unsigned char>();
     life = result == 0 ? Life::rigged : Life::loadFailed;
     call("");
     return result;
 }
 
 void Vehicle::save() {
-    require({Life::rigged}, "saveState");
+    if (!mayCall({Life::rigged}, "saveState")) return;
     call("saveState");
     {
         const ModuleBoundary::Enter enter;
@@ -111,9 +168,11 @@ void Vehicle::save() {
 }
 
 void Vehicle::startRun(int frame) {
-    require({Life::rigged}, "startRun");
+    if (!mayCall({Life::rigged}, "startRun", frame)) return;
     life = Life::running;
+    m_runStart = m_lastFrame = frame;
     call("startRun");
+    feedForCall();
     {
         const ModuleBoundary::Enter enter;
         camera->startRun(scene.clock.time(frame));
@@ -122,8 +181,15 @@ void Vehicle::startRun(int frame) {
 }
 
 void Vehicle::updateFrame(int frame) {
-    require({Life::running}, "updateFrame");
+    if (!mayCall({Life::running}, "updateFrame", frame)) return;
+    // The start of the run may be sent as its first frame, too.
+    const bool follows = frame == m_lastFrame + 1 || (frame == m_runStart && m_lastFrame == m_runStart);
+    if (!follows &&
+        !refuse("updateFrame of frame " + std::to_string(frame) + " behind frame " + std::to_string(m_lastFrame)))
+        return;
+    m_lastFrame = frame;
     call("updateFrame");
+    feedForCall();
     {
         const ModuleBoundary::Enter enter;
         camera->updateFrame(scene.clock.time(frame));
@@ -132,7 +198,7 @@ void Vehicle::updateFrame(int frame) {
 }
 
 void Vehicle::showFrame(int frame) {
-    require({Life::rigged, Life::running}, "showFrame");
+    if (!mayCall({Life::rigged, Life::running}, "showFrame")) return;
     call("showFrame");
     {
         const ModuleBoundary::Enter enter;
@@ -142,7 +208,10 @@ void Vehicle::showFrame(int frame) {
 }
 
 void Vehicle::stopRun(int frame) {
-    require({Life::running}, "stopRun");
+    if (!mayCall({Life::running}, "stopRun")) return;
+    if (frame != m_lastFrame && !refuse("stopRun at frame " + std::to_string(frame) + " of a run that is at frame " +
+                                        std::to_string(m_lastFrame)))
+        return;
     call("stopRun");
     {
         const ModuleBoundary::Enter enter;
@@ -154,6 +223,7 @@ void Vehicle::stopRun(int frame) {
 
 void Vehicle::release() {
     if (camera == nullptr) return;
+    if (*m_call != '\0') complain("release inside of another call");
     undo.drop(this);
     call("release");
     {
@@ -169,49 +239,45 @@ void Vehicle::release() {
 }
 
 void Vehicle::edit(const std::string& itemLabel, double newValue) {
-    require({Life::rigged}, "onParameterChanged");
+    if (!mayCall({Life::rigged}, "onParameterChanged")) return;
     const DialogItem item = dialog.at(itemLabel);
+    if (item.kind == DialogItem::Kind::button) {
+        tell(item, itemLabel);
+        return;
+    }
+    if (item.isGauge() && !refuse("an edit of '" + itemLabel + "', which only shows a value")) return;
     const double before = item.value();
     item.write(newValue);
     const double after = item.value();
     undo.open();
-    undo.push([item, before] { item.write(before); }, [item, after] { item.write(after); }, this);
-    if (item.callback != nullptr) {
-        call("onParameterChanged");
-        {
-            const ModuleBoundary::Enter enter;
-            item.callback->onParameterChanged(itemLabel);
-        }
-        call("");
-    }
+    undo.push([item, before] { item.restore(before); }, [item, after] { item.restore(after); }, this);
+    tell(item, itemLabel);
     undo.close();
 }
 
-void Vehicle::press(const std::string& itemLabel) {
-    require({Life::rigged}, "onParameterChanged");
-    const DialogItem& item = dialog.at(itemLabel);
+void Vehicle::tell(const DialogItem& item, const std::string& text) {
+    if (item.callback == nullptr) return;
     call("onParameterChanged");
     {
         const ModuleBoundary::Enter enter;
-        item.callback->onParameterChanged(itemLabel);
+        item.callback->onParameterChanged(text);
     }
     call("");
+}
+
+void Vehicle::press(const std::string& itemLabel) {
+    if (mayCall({Life::rigged}, "onParameterChanged")) tell(dialog.at(itemLabel), itemLabel);
 }
 
 void Vehicle::send(const std::string& text) {
-    require({Life::rigged}, "onParameterChanged");
+    if (!mayCall({Life::rigged}, "onParameterChanged")) return;
     const auto listening = std::find_if(dialog.items.begin(), dialog.items.end(),
                                         [](const DialogItem& item) { return item.callback != nullptr; });
-    call("onParameterChanged");
-    {
-        const ModuleBoundary::Enter enter;
-        listening->callback->onParameterChanged(text);
-    }
-    call("");
+    if (listening != dialog.items.end()) tell(*listening, text);
 }
 
 void Vehicle::refreshOutputs() {
-    requireBetweenDeclareAndRelease("callExtension");
+    if (!mayCall({Life::declared, Life::rigged, Life::running}, "callExtension")) return;
     call("callExtension");
     for (const auto& output : outputs) {
         const ModuleBoundary::Enter enter;
@@ -247,7 +313,7 @@ void Vehicle::become(const VehicleState& state) {
     for (const DialogItem& item : dialog.items) {
         const auto row = state.rows.find(item.label);
         if (row != state.rows.end() && item.kind != DialogItem::Kind::button && item.value() != row->second)
-            item.write(row->second);
+            item.restore(row->second);
     }
 }
 
@@ -288,7 +354,7 @@ std::vector<std::string> Vehicle::open() const {
     std::vector<std::string> names;
     const auto collect = [&](const auto& objects, const char* kind) {
         for (const auto& object : objects)
-            if (object->lent.out) names.push_back(std::string(kind) + " of " + label(object->lent.element));
+            if (object->lent.out) names.push_back(std::string(kind) + " of " + nameOf(object->lent.element));
     };
     collect(m_transforms, "transform");
     collect(m_appearances, "appearance");
@@ -296,8 +362,14 @@ std::vector<std::string> Vehicle::open() const {
     return names;
 }
 
-std::string Vehicle::label(const Element* element) const {
-    if (!log.enabled) return {};
+void Vehicle::dropSurfaces() {
+    for (const auto& surface : m_surfaces) surface->lent.out = false;
+    m_openSurfaces = 0;
+}
+
+std::string Vehicle::label(const Element* element) const { return log.enabled ? nameOf(element) : std::string(); }
+
+std::string Vehicle::nameOf(const Element* element) const {
     if (element == nullptr) return "null";
     return element->vehicle == name && !element->identifier.empty() ? element->identifier : element->name;
 }

@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,7 @@ class Vehicle final : public ovs::CInterface {
     /// Releases the object if that has not been done.
     ~Vehicle() override;
 
-    // The vehicle, from outside. Each call is checked against the life cycle.
+    // The vehicle, from outside. A call that does not fit the life cycle is a complaint and not made.
 
     void declare();
     void createRig();
@@ -69,10 +70,15 @@ class Vehicle final : public ovs::CInterface {
     void updateFrame(int frame);
     void showFrame(int frame);
     void stopRun(int frame);
+    /// Takes the values of all axes for the frame that the timeline shows. startRun() and updateFrame() do so unless it
+    /// was done for their frame; with several vehicles it comes before the first call of a frame, because an axis may
+    /// feed other vehicles, too.
+    void feedAxes();
     /// Drops the undo records of the vehicle, releases it and frees its channels.
     void release();
 
-    /// Edits an item as the user does: undo record of the host, field, callback.
+    /// Edits an item as the user does: undo record of the host, field, callback. A button is pressed; a gauge cannot be
+    /// edited, which is a complaint.
     void edit(const std::string& label, double value);
     /// Has the vehicle store the present values of its output channels anew. [declared, rigged or running]
     void refreshOutputs();
@@ -108,7 +114,7 @@ class Vehicle final : public ovs::CInterface {
     /// Surfaces that were given out and not given back.
     [[nodiscard]] int openSurfaces() const { return m_openSurfaces; }
     /// Frees the surfaces that were not given back.
-    void dropSurfaces() { m_openSurfaces = 0; }
+    void dropSurfaces();
 
     std::string name;
     Scene& scene;
@@ -116,7 +122,8 @@ class Vehicle final : public ovs::CInterface {
     ovs::AppLink appLink;
     ovs::CCamera* camera = nullptr;
     Life life = Life::created;
-    bool armed = true;  ///< takes part in runs
+    bool armed = true;    ///< takes part in runs
+    bool strict = false;  ///< a call from outside that is misuse throws a StageError besides
     Faults faults;
     CallLog log;
     Dialog dialog;
@@ -180,7 +187,12 @@ class Vehicle final : public ovs::CInterface {
         log.add(std::move(line));
     }
     void complain(const std::string& what);
-    /// What `element` is called in the log.
+    /// Complains of an operation on an element unless the vehicle is declared and not released.
+    /// @return whether it is
+    bool requireWhole(const char* operation, const Element* element);
+    /// What `element` is called in complaints: its bare name if it is this vehicle's.
+    [[nodiscard]] std::string nameOf(const Element* element) const;
+    /// What `element` is called in the log; empty while nothing is logged.
     [[nodiscard]] std::string label(const Element* element) const;
     [[nodiscard]] std::string label(ovs::MeshHandle* handle) const;
     /// The handle of an element for this vehicle, always the same; null for null.
@@ -189,19 +201,39 @@ class Vehicle final : public ovs::CInterface {
     [[nodiscard]] std::string at(double time) const { return log.enabled ? scene.clock.frames(time) : std::string(); }
 
   private:
-    /// Complains unless the vehicle is in one of the states.
-    void require(std::initializer_list<Life> states, const char* operation);
-    void requireBetweenDeclareAndRelease(const char* operation);
+    /// For calls into the vehicle: whether it is in one of the states and the host is in no other call.
+    /// @throws StageError instead of answering false while `strict`
+    [[nodiscard]] bool mayCall(std::initializer_list<Life> states, const char* operation);
+    /// The same for calls of one frame, which come while the timeline shows it.
+    [[nodiscard]] bool mayCall(std::initializer_list<Life> states, const char* operation, int frame);
+    /// A complaint of a call into the vehicle.
+    /// @return false
+    /// @throws StageError while `strict`
+    bool refuse(const std::string& what);
+    /// For calls of the vehicle: complains unless the vehicle is in one of the states.
+    /// @return whether it is
+    bool require(std::initializer_list<Life> states, const std::string& operation);
+    bool requireBetweenDeclareAndRelease(const std::string& operation);
     /// Complains unless the host is inside that call of the vehicle.
-    void requireCall(const char* call, const char* operation);
-    DialogItem& addItem(DialogItem::Kind kind, std::string label, std::string description, Callback* callback);
+    /// @return whether it is
+    bool requireCall(const char* call, const std::string& operation);
+    /// For declarations: complains unless they are open.
+    bool requireDeclaring(const std::string& operation);
+    /// @return null if the item was refused
+    DialogItem* addItem(DialogItem::Kind kind, std::string label, std::string description, Callback* callback);
     Element& make(const std::string& identifier, ovs::MeshHandle* parent);
-    void showTimeToAxes();
+    void tell(const DialogItem& item, const std::string& text);
+    /// Begins a call into the vehicle, or ends it with an empty name.
     void call(const char* operation);
+    void feedForCall();
 
     std::size_t m_messagesTaken = 0;
-    std::vector<unsigned char> m_lentChunk;  ///< what getChunk() gave out
+    std::vector<unsigned char> m_lentChunk;  ///< what getChunk() gave out in the present load
     const char* m_call = "";                 ///< the operation of the vehicle that the host is in
+    int m_runStart = 0;                      ///< frame of the startRun() of the present run
+    int m_lastFrame = 0;                     ///< of the present run that the vehicle was called for
+    std::optional<int> m_fed;                ///< the frame of feedAxes(), until a call has read the axes
+    bool m_inputsWhole = false;              ///< endInputProperties() came
     std::map<Element*, std::unique_ptr<HostHandle>> m_handles;
     // Objects that were given back are not reused at once, so that a use after that is seen.
     std::deque<std::unique_ptr<HostTransform>> m_transforms;
