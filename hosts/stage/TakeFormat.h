@@ -1,0 +1,10 @@
+// Names that writer and reader of takes share; docs/take-file.md tells the format.
+#pragma once
+
+namespace ond::stage {
+
+constexpr const char* kTakeExtension = "OND_vehicle_take";
+/// Of the format. A reader takes this one only.
+constexpr int kTakeVersion = 1;
+
+}  // namespace ond::stage
