@@ -1,0 +1,174 @@
+// quadrig info
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "command/BinaryGltf.h"
+#include "command/BlockInfo.h"
+#include "command/CommandError.h"
+#include "command/Commands.h"
+#include "command/CsvTable.h"
+#include "command/Numbers.h"
+#include "command/OutputFile.h"
+#include "stage/GroundFile.h"
+#include "stage/TakeFormat.h"
+
+namespace ond::command {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr std::size_t kNamedNodes = 20;
+
+/// A description as JSON and as text.
+struct Description {
+    ordered_json object;
+    std::string text;
+};
+
+std::string blobOf(const BinaryGltf& gltf, const json& index) {
+    const json& view = gltf.json->at("bufferViews").at(index.get<std::size_t>());
+    const auto offset = view.value("byteOffset", std::size_t{0});
+    const auto length = view.at("byteLength").get<std::size_t>();
+    if (offset > gltf.bytes.size() || length > gltf.bytes.size() - offset)
+        throw CommandError("a part of it lies outside of its bytes");
+    return gltf.bytes.substr(offset, length);
+}
+
+ordered_json describeVehicle(const BinaryGltf& gltf, const json& vehicle) {
+    ordered_json one{{"name", vehicle.at("name")}, {"armed", vehicle.value("armed", true)}};
+    one["block"] = nullptr;
+    if (vehicle.contains("block") && !vehicle["block"].is_null())
+        one["block"] = describeBlock(blobOf(gltf, vehicle["block"]));
+    one["rows"] = vehicle.value("rows", json::object());
+    one["channels"] = vehicle.value("channels", json::array());
+    if (vehicle.contains("curves")) {
+        const json& curves = vehicle["curves"];
+        one["curves"] = {
+            {"first", curves.at("first")}, {"count", curves.at("count")}, {"columns", curves.at("columns").size()}};
+    }
+    return one;
+}
+
+Description describeTake(const BinaryGltf& gltf, const json& take, std::size_t bytes) {
+    Description one;
+    const json& frames = take.at("frames");
+    const json& rate = take.at("frameRate");
+    one.object = {{"kind", "take"},
+                  {"bytes", bytes},
+                  {"version", take.at("version")},
+                  {"frameRate", rate},
+                  {"frames", frames},
+                  {"plugin", take.value("plugin", json::object())},
+                  {"elements", take.at("elements").size()},
+                  {"vehicles", ordered_json::array()},
+                  {"messages", take.value("messages", json::array())}};
+    for (const json& vehicle : take.at("vehicles")) one.object["vehicles"].push_back(describeVehicle(gltf, vehicle));
+
+    const double perSecond = rate.at(0).get<double>() / rate.at(1).get<double>();
+    const int count = frames.at(1).get<int>() - frames.at(0).get<int>();
+    one.text = "take, version " + take.at("version").dump() + ", " + std::to_string(bytes) + " bytes\n  frames " +
+               frames.at(0).dump() + " to " + frames.at(1).dump() + " at " + shortText(perSecond) + " a second, " +
+               shortText(count / perSecond) + " s\n  " + std::to_string(take.at("elements").size()) + " elements\n";
+    for (const ordered_json& vehicle : one.object["vehicles"]) {
+        one.text += "  vehicle '" + vehicle["name"].get<std::string>() + "'" +
+                    (vehicle["armed"].get<bool>() ? "" : ", not armed") + "\n";
+        if (!vehicle["block"].is_null()) {
+            const std::string block = blockText(vehicle["block"], "    ");
+            one.text += block.substr(0, block.find('\n') + 1);
+        }
+    }
+    for (const ordered_json& message : one.object["messages"])
+        one.text += "  frame " + message.at("frame").dump() + ": " + message.at("caption").get<std::string>() + ": " +
+                    message.at("text").get<std::string>() + "\n";
+    return one;
+}
+
+void grow(util::Vector3<double>& low, util::Vector3<double>& high, const util::Vector3<double>& p, bool first) {
+    if (first) low = high = p;
+    low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+}
+
+Description describeMesh(const std::string& path, std::size_t bytes) {
+    const stage::GroundScene scene = stage::readGround(path);
+    Description one;
+    ordered_json nodes = ordered_json::array();
+    util::Vector3<double> low{0, 0, 0};
+    util::Vector3<double> high{0, 0, 0};
+    bool first = true;
+    std::vector<util::Matrix4> worlds;
+    std::string list;
+    for (const stage::GroundNode& node : scene.nodes) {
+        worlds.push_back(node.parent < 0 ? node.local : worlds[static_cast<std::size_t>(node.parent)] * node.local);
+        const int triangles = node.mesh == nullptr ? 0 : node.mesh->getNumFaces();
+        nodes.push_back(
+            {{"name", node.name}, {"parent", node.parent}, {"triangles", triangles}, {"keys", node.keys.size()}});
+        if (nodes.size() <= kNamedNodes)
+            list += "  node '" + node.name + "', " + std::to_string(triangles) + " triangles" +
+                    (node.keys.empty() ? "" : ", " + std::to_string(node.keys.size()) + " keys") + "\n";
+        if (node.mesh == nullptr) continue;
+        for (const auto& vertex : node.mesh->vertices) {
+            grow(low, high, util::Transform(worlds.back(), vertex), first);
+            first = false;
+        }
+    }
+    if (nodes.size() > kNamedNodes) list += "  and " + std::to_string(nodes.size() - kNamedNodes) + " more nodes\n";
+    one.object = {{"kind", "mesh"},
+                  {"bytes", bytes},
+                  {"nodes", nodes},
+                  {"triangles", scene.triangles},
+                  {"low", {low.x, low.y, low.z}},
+                  {"high", {high.x, high.y, high.z}},
+                  {"warnings", scene.warnings}};
+    one.text = "mesh, " + std::to_string(bytes) + " bytes, " + std::to_string(scene.triangles) + " triangles\n  x " +
+               shortText(low.x) + " to " + shortText(high.x) + ", y " + shortText(low.y) + " to " + shortText(high.y) +
+               ", z " + shortText(low.z) + " to " + shortText(high.z) + "\n" + list;
+    for (const std::string& warning : scene.warnings) one.text += "  note: " + warning + "\n";
+    return one;
+}
+
+Description describe(const std::string& path) {
+    const std::string file = readText(path);
+    if (isSavedBlock(file)) {
+        Description one{describeBlock(file), {}};
+        one.text = blockText(one.object, "");
+        one.object["kind"] = "saved block";
+        return one;
+    }
+    if (isBinaryGltf(file)) {
+        const BinaryGltf gltf = openBinaryGltf(file, path);
+        if (gltf.json->contains("extensions") && (*gltf.json)["extensions"].contains(stage::kTakeExtension)) {
+            try {
+                return describeTake(gltf, (*gltf.json)["extensions"][stage::kTakeExtension], file.size());
+            } catch (const json::exception&) {
+                throw CommandError(path + " is a damaged take");
+            }
+        }
+    }
+    const std::vector<std::string> meshes{".glb", ".gltf", ".obj", ".ply", ".stl", ".fbx"};
+    if (std::find(meshes.begin(), meshes.end(), endingOf(path)) == meshes.end())
+        throw CommandError(path + " is no take, no mesh file and no saved block");
+    return describeMesh(path, file.size());
+}
+
+}  // namespace
+
+int info(const InfoOptions& options, const Console& console) {
+    ordered_json all = ordered_json::array();
+    for (const std::string& path : options.files) {
+        Description one = describe(path);
+        if (!options.common.json) {
+            console.out << path << ": " << one.text;
+            continue;
+        }
+        ordered_json object{{"file", path}};
+        object.update(one.object);
+        all.push_back(std::move(object));
+    }
+    if (options.common.json) console.out << (all.size() == 1 ? all[0] : all).dump(2) << '\n';
+    return kFine;
+}
+
+}  // namespace ond::command

@@ -1,0 +1,32 @@
+#include "stage/PngFile.h"
+
+#include "stage/StageError.h"
+
+// The library is one header, whose code is not held to this project's warnings.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+#ifndef __clang__
+#pragma GCC diagnostic ignored "-Wuseless-cast"
+#endif
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#define STB_IMAGE_WRITE_STATIC
+#include <stb/stb_image_write.h>
+#pragma GCC diagnostic pop
+
+namespace ond::stage {
+
+std::vector<unsigned char> pngOf(const std::vector<unsigned char>& pixels, int width, int height) {
+    std::vector<unsigned char> file;
+    const auto append = [](void* to, void* data, int size) {
+        const auto* bytes = static_cast<const unsigned char*>(data);
+        static_cast<std::vector<unsigned char>*>(to)->insert(static_cast<std::vector<unsigned char>*>(to)->end(), bytes,
+                                                             bytes + size);
+    };
+    if (stbi_write_png_to_func(append, &file, width, height, 3, pixels.data(), 3 * width) == 0)
+        throw StageError("the picture cannot be packed");
+    return file;
+}
+
+}  // namespace ond::stage

@@ -1,0 +1,181 @@
+// Whatever is wrong with what a user gives: one sentence that says so, exit code 2, nothing written.
+#include "CommandRun.h"
+#include "whole/Grounds.h"
+
+namespace ond::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+using BadInput = CommandRun;
+
+/// Runs a command that must fail.
+#define EXPECT_REFUSED(arguments, complaint)                                                \
+    do {                                                                                    \
+        const std::vector<std::string> words = arguments;                                   \
+        const std::vector<std::string> before = files();                                    \
+        const Answer answer = run(words);                                                   \
+        EXPECT_EQ(answer.code, 2);                                                          \
+        EXPECT_EQ(answer.out, "");                                                          \
+        EXPECT_THAT(answer.err, HasSubstr(complaint));                                      \
+        EXPECT_EQ(answer.err.compare(0, 9, "quadrig: "), 0) << answer.err;                  \
+        EXPECT_EQ(std::count(answer.err.begin(), answer.err.end(), '\n'), 1) << answer.err; \
+        EXPECT_EQ(files(), before);                                                         \
+    } while (false)
+
+using Words = std::vector<std::string>;
+
+TEST_F(BadInput, WrongUse) {
+    EXPECT_REFUSED((Words{"drvie"}), "there is no command 'drvie'; did you mean 'drive'?");
+    EXPECT_REFUSED((Words{"xylophone"}), "there is no command 'xylophone'; commands are drive, resume");
+    EXPECT_REFUSED((Words{"--verson"}), "quadrig has no option '--verson'; did you mean '--version'?");
+    EXPECT_REFUSED((Words{"drive", "--grund", "x.obj", "-o", path("a.glb")}),
+                   "quadrig drive has no option '--grund'; did you mean '--ground'?");
+    EXPECT_REFUSED((Words{"drive"}), "quadrig drive: --output is required");
+    EXPECT_REFUSED((Words{"drive", "a.json", "b.json", "-o", path("a.glb")}), "does not know what to do with 'b.json'");
+    EXPECT_REFUSED((Words{"presets", "lst"}), "there is no command 'lst'; did you mean 'list'?");
+    EXPECT_REFUSED((Words{"trace"}), "give either a take or --compare with two");
+    EXPECT_REFUSED((Words{"resume", "take.glb", "-o", path("a.glb")}), "say from which frame to resume with --at");
+}
+
+TEST_F(BadInput, NoArgumentsShowTheHelpAndAreWrongUse) {
+    const Answer answer = run({});
+    EXPECT_EQ(answer.code, 2);
+    EXPECT_EQ(answer.out, "");
+    EXPECT_THAT(answer.err, HasSubstr("Each command has a help of its own"));
+}
+
+TEST_F(BadInput, Outputs) {
+    const std::string there = put("there.glb", "x");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "-o", there}), "is there already");
+    EXPECT_EQ(read(there), "x");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "-o", path("a.mp4")}), "must end with .glb");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "-o", path("no/a.glb")}), "is not there; make it first");
+    std::filesystem::create_directory(path("folder.glb"));
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "-o", path("folder.glb")}), "is a folder");
+    EXPECT_REFUSED((Words{"drive", "--ground", there, "--last", "5", "--force", "-o", there}),
+                   "is the file that is read");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "-o", path("a.glb"), "-o", path("b.glb")}), "exactly one output");
+    EXPECT_REFUSED((Words{"export", there, "-o", path("a.glb"), "-o", path("a.glb")}), "is given twice");
+}
+
+TEST_F(BadInput, Numbers) {
+    const std::string out = path("a.glb");
+    EXPECT_REFUSED((Words{"drive", "--last", "soon", "-o", out}), "--last: 'soon' is no number");
+    EXPECT_REFUSED((Words{"drive", "--last", "1.5", "-o", out}), "--last: 1.5 is no whole number");
+    EXPECT_REFUSED((Words{"drive", "--last", "0", "-o", out}), "must lie behind the first, 0");
+    EXPECT_REFUSED((Words{"drive", "-o", out}), "nothing says how long to drive");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--fps", "0", "-o", out}), "'0' is no frame rate");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--fps", "fast", "-o", out}), "'fast' is no frame rate");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--length", "0", "-o", out}),
+                   "--length: 0 is out of range; give 0.01 to 1000");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--length", "nan", "-o", out}), "--length: 'nan' is no number");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--at", "1", "-o", out}), "--at: give X,Z or X,Y,Z");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--at", "1,b", "-o", out}), "--at: 'b' is no number");
+}
+
+TEST_F(BadInput, ParametersAndState) {
+    const auto refuse = [&](const std::string& option, const std::string& text, const std::string& complaint) {
+        EXPECT_REFUSED((Words{"drive", "--last", "5", option, text, "-o", path("a.glb")}), complaint);
+    };
+    refuse("--set", "Gravty=1", "there is no parameter 'Gravty'; did you mean 'Gravity'?");
+    refuse("--set", "Gravity=-1", "'Gravity': -1 is out of range; give 0 to 10000");
+    refuse("--set", "Gravity", "does not have the form NAME=VALUE");
+    refuse("--set", "Gravity=much", "'much' is no number");
+    refuse("--set", "Ray Multiplier=1.5", "1.5 is no whole number");
+    refuse("--set", "Autonomous Mode=2", "is a check box; give on or off");
+    refuse("--set", "Current Velocity=3", "only shows a value");
+    refuse("--set", "Re-Initialize Car Attributes=1", "is a button");
+    refuse("--state", "cCarCambGravtyOn=on", "no key 'cCarCambGravtyOn'; did you mean 'cCarCambGravityOn'?");
+    refuse("--state", "cCarCambGravityOn=3", "is a flag; give on or off");
+    refuse("--state", "wheelstore=3", "does not hold a single number");
+    refuse("--preset", "famly", "there is no preset 'famly'; did you mean 'family'?");
+    refuse("--preset", path("no.json"), "is not there");
+    refuse("--hold", "gass=1", "no channel 'gass'; did you mean 'gas'?");
+    refuse("--hold", "gas=2", "2 is outside of -1 to 1");
+    refuse("--hold", "brake=-1", "-1 is outside of 0 to 1");
+    refuse("--hold", "gas", "does not have the form CHANNEL=VALUE");
+    refuse("--key", "gas=0:0,0:1", "the seconds must ascend");
+    refuse("--key", "gas=0", "does not have the form T:V");
+    refuse("--column", "gas=x", "give one with --input");
+}
+
+TEST_F(BadInput, Files) {
+    const std::string out = path("a.glb");
+    EXPECT_REFUSED((Words{"drive", path("no.json"), "-o", out}), "is not there");
+    EXPECT_REFUSED((Words{"drive", "--ground", path("no.glb"), "--last", "5", "-o", out}), "no.glb");
+    EXPECT_REFUSED((Words{"drive", "--input", path("no.csv"), "-o", out}), "no.csv is not there");
+    EXPECT_REFUSED((Words{"drive", "--target", path("no.csv"), "-o", out}), "no.csv is not there");
+    EXPECT_REFUSED((Words{"drive", "--target", "node:Path", "--last", "5", "-o", out}),
+                   "no node of the ground or scenery moves");
+    EXPECT_REFUSED((Words{"drive", put("none.json", R"({"vehicles": []})"), "-o", out}), "has no vehicle");
+    EXPECT_REFUSED(
+        (Words{"drive", put("one.json", R"({"vehicles": [{"name": "red"}]})"), "--vehicle", "rde", "-o", out}),
+        "no vehicle 'rde'; did you mean 'red'?");
+    EXPECT_REFUSED((Words{"drive", "--input", put("log.csv", "time,gas\n0,1\n0,1\n"), "-o", out}), "is there twice");
+    const std::string ground = putMesh("flat.obj", flatGround());
+    EXPECT_REFUSED((Words{"drive", "--ground", ground, "--at", "500,500", "--last", "5", "-o", out}),
+                   "there is no ground at x 500, z 500");
+    EXPECT_REFUSED((Words{"drive", "--ground", put("empty.obj", "o nothing\n"), "--last", "5", "-o", out}),
+                   "empty.obj");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--module", path("no.so"), "-o", out}),
+                   "the vehicle module is not at");
+    EXPECT_REFUSED((Words{"drive", "--last", "5", "--module", ground, "-o", out}),
+                   "the vehicle module cannot be loaded");
+}
+
+TEST_F(BadInput, Takes) {
+    const std::string out = path("a.glb");
+    const std::string noTake = put("no.glb", "glTF");
+    for (const Words& command :
+         {Words{"resume", "--at", "1", "--hold", "gas=1", "--last", "5"}, Words{"retake"}, Words{"export"}}) {
+        Words missing = command;
+        missing.insert(missing.end(), {path("missing.glb"), "-o", out});
+        EXPECT_REFUSED(missing, "is not there");
+        Words damaged = command;
+        damaged.insert(damaged.end(), {noTake, "-o", out});
+        EXPECT_REFUSED(damaged, "no.glb");
+    }
+    EXPECT_REFUSED((Words{"trace", noTake}), "no.glb");
+    EXPECT_REFUSED((Words{"info", noTake}), "no.glb");
+    EXPECT_REFUSED((Words{"info", put("some.txt", "hello")}), "is no take, no mesh file and no saved block");
+    EXPECT_REFUSED((Words{"replay", noTake, "--page", path("no.html"), "-o", path("a.html")}),
+                   "the replay page is not at");
+}
+
+TEST_F(BadInput, FramesOutsideOfATake) {
+    const std::string take = path("take.glb");
+    done({"drive", "--hold", "gas=1", "--last", "10", "-q", "-o", take});
+    const std::string out = path("a.glb");
+    EXPECT_REFUSED((Words{"resume", take, "--at", "11", "--hold", "gas=1", "--last", "20", "-o", out}),
+                   "--at: frame 11 is not within the recording, frames 0 to 10");
+    EXPECT_REFUSED((Words{"resume", take, "--at", "5", "--hold", "gas=1", "-o", out}),
+                   "nothing says how long to drive");
+    EXPECT_REFUSED((Words{"resume", take, "--at", "5", "--hold", "gas=1", "--last", "5", "-o", out}),
+                   "must lie behind --at");
+    EXPECT_REFUSED((Words{"resume", take, "--at", "5", "--last", "9", "-o", take, "--force"}),
+                   "is the file that is read");
+    EXPECT_REFUSED((Words{"retake", take, "--hold", "gas=1", "-o", out}), "say with --at");
+    EXPECT_REFUSED((Words{"retake", take, "--at", "5", "-o", out}), "the new input is missing");
+    EXPECT_REFUSED((Words{"retake", take, "--overdub", "-o", out}), "--overdub needs --at");
+    EXPECT_REFUSED((Words{"export", take, "--frame", "11", "-o", path("a.png")}),
+                   "--frame: 11 is not within frames 0 to 10");
+    EXPECT_REFUSED((Words{"export", take, "--camera", "FolowCam", "-o", path("a.png")}), "did you mean 'FollowCam'?");
+    EXPECT_REFUSED((Words{"export", take, "--size", "5x5", "-o", path("a.png")}), "5 is out of range; give 16 to 8192");
+    EXPECT_REFUSED((Words{"export", take, "--step", "0", "-o", path("a.csv")}), "--step: 0 is out of range");
+    EXPECT_REFUSED((Words{"export", take, "--vehicle", "kar", "-o", path("a.png")}), "did you mean 'car'?");
+    EXPECT_REFUSED((Words{"trace", take, "--first", "11"}), "--first: frame 11 is not within");
+    EXPECT_REFUSED((Words{"presets", "apply", "famly", take, "-o", out}), "did you mean 'family'?");
+}
+
+TEST_F(BadInput, AFullDiskLosesNothing) {
+    if (!exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full here";
+    std::filesystem::create_symlink("/dev/full", path("full.glb"));
+    const Answer answer = run({"drive", "--last", "5", "--force", "-o", path("full.glb")});
+    EXPECT_EQ(answer.code, 2);
+    EXPECT_THAT(answer.err, HasSubstr("cannot be written"));
+    EXPECT_EQ(files(), (std::vector<std::string>{"full.glb"}));
+}
+
+}  // namespace
+}  // namespace ond::test
