@@ -1,11 +1,13 @@
 // Frames and seconds. Frames are whole numbers; seconds are derived from them and never added up.
 
 export class FrameClock {
-    /// `rate`: [numerator, denominator] in frames per second; `first` and `last`: the frames of the recording.
-    constructor(rate, first, last) {
+    /// `rate`: [numerator, denominator] in frames per second; `first` and `last`: the frames of the recording;
+    /// `origin`: the frame at second 0 of the animation, which cannot have keys before that.
+    constructor(rate, first, last, origin = 0) {
         [this.numerator, this.denominator] = rate;
         this.first = first;
         this.last = last;
+        this.origin = origin;
     }
 
     /// Frames per second.
@@ -20,7 +22,7 @@ export class FrameClock {
     /// The time in the animation's tracks at `frame`, which need not be whole. The tracks hold single precision:
     /// rounded in the same way, a whole frame meets its key exactly and shows it unmixed with its neighbours.
     keyTimeOf(frame) {
-        return Math.fround(this.secondsOf(frame));
+        return Math.fround(this.secondsOf(frame - this.origin));
     }
 
     /// The whole frame nearest to `frame` that the recording has.

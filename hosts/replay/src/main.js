@@ -35,7 +35,7 @@ class Replay {
         const clip = gltf.animations.find(({name}) => name === 'take') ?? gltf.animations[0] ?? null;
         this.gltf = gltf;
         this.take = take;
-        this.clock = new FrameClock(take.rate, take.first, take.last);
+        this.clock = new FrameClock(take.rate, take.first, take.last, take.origin);
         this.player = new Player(this.clock);
         this.poser = new Poser(clip, gltf.scene);
         this.poser.pose(this.clock.keyTimeOf(take.first));

@@ -17,7 +17,8 @@ export function isShownPart(identifier) {
 
 /// Reads the take of a glTF document `json` with its chunk `binary`. `duration`: seconds of its animation, which say
 /// where a scene without a take ends.
-/// Returns {known, rate: [numerator, denominator], first, last, vehicles, elements, messages, notices}:
+/// Returns {known, rate: [numerator, denominator], first, last, origin, vehicles, elements, messages, notices}:
+///  - origin: the frame at second 0 of the animation
 ///  - known: whether the document tells more than any glTF does
 ///  - vehicles: [{name, curves: Curves | null}]
 ///  - elements: [{node, identifier, vehicle, fieldOfView, mesh, shown, wireframe}]; identifier and vehicle are null for
@@ -50,6 +51,7 @@ export function readTake(json, binary, duration) {
         rate: readRate(record.frameRate),
         first,
         last,
+        origin: readOrigin(record.origin),
         vehicles,
         elements: (record.elements ?? []).map((element) => readElement(element, json, vehicles.length)),
         messages: readMessages(record.messages, vehicles.length),
@@ -64,6 +66,7 @@ function plainTake(duration, notice) {
         rate: USUAL_FRAME_RATE,
         first: 0,
         last,
+        origin: 0,
         vehicles: [],
         elements: [],
         messages: [],
@@ -83,6 +86,11 @@ function readFrames(frames) {
         throw new TakeError('The take does not say its first and its last frame.');
     }
     return frames;
+}
+
+function readOrigin(origin = 0) {
+    if (!Number.isInteger(origin)) throw new TakeError('The take does not say where its animation begins.');
+    return origin;
 }
 
 // A take whose curves are damaged still plays.

@@ -56,3 +56,10 @@ test('time reads as minutes, seconds and thousandths', () => {
     ];
     for (const [seconds, text] of cases) assert.equal(formatTime(seconds), text);
 });
+
+test('an animation that begins at a frame of its own', () => {
+    const clock = new FrameClock([25, 1], -50, 100, -50);
+    assert.equal(clock.keyTimeOf(-50), 0);
+    assert.equal(clock.keyTimeOf(0), 2);
+    assert.equal(clock.secondsOf(0), 0, 'the timeline keeps its own zero');
+});

@@ -154,3 +154,9 @@ test('an audience sees body, wheels and steering wheel only', () => {
         assert.ok(!isShownPart(name), name);
     }
 });
+
+test('the frame at which the animation begins', () => {
+    assert.equal(take().origin, 0);
+    assert.equal(take({}, (json) => (record(json).origin = -25)).origin, -25);
+    assert.throws(() => take({}, (json) => (record(json).origin = 'early')), TakeError);
+});
