@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ground/BulletLibrary.h"
+#include "ground/NearGround.h"
 #include "parameters/Catalogue.h"
 #include "parameters/Gauges.h"
 #include "rig/RigBuilder.h"
@@ -32,7 +33,8 @@ void guarded(Operation operation) noexcept {
 
 }  // namespace
 
-CCarCamObject::CCarCamObject(const CameraCreationRecord& record) : CCamera(record) {
+CCarCamObject::CCarCamObject(const CameraCreationRecord& record)
+    : CCamera(record), pNearGround(std::make_unique<NearGround>()) {
     for (const rig::RigElement& element : rig::kRigElements)
         if (!element.atCorners) element.node(*this, 0)->parent = this;
     aWheelRelocatorNodes.reserve(kNumWheels);

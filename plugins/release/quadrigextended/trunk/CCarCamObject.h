@@ -36,6 +36,8 @@ using util::AVar_Latest;
 using util::AVar_Linear;
 using util::AVar_Nearest;
 
+class NearGround;
+
 constexpr int kNumOutputs = 7;
 
 class CCarCamObject final : public CCamera, public CInterface::Callback, public FollowState {
@@ -138,6 +140,7 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     bool bUseStaticMesh = true;  ///< "Use Fast Ray Cast"
     std::vector<std::unique_ptr<CollisionObjects>> aCollisionObjects;  ///< of all runs; older ones have no body
     std::unique_ptr<btDefaultVehicleRaycaster> m_vehicleRaycaster;     ///< on the world; null without one
+    std::unique_ptr<NearGround> pNearGround;                           ///< work space of the wheels' side rays
 
     // Nodes. The vectors hold one node per corner; nobody keeps a pointer into them.
     CCarBodyNode cCarBodyNode;

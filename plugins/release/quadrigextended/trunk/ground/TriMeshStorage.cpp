@@ -45,6 +45,7 @@ btCollisionShape* triMeshStorage::getShape() const { return pShape.get(); }
 
 void triMeshStorage::clear() {
     pShape.reset();
+    pSurvey.reset();
     pIndexVertexArray.reset();
     pVertices.reset();
     pIndices.reset();
@@ -80,9 +81,14 @@ void triMeshStorage::installMeshShape(std::unique_ptr<btCollisionShape> shape, c
 void triMeshStorage::setStaticMesh(const util::CMesh& mesh, const btTransform& transform, const btVector3& localScaling,
                                    double margin) {
     if (!buildArrays(mesh)) return;
-    const bool quantised = pIndexVertexArray->getIndexedMeshArray()[0].m_numTriangles <= kMaxQuantisedTriangles;
-    installMeshShape(std::make_unique<btBvhTriangleMeshShape>(pIndexVertexArray.get(), quantised, true), transform,
-                     localScaling, margin);
+    const int triangles = pIndexVertexArray->getIndexedMeshArray()[0].m_numTriangles;
+    const bool quantised = triangles <= kMaxQuantisedTriangles;
+    auto shape = std::make_unique<btBvhTriangleMeshShape>(pIndexVertexArray.get(), quantised, true);
+    if (quantised && localScaling == btVector3(1.0, 1.0, 1.0)) {
+        pSurvey = std::make_unique<MeshSurvey>(*shape, pVertices.get(), pIndices.get(), triangles);
+        shape->setUserPointer(pSurvey.get());
+    }
+    installMeshShape(std::move(shape), transform, localScaling, margin);
 }
 
 void triMeshStorage::setConvexMesh(const util::CMesh& mesh, const btTransform& transform, const btVector3& localScaling,

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "ground/MeshSurvey.h"
 #include "ond/util/CMesh.h"
 
 class btCollisionShape;
@@ -30,6 +31,8 @@ class triMeshStorage {
     std::unique_ptr<int[]> pIndices;
     /// How much space the shape's box takes, cubic scene units; or the mass that setShape() was given.
     double dVolume = 0.0;
+    /// Of a static mesh that is not scaled, else null. The shape's user pointer leads here.
+    std::unique_ptr<MeshSurvey> pSurvey;
     /// Declared behind the arrays, so that it goes before them.
     std::unique_ptr<btCollisionShape> pShape;
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <typeinfo>
 #include <vector>
 
 #include "CCarCamObject.h"
 #include "ground/BulletLibrary.h"
+#include "ground/NearGround.h"
 #include "ond/util/Filters.h"
 
 namespace ond::ovs::addon::rig {
@@ -29,6 +31,13 @@ constexpr double kNoHit = std::numeric_limits<double>::max();
 // Far above what a rig needs (8 raises, 99 rays): where numbers have run away a frame still ends.
 constexpr int kMostRaises = 1000;
 constexpr int kMostRaysToASide = 10000;
+
+// A little more than rounding takes from a length.
+constexpr double kWider = 1.0 + 1e-9;
+// Where a matrix shortens a direction by more than that, squared, rounding takes more than a little.
+constexpr double kFlattest = 1e-10;
+// How far the wheel may be lifted, in radii, before what is near is gathered anew.
+constexpr double kRise = 0.15;
 
 /// What answers the rays.
 enum class Caster {
@@ -60,6 +69,11 @@ class Probe {
     void spreadFan(double a, int k);
     void aimFan(std::size_t s);
     void castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray);
+    bool enterNearGround();
+    bool gatherNearGround();
+    void place(std::size_t s, const Vector3<double>& off);
+    bool startNearby();
+    bool castNearby(std::size_t s, const CWheelNode::FanRay& ray);
     void settle();
     void releaseGround();
     void writeOutputs();
@@ -100,7 +114,13 @@ class Probe {
     std::vector<Vector3<double>>& normals;
     std::vector<Vector3<double>>& points;
     std::vector<double>& dists;
-    double sideT = 0.0;  ///< one for all side rays: through the physics world a miss keeps the last value
+    double sideT = 0.0;          ///< one for all side rays: through the physics world a miss keeps the last value
+    Vector3<double> sideOrigin;  ///< of side rays, in the coordinates of the surface
+    bool isPlaced = false;       ///< `sideOrigin` is that of the next one
+    bool isNarrowed = false;     ///< `nearGround` to the rays of one offset
+    bool nearby = false;         ///< side rays go to `nearGround`
+    NearGround& nearGround;      ///< what of the physics world is within the wheel's reach
+    double nearT = 0.0;          ///< multiples of a side ray's direction that are certainly no less than R
 };
 
 Probe::Probe(CWheelNode& wheelNode, double time)
@@ -115,7 +135,8 @@ Probe::Probe(CWheelNode& wheelNode, double time)
       H(wheel.qTransWheelAbs),
       normals(wheelNode.hits.normals),
       points(wheelNode.hits.points),
-      dists(wheelNode.hits.dists) {
+      dists(wheelNode.hits.dists),
+      nearGround(*wheelNode.parent->pNearGround) {
     const WheelGeometry& geom = car.wheelGeom[node.iCorner];
     R = geom.radius * car.dWheelRadiusMult;
     node.mPrev2 = node.mPrev;
@@ -280,6 +301,8 @@ void Probe::hang() {
 }
 
 void Probe::castSideRays() {
+    // In the physics world the side rays count for what the centre ray has hit.
+    if (caster == Caster::physicsWorld && !centreHit) return;
     const double a = vehicle.dDegsPerRay / 180.0 * kPi;
     int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
     if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
@@ -287,8 +310,11 @@ void Probe::castSideRays() {
     spreadFan(a, k);
     for (std::size_t s = 0; s < n; ++s) {
         aimFan(s);
+        nearby = caster == Caster::physicsWorld && enterNearGround();
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
+            isNarrowed = false;
+            isPlaced = false;
             for (const CWheelNode::FanRay& ray : node.fan.rays)
                 if (e != 0 || !ray.straightDown) castSideRay(s, off, ray);
         }
@@ -326,9 +352,13 @@ void Probe::aimFan(std::size_t s) {
 
 /// A hit lifts the wheel, and the rays that follow start from there.
 void Probe::castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray) {
-    const Vector3<double> o = Transform(toLocal[s], H.position + off);
-    const bool hit = cast(s, o, ray.direction, ray.reach, sideT);
-    if (!(caster == Caster::physicsWorld ? centreHit : hit)) return;
+    if (!isPlaced) place(s, off);
+    if (nearby) {
+        if (!castNearby(s, ray)) return;
+    } else {
+        const bool hit = cast(s, sideOrigin, ray.direction, ray.reach, sideT);
+        if (!(caster == Caster::physicsWorld ? centreHit : hit)) return;
+    }
 
     const Vector3<double> v = TransformNoProjection(toWorld[s], sideT * ray.direction, 0.0);
     const double len = Length(v);
@@ -343,6 +373,71 @@ void Probe::castSideRay(std::size_t s, const Vector3<double>& off, const CWheelN
     node.dCurrDeltaW -= push;
     node.dCurrDelta = node.dCurrDeltaW;
     H.position += push * up;
+    isPlaced = false;
+}
+
+/// Where the next side rays start.
+void Probe::place(std::size_t s, const Vector3<double>& off) {
+    isPlaced = true;
+    sideOrigin = Transform(toLocal[s], H.position + off);
+    nearby = nearby && startNearby();
+}
+
+/// Whether side rays can be cast at what is near. Not so when somebody's own caster wants to see all of them.
+bool Probe::enterNearGround() {
+    const btDefaultVehicleRaycaster* raycaster = vehicle.m_vehicleRaycaster.get();
+    if (raycaster == nullptr || typeid(*raycaster) != typeid(btDefaultVehicleRaycaster)) return false;
+    if (!nearGround.enter(*vehicle.cPhysicsWorld.pWorld)) return false;
+    double least = std::numeric_limits<double>::infinity();
+    for (const CWheelNode::FanRay& ray : node.fan.rays) {
+        const Vector3<double> v = TransformNoProjection(toWorld[0], ray.direction, 0.0);
+        least = std::min(least, Dot(v, v));
+    }
+    double largest = 0.0;
+    for (int i = 0; i < 3; ++i) largest += Dot(toWorld[0].row(i), toWorld[0].row(i));
+    if (!(least > kFlattest * largest)) return false;
+    nearT = R / std::sqrt(least) * kWider;
+    nearGround.beginFan(nearT);
+    for (const CWheelNode::FanRay& ray : node.fan.rays) nearGround.addDirection(ray.direction, ray.reach);
+    return gatherNearGround();
+}
+
+/// What the side rays could hit from where the wheel is now until it has been lifted by kRise.
+bool Probe::gatherNearGround() {
+    const Vector3<double> aside = node.vInitScale.x * 0.5 * (vehicle.bAddRaysAtWheelEdges ? 1.0 : 0.0) * axle;
+    const Vector3<double> risen = H.position + kRise * R * up;
+    Vector3<double> low = Transform(toLocal[0], H.position);
+    Vector3<double> high = low;
+    for (const Vector3<double>& origin : {H.position - aside, H.position + aside, risen - aside, risen + aside}) {
+        const Vector3<double> o = Transform(toLocal[0], origin);
+        low = {std::min(low.x, o.x), std::min(low.y, o.y), std::min(low.z, o.z)};
+        high = {std::max(high.x, o.x), std::max(high.y, o.y), std::max(high.z, o.z)};
+    }
+    return nearGround.gather(low, high);
+}
+
+/// Has the near ground at hand for rays from `sideOrigin`.
+bool Probe::startNearby() {
+    if (isNarrowed && nearGround.startFrom(sideOrigin)) return true;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (attempt > 0 && !gatherNearGround()) return false;
+        nearGround.narrow(sideOrigin, TransformNoProjection(toLocal[0], kRise * R * up, 0.0));
+        isNarrowed = true;
+        if (nearGround.startFrom(sideOrigin)) return true;
+    }
+    return false;
+}
+
+/// One side ray; false when it is known to end outside of the wheel.
+bool Probe::castNearby(std::size_t s, const CWheelNode::FanRay& ray) {
+    // A miss leaves the last distance in place, so that it is all one only when that is out of reach, too.
+    const bool allFarAlike = sideT > nearT;
+    switch (nearGround.cast(ray.direction, ray.reach, allFarAlike, sideT, nrm)) {
+        case NearGround::Answer::hit: return true;
+        case NearGround::Answer::beyond: sideT = kNoHit; return false;
+        case NearGround::Answer::unknown: cast(s, sideOrigin, ray.direction, ray.reach, sideT); return true;
+    }
+    return false;
 }
 
 void Probe::settle() {

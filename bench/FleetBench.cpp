@@ -1,0 +1,95 @@
+// What a vehicle costs beside 99 others on the same terrain, and how many of them one core drives in real time.
+//
+// Each vehicle has its own collision world, as in a host. They start at different places of the terrain and drive a
+// curve of 100 frames (4 seconds), all of them one frame further in turn, so that each comes upon caches that the
+// others have used. Then some of them repeat their drive alone. Time is processor time per vehicle and frame. Counters:
+//   fleet_us     median over the frames, with all vehicles
+//   alone_us     median over the frames of vehicles that drive alone
+//   ratio        fleet over alone
+//   per_core     vehicles that one core drives at 25 frames per second, with all vehicles
+//   alone_per_core  the same from `alone_us`
+//   allocations  in the frames of the fleet behind the tenth
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <vector>
+
+#include "BenchHost.h"
+#include "CountedHeap.h"
+#include "GridTerrain.h"
+#include "ThreadClock.h"
+
+namespace {
+
+using namespace ond::bench;
+using namespace ond::ovs::addon;
+
+constexpr int kFrames = 100;
+constexpr int kAlone = 15;
+
+/// Ready to drive from the place of vehicle number `i` of a fleet.
+std::unique_ptr<BenchCar> makeCar(const GridTerrain& terrain, int i) {
+    auto car = std::make_unique<BenchCar>(Casting::bullet, &terrain);
+    Element& body = *car->host.elements.at("CarBodyMesh");
+    ond::util::Matrix4 world = body.world;
+    world.setRow(3, world.row(3) + ond::util::Vector3<double>(6.0 * (i % 10) - 27.0, 0.0, 6.0 * (i / 10) - 27.0));
+    body.setWorldMatrix(world);
+    car->axis(pcInput_GAS_PEDAL) = 0.6;
+    car->axis(pcInput_STEERING_WHEEL) = 0.5;
+    car->axis(pcInput_GRAVEL_SHAKE) = 0.2;
+    car->vehicle->dInitialVelocity = 20.0;
+    car->reserveKeys(kFrames);
+    car->vehicle->startRun(0.0);
+    return car;
+}
+
+/// Processor time of frame after frame, seconds per vehicle.
+std::vector<double> drive(const std::vector<std::unique_ptr<BenchCar>>& cars, long& lateAllocations) {
+    std::vector<double> seconds;
+    long before = 0;
+    for (int frame = 1; frame <= kFrames; ++frame) {
+        if (frame == 10) before = heap.allocations;
+        const double start = threadSeconds();
+        for (const auto& car : cars) car->frame(frame);
+        seconds.push_back((threadSeconds() - start) / static_cast<double>(cars.size()));
+    }
+    lateAllocations += heap.allocations - before;
+    return seconds;
+}
+
+void fleet(benchmark::State& state) {
+    const GridTerrain terrain(state.range(0));
+    const int count = static_cast<int>(state.range(1));
+    std::vector<double> together;
+    std::vector<double> alone;
+    long allocations = 0;
+    long ignored = 0;
+    for ([[maybe_unused]] auto once : state) {
+        std::vector<std::unique_ptr<BenchCar>> cars;
+        for (int i = 0; i < count; ++i) cars.push_back(makeCar(terrain, i));
+        together = drive(cars, allocations);
+        cars.clear();
+        for (int i = 0; i < kAlone; ++i) {
+            std::vector<std::unique_ptr<BenchCar>> single;
+            single.push_back(makeCar(terrain, i * count / kAlone));
+            const std::vector<double> seconds = drive(single, ignored);
+            alone.insert(alone.end(), seconds.begin(), seconds.end());
+        }
+        state.SetIterationTime(median(together));
+    }
+    state.counters["fleet_us"] = median(together) * 1e6;
+    state.counters["alone_us"] = median(alone) * 1e6;
+    state.counters["ratio"] = median(together) / median(alone);
+    state.counters["per_core"] = 0.04 / median(together);
+    state.counters["alone_per_core"] = 0.04 / median(alone);
+    state.counters["allocations"] = static_cast<double>(allocations);
+}
+
+}  // namespace
+
+BENCHMARK(fleet)
+    ->ArgNames({"triangles", "vehicles"})
+    ->Args({200000, 100})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
