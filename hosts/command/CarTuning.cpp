@@ -147,7 +147,10 @@ void setSavedState(Stage& stage, int vehicle, const std::vector<NamedValue>& val
     if (values.empty()) return;
     const util::DataChunk root = savedState(stage, vehicle);
     for (const NamedValue& entry : values) checkStateValue(root, entry);
-    stage.setState(vehicle, std::map<std::string, double>(values.begin(), values.end()));
+    // Of a key that is there twice the later value counts.
+    std::map<std::string, double> last;
+    for (const auto& [key, value] : values) last[key] = value;
+    stage.setState(vehicle, last);
 }
 
 void tuneChannels(Vehicle& vehicle, const std::map<int, ChannelPlan>& channels) {

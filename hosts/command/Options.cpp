@@ -32,9 +32,10 @@ std::vector<std::string> optionNames(const CLI::App& app) {
     return names;
 }
 
+/// The command with those above it, without the program itself: "presets apply".
 std::string inFull(const CLI::App& app) {
     std::string name;
-    for (const CLI::App* at = &app; at != nullptr; at = at->get_parent())
+    for (const CLI::App* at = &app; at->get_parent() != nullptr; at = at->get_parent())
         name = at->get_name() + (name.empty() ? "" : " " + name);
     return name;
 }
@@ -43,14 +44,16 @@ std::string inFull(const CLI::App& app) {
 std::string strayArgument(const CLI::App& app, const std::string& argument) {
     const CLI::App& command = chosen(app);
     const std::string name = argument.substr(0, argument.find('='));
+    const std::string where = inFull(command);
     if (name.size() > 1 && name[0] == '-')
-        return inFull(command) + " has no option '" + name + "'" + didYouMean(name, optionNames(command));
+        return (where.empty() ? "there is" : where + " has") + std::string(" no option '") + name + "'" +
+               didYouMean(name, optionNames(command));
     const std::vector<std::string> known = subcommandsOf(command);
     if (!known.empty()) {
         const std::string hint = didYouMean(argument, known);
         return "there is no command '" + argument + "'" + (hint.empty() ? "; commands are " + enumerated(known) : hint);
     }
-    return inFull(command) + " does not know what to do with '" + argument + "'";
+    return where + " does not know what to do with '" + argument + "'";
 }
 
 /// The help without the second empty line that the library puts between groups.

@@ -28,10 +28,10 @@ using Words = std::vector<std::string>;
 TEST_F(BadInput, WrongUse) {
     EXPECT_REFUSED((Words{"drvie"}), "there is no command 'drvie'; did you mean 'drive'?");
     EXPECT_REFUSED((Words{"xylophone"}), "there is no command 'xylophone'; commands are drive, resume");
-    EXPECT_REFUSED((Words{"--verson"}), "quadrig has no option '--verson'; did you mean '--version'?");
+    EXPECT_REFUSED((Words{"--verson"}), "there is no option '--verson'; did you mean '--version'?");
     EXPECT_REFUSED((Words{"drive", "--grund", "x.obj", "-o", path("a.glb")}),
-                   "quadrig drive has no option '--grund'; did you mean '--ground'?");
-    EXPECT_REFUSED((Words{"drive"}), "quadrig drive: --output is required");
+                   "quadrig: drive has no option '--grund'; did you mean '--ground'?");
+    EXPECT_REFUSED((Words{"drive"}), "quadrig: drive: --output is required");
     EXPECT_REFUSED((Words{"drive", "a.json", "b.json", "-o", path("a.glb")}), "does not know what to do with 'b.json'");
     EXPECT_REFUSED((Words{"presets", "lst"}), "there is no command 'lst'; did you mean 'list'?");
     EXPECT_REFUSED((Words{"trace"}), "give either a take or --compare with two");

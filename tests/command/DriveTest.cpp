@@ -214,6 +214,53 @@ TEST_F(Drives, FollowsATargetAlongAPath) {
     EXPECT_LT(util::Length(body - target), 15.0);
 }
 
+TEST_F(Drives, FollowsANodeThatMovesInAnotherFile) {
+    done({"drive", "--hold", "gas=0.5", "--last", "150", "-q", "-o", path("leader.glb")});
+    done({"export", path("leader.glb"), "-q", "-o", path("plain.glb")});
+    const std::vector<std::string> arguments{
+        "--scenery", path("plain.glb"), "--at", "0,8", "--last", "150", "--set", "Gravel Shake Offset Value=0"};
+    auto follow = arguments;
+    follow.insert(follow.end(), {"--vehicle", "chaser", "--target", "node:car_CarBodyMesh"});
+    drive(follow);
+    const auto lines = trace(path("take.glb"));
+    EXPECT_GT(util::Length(placeIn(lines.back(), "car_CarBodyMesh") - placeIn(lines.front(), "car_CarBodyMesh")), 10.0);
+    EXPECT_LT(util::Length(placeIn(lines.back(), "chaser_TargetMesh") - placeIn(lines.back(), "car_CarBodyMesh")),
+              1e-6);
+    EXPECT_LT(util::Length(placeIn(lines.back(), "chaser_CarBodyMesh") - placeIn(lines.back(), "car_CarBodyMesh")),
+              12.0);
+
+    auto missing = arguments;
+    missing.insert(missing.begin(), "drive");
+    missing.insert(missing.end(), {"--vehicle", "chaser", "--target", "node:car_CarBodyMsh", "-o", path("a.glb")});
+    EXPECT_THAT(run(missing).err,
+                HasSubstr("no moving node 'car_CarBodyMsh' for the target; did you mean 'car_CarBodyMesh'?"));
+    auto taken = arguments;
+    taken.insert(taken.begin(), "drive");
+    taken.insert(taken.end(), {"-o", path("a.glb")});
+    EXPECT_THAT(run(taken).err, HasSubstr("name the vehicle otherwise"));
+}
+
+TEST_F(Drives, OptionsWinOverTheDriveFileAndThatOverItsPreset) {
+    const std::string file = put("drive.json", R"({"last": 2, "vehicles": [{"preset": "stunt",
+        "parameters": {"Mass Multiplier": 4}, "state": {"fRelMaxBumperLen": 0.7}}]})");
+    const auto extracted = [&](const std::vector<std::string>& more) {
+        std::vector<std::string> arguments{"drive", file, "-q", "--force", "-o", path("take.glb")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        done(arguments);
+        return json::parse(done({"presets", "extract", path("take.glb")}).out);
+    };
+    const json asWritten = extracted({});
+    EXPECT_EQ(asWritten.at("parameters").at("Mass Multiplier"), 4.0);
+    EXPECT_EQ(asWritten.at("parameters").at("Front Damping"), 320.0);
+    EXPECT_EQ(asWritten.at("state").at("fRelMaxBumperLen"), 0.7);
+    const json overridden = extracted({"--set", "mass multiplier=6", "--set", "Front Damping=150", "--state",
+                                       "fRelMaxBumperLen=0.9", "--state", "cCarCambGravityOn=off"});
+    EXPECT_EQ(overridden.at("parameters").at("Mass Multiplier"), 6.0);
+    EXPECT_EQ(overridden.at("parameters").at("Front Damping"), 150.0);
+    EXPECT_EQ(overridden.at("state").at("fRelMaxBumperLen"), 0.9);
+    EXPECT_FALSE(overridden.at("state").contains("cCarCambGravityOn"));
+}
+
 TEST_F(Drives, WheelsStandWhereTheyArePut) {
     const std::string file = put("drive.json", R"({"last": 2, "vehicles": [{"at": [0, 0, 0], "length": 3.522,
         "wheels": {"FL": {"move": [-0.2, 0, -0.3], "caster": 0}, "FR": {"move": [0.2, 0, -0.3], "caster": 0},

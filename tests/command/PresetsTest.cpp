@@ -103,9 +103,17 @@ util::CMesh rampGround(double height) {
     });
 }
 
-class Stunt : public CommandRun {};
+struct Jump {
+    const char* name;
+    int fps;
+    const char* length;
+    double height;  ///< of the ramp's end; its slope is 20 long
+    const char* gas;
+};
 
-TEST_F(Stunt, StandsWithoutMoving) {
+class Stunt : public CommandRun, public ::testing::WithParamInterface<Jump> {};
+
+TEST_F(PresetFeel, AStuntCarStandsWithoutMoving) {
     done({"drive", "--preset", "stunt", "--ground", putMesh("ramp.obj", rampGround(2.0)), "--last", "50", "-q", "-o",
           path("take.glb")});
     const auto lines = trace(path("take.glb"));
@@ -116,9 +124,13 @@ TEST_F(Stunt, StandsWithoutMoving) {
     }
 }
 
-TEST_F(Stunt, LeavesARampOnABallisticArcAndLandsOnItsWheels) {
-    const Answer answer = done({"drive", "--preset", "stunt", "--ground", putMesh("ramp.obj", rampGround(3.0)),
-                                "--hold", "gas=0.7", "--last", "250", "--json", "-o", path("take.glb")});
+TEST_P(Stunt, LeavesARampOnABallisticArcAndLandsOnItsWheels) {
+    const Jump& jump = GetParam();
+    const double perSecond = jump.fps;
+    const Answer answer =
+        done({"drive", "--preset", "stunt", "--ground", putMesh("ramp.obj", rampGround(jump.height)), "--hold",
+              std::string("gas=") + jump.gas, "--length", jump.length, "--fps", std::to_string(jump.fps), "--last",
+              std::to_string(10 * jump.fps), "--json", "-o", path("take.glb")});
     const auto lines = trace(path("take.glb"));
     const auto allInAir = [&](std::size_t i) {
         const json& channels = lines[i].at("channels").at("car");
@@ -136,22 +148,28 @@ TEST_F(Stunt, LeavesARampOnABallisticArcAndLandsOnItsWheels) {
     std::size_t down = up;
     while (down < lines.size() && anyInAir(down)) ++down;
     ASSERT_LT(down, lines.size()) << "it never lands";
-    EXPECT_GT(down - up, 10u);
+    EXPECT_GT(down - up, static_cast<std::size_t>(jump.fps / 3));
 
     // In flight the car's frame is a thrown stone: equal steps along, and 9.81 m/s^2 downwards.
     const auto place = [&](std::size_t i) { return placeIn(lines[i], "car_CarBodyBaseMesh"); };
     for (std::size_t i = up + 2; i + 2 < down && allInAir(i + 1); ++i) {
         const Vector3<double> change = place(i + 1) - place(i) * 2.0 + place(i - 1);
-        EXPECT_NEAR(change.y * 625.0, -9.81, 0.5) << i;
-        EXPECT_NEAR(std::hypot(change.x, change.z) * 625.0, 0.0, 0.5) << i;
+        EXPECT_NEAR(change.y * perSecond * perSecond, -9.81, 0.5) << i;
+        EXPECT_NEAR(std::hypot(change.x, change.z) * perSecond * perSecond, 0.0, 0.5) << i;
     }
     // It stays down, upright, and drives on.
     for (std::size_t i = down + 1; i < lines.size(); ++i) EXPECT_FALSE(allInAir(i)) << i;
     const auto& body = lines.back().at("elements").at("car_CarBodyMesh");
-    EXPECT_GT(body[5].get<double>() / 4.0, 0.99);
-    EXPECT_GT(util::Length(place(lines.size() - 1) - place(lines.size() - 2)) * 25.0, 5.0);
+    EXPECT_GT(body[5].get<double>() / std::stod(jump.length), 0.99);
+    EXPECT_GT(util::Length(place(lines.size() - 1) - place(lines.size() - 2)) * perSecond, 5.0);
     EXPECT_TRUE(json::parse(answer.out).at("vehicles").at(0).at("implausibleSteps").empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(All, Stunt,
+                         ::testing::Values(Jump{"usual", 25, "4", 3.0, "0.7"}, Jump{"slow", 25, "4", 3.0, "0.4"},
+                                           Jump{"high", 30, "4", 4.0, "0.8"}, Jump{"large", 24, "6", 2.0, "0.7"},
+                                           Jump{"fine", 60, "4", 3.0, "0.4"}),
+                         [](const auto& one) { return std::string(one.param.name); });
 
 }  // namespace
 }  // namespace ond::test

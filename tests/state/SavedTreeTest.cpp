@@ -249,6 +249,116 @@ TEST(SavedTree, BelievesAnySizeInsideABlockOfKnownSize) {
     EXPECT_NE(tree.find("dReverseMaxVelMult"), nullptr);
 }
 
+// ---- chunks that lie inside another one ----
+
+TEST(SavedTree, EndsAtAPayloadThatHoldsTheHeaderOfAKey) {
+    // The payload claims the next chunks, as it would with a size that is too large.
+    const Bytes swallowed = Bytes(9, 3) + kBehind + Bytes(50, 3);
+    const auto size = static_cast<std::int32_t>(swallowed.size());
+    EXPECT_OUTCOME(chunkBytes(size, 0, "future", swallowed), "future", false, false);
+    EXPECT_OUTCOME(chunkBytes(size, 0, "cMesh_storedGroundMesh", swallowed), "cMesh_storedGroundMesh", false, false);
+    EXPECT_OUTCOME(chunkBytes(size, 0, "andFollowAccMem", swallowed), "andFollowAccMem", false, false);
+    // The names alone, or a header of no key, are bytes like others.
+    const Bytes harmless = chunkBytes(8, 0, "dReverseMaxVelMulT") + chunkBytes(-1, 0, "dReverseMaxVelMult");
+    EXPECT_OUTCOME(chunkBytes(static_cast<std::int32_t>(harmless.size()), 0, "future", harmless), "future", true, true);
+}
+
+TEST(SavedTree, LooksNoFurtherIntoAPayloadThanTheHeaderOfAKey) {
+    // What follows that header is out of reach here: the block ends with it.
+    const Bytes whole = root(1, chunkBytes(60000, 0, "future", Bytes(9, 3) + kBehind));
+    const Bytes block(whole.begin(), whole.end() - 8);
+    EXPECT_EQ(SavedTree(block.data(), std::nullopt).find("future"), nullptr);
+}
+
+TEST(SavedTree, EndsAWheelStoreAtAKeyOfTheRoot) {
+    const Bytes child = chunkBytes(16, 0, "x", historyBytes(16, 0, 100, 0));
+    const Bytes block = root(3, chunkBytes(0, 3, "wheelstore", child) + kSound + kBehind);
+    const SavedTree tree(block.data(), std::nullopt);
+    ASSERT_EQ(tree.find("wheelstore")->children.size(), 1u);
+    EXPECT_EQ(tree.find("dReverseMaxVelMult"), nullptr);
+}
+
+TEST(SavedTree, TakesAChildOfAWheelStoreWithoutANameOnlyAsAHistory) {
+    const Bytes history = chunkBytes(16, 0, "", historyBytes(16, 0, 100, 0));
+    EXPECT_OUTCOME(chunkBytes(0, 2, "wheelstore", history + history), "wheelstore", true, true);
+    const Bytes block = root(1, chunkBytes(0, 2, "wheelstore", history + chunkBytes(48, 0, "", Bytes(48))));
+    EXPECT_EQ(SavedTree(block.data(), std::nullopt).find("wheelstore")->children.size(), 1u);
+}
+
+TEST(SavedTree, EndsInAnUnknownBranchThatHoldsSuccessiveKeysOfTheRoot) {
+    // One may be a coincidence.
+    EXPECT_OUTCOME(chunkBytes(0, 1, "branch", kBehind), "branch", true, true);
+    const Bytes next = chunkBytes(8, 0, "dVelocityConversionMult", bytesOf(1.0));
+    EXPECT_OUTCOME(chunkBytes(0, 2, "branch", next + kBehind), "branch", true, false);
+    EXPECT_OUTCOME(chunkBytes(0, 2, "branch", kBehind + next), "branch", true, true);
+}
+
+// ---- how many children the root can have ----
+
+/// A tree of a block whose load needs five keys, the first and the last of them dDegsPerRay and dReverseMaxVelMult.
+SavedTree treeOfNeeded(const Bytes& block) {
+    return SavedTree(block.data(), std::nullopt, [](const std::string&) {
+        SavedRows rows;
+        for (const char* key :
+             {"dDegsPerRay", "dVelocityConversionMult", "dInitialVelocity", "dStartTime", "dReverseMaxVelMult"})
+            rows.set(savedRowNumber(key) - 1);
+        return rows;
+    });
+}
+
+TEST(SavedTree, BelievesUpToEightChildrenBehindTheLastNeeded) {
+    // Three of the needed keys are lost.
+    const Bytes late = chunkBytes(1, 0, "bFixateWheelBottomNodes", {1});
+    Bytes eight = late;
+    for (int i = 0; i < 7; ++i) eight = chunkBytes(1, 0, "future", {1}) + eight;
+    const Bytes enough = root(10, kSound + kBehind + eight);
+    EXPECT_NE(treeOfNeeded(enough).find("bFixateWheelBottomNodes"), nullptr);
+    const Bytes many = root(11, kSound + kBehind + chunkBytes(1, 0, "future", {1}) + eight);
+    EXPECT_EQ(treeOfNeeded(many).find("future"), nullptr);
+    EXPECT_NE(treeOfNeeded(many).find("dReverseMaxVelMult"), nullptr);
+    EXPECT_NE(SavedTree(many.data(), std::nullopt).find("bFixateWheelBottomNodes"), nullptr)
+        << "not told what is needed";
+}
+
+TEST(SavedTree, BelievesAnyNumberOfChildrenAheadOfANeededOneOrOutOfOrder) {
+    Bytes many;
+    for (int i = 0; i < 100; ++i) many = many + chunkBytes(1, 0, "future", {1});
+    const Bytes late = chunkBytes(1, 0, "bFixateWheelBottomNodes", {1});
+    const Bytes ahead = root(102, kSound + many + kBehind);
+    EXPECT_NE(treeOfNeeded(ahead).find("dReverseMaxVelMult"), nullptr);
+    const Bytes turned = root(103, kBehind + kSound + many + late);
+    const Bytes last = root(101, kBehind + many);
+    EXPECT_NE(treeOfNeeded(last).find("future"), nullptr) << "all others may follow";
+    EXPECT_NE(treeOfNeeded(turned).find("bFixateWheelBottomNodes"), nullptr);
+}
+
+// ---- zeros ----
+
+TEST(SavedTree, ReadsAcrossFewerZerosThanEndABlock) {
+    const auto unknown = [](std::size_t zeros) {
+        return chunkBytes(static_cast<std::int32_t>(zeros) + 2, 0, "future", Bytes{1} + Bytes(zeros) + Bytes{1});
+    };
+    EXPECT_OUTCOME(unknown(kZerosThatEndABlock - 1), "future", true, true);
+    EXPECT_OUTCOME(unknown(kZerosThatEndABlock), "future", false, false);
+    const auto history = [](std::size_t zeros) {
+        const auto keys = static_cast<std::uint32_t>(zeros / 16);
+        return chunkBytes(16 + 16 * static_cast<std::int32_t>(keys), 0, "andFollowAccMem",
+                          historyBytes(16, 16 * keys, 100, keys, Bytes(16 * keys)));
+    };
+    EXPECT_OUTCOME(history(kZerosThatEndABlock - 16), "andFollowAccMem", true, true);
+    EXPECT_OUTCOME(history(2 * kZerosThatEndABlock), "andFollowAccMem", false, false);
+    const Bytes record = chunkBytes(368, 0, "sDataChunkSaveStruct", Bytes(368));
+    EXPECT_OUTCOME(record, "sDataChunkSaveStruct", true, true);
+}
+
+TEST(SavedTree, ReadsLongHistoriesOfAnyValues) {
+    const std::uint32_t keys = 20000;
+    Bytes packed(16 * keys);
+    for (std::uint32_t i = 0; i < keys; ++i) util::storeLittleEndian(packed.data() + 16 * i, 0.04 * i);
+    EXPECT_OUTCOME(chunkBytes(16 + 16 * 20000, 0, "andFollowAccMem", historyBytes(16, 16 * keys, 100, keys, packed)),
+                   "andFollowAccMem", true, true);
+}
+
 #undef EXPECT_OUTCOME
 
 }  // namespace

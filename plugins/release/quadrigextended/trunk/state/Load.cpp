@@ -1,7 +1,6 @@
 #include "state/Load.h"
 
 #include <cstring>
-#include <string>
 
 #include "CCarCamObject.h"
 #include "ond/util/LittleEndian.h"
@@ -43,9 +42,9 @@ struct LeafReader {
 
 }  // namespace
 
-bool Load::atLeast(int version) const {
+bool isAtLeast(const std::string& rootName, int version) {
     const std::string from = "CarCamDataChunk" + std::to_string(version);
-    return std::strcmp(tree.name().c_str(), from.c_str()) >= 0;
+    return std::strcmp(rootName.c_str(), from.c_str()) >= 0;
 }
 
 bool Load::read(std::string_view key) const {

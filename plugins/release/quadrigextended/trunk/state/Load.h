@@ -1,6 +1,7 @@
 // What the steps of a load share: the vehicle, the block, and reading a key into a place.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "state/SavedKeys.h"
@@ -8,13 +9,16 @@
 
 namespace ond::ovs::addon {
 
+/// Whether a root of that name is of version `version` or later. Versions are compared as the text of the name: they
+/// went from 100 to 140, then from 8107 to 8148, and now stand at 9201.
+[[nodiscard]] bool isAtLeast(const std::string& rootName, int version);
+
 struct Load {
     CCarCamObject& vehicle;
     const SavedTree& tree;
 
-    /// Whether the block is of version `version` or later. Versions are compared as the text of the root's name: they
-    /// went from 100 to 140, then from 8107 to 8148, and now stand at 9201.
-    [[nodiscard]] bool atLeast(int version) const;
+    /// Whether the block is of version `version` or later.
+    [[nodiscard]] bool atLeast(int version) const { return isAtLeast(tree.name(), version); }
 
     /// Reads the leaf of a saved key into the field or history that is saved under it. False if the block lacks it.
     [[nodiscard]] bool read(std::string_view key) const;

@@ -25,7 +25,7 @@ bool prepare(CCarCamObject& vehicle) {
 }
 
 std::uint64_t readBlock(CCarCamObject& vehicle, const void* block, std::optional<std::size_t> size) {
-    const SavedTree tree(block, size);
+    const SavedTree tree(block, size, &neededRows);
     const Load load{vehicle, tree};
     return load.atLeast(kOldestVersion) && runVersionSteps(load) ? kLoaded : kFailed;
 }

@@ -1,5 +1,6 @@
 #include "state/Migration.h"
 
+#include <algorithm>
 #include <array>
 
 #include "CCarCamObject.h"
@@ -26,6 +27,7 @@ struct VersionStep {
     int from;                ///< the first block that has what this step reads
     int chunkVersion = 0;    ///< what CCarCamObject::iChunkVersion becomes for such a block; 0: stays
     Keys keys = {};          ///< read into the fields and histories of the same key
+    Keys ownKeys = {};       ///< needed as well, but read by an action
     Action newer = nullptr;  ///< what is done behind that
     Action older = nullptr;  ///< what is done for a block from before the step, instead of all above
     Fixed<SavedNumber, double> olderNumber = {};  ///< what such a block leaves in a field
@@ -119,10 +121,12 @@ constexpr auto kSteps = std::to_array<VersionStep>({
     {.from = 132, .newer = readFixateCenters},
     {.from = 134, .keys = {"ancCarCamfCarLocalYawIncr"}},
     {.from = 137, .keys = {"dDegsPerRay"}},
+    // Unless the scene holds a rig from before.
+    {.from = 139, .ownKeys = {"dVelocityConversionMult", "bAlignWheelCenterToGroundNormal", "dInitialVelocity"}},
     {.from = 100, .newer = bindWheels},
     {.from = 140, .keys = {"bAddRaysAtWheelEdges"}, .newer = readTurnBaseMatrix},
     {.from = 8108, .keys = {"dStartTime"}, .older = startAfterFirstFrame},
-    {.from = 100, .newer = readWheelStore},
+    {.from = 100, .ownKeys = {"wheelstore"}, .newer = readWheelStore},
     {.from = 8115, .newer = readGravityMemory},
     {.from = 100, .newer = bindOrMakeBaseMesh},
     // Key and amends are for two different fields.
@@ -145,7 +149,7 @@ constexpr auto kSteps = std::to_array<VersionStep>({
     // Whatever the block itself says of it.
     {.from = 8135, .olderNumber = {own<&CCarCamObject::fSurfaceEdgeResponseFactor>, 99.0}},
     {.from = 8140, .keys = {"bUseStaticMesh"}, .olderFlag = {own<&CCarCamObject::bUseStaticMesh>, false}},
-    {.from = 8143, .newer = readGroundMesh, .older = forgetGroundMesh},
+    {.from = 8143, .ownKeys = {"bStoreGroundMeshData"}, .newer = readGroundMesh, .older = forgetGroundMesh},
     {.from = 8136,
      .keys = {"cCarCam.dGasPedalMaxRateOfChange"},
      .olderNumber = {car<&cCarCam::dGasPedalMaxRateOfChange>, 99999.0}},
@@ -181,6 +185,17 @@ bool runVersionSteps(const Load& load) {
     for (const VersionStep& step : kSteps)
         if (!run(step, load)) return false;
     return true;
+}
+
+SavedRows neededRows(const std::string& rootName) {
+    SavedRows rows;
+    for (const VersionStep& step : kSteps) {
+        if (!isAtLeast(rootName, step.from)) continue;
+        for (const Keys& keys : {step.keys, step.ownKeys})
+            for (const std::string_view key : keys)
+                if (!key.empty()) rows.set(savedRowNumber(key) - 1);
+    }
+    return rows;
 }
 
 }  // namespace ond::ovs::addon

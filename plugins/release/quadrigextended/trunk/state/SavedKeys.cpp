@@ -137,6 +137,11 @@ const SavedRow* findSavedRow(std::string_view key) {
     return found == kSavedRows.end() ? nullptr : found;
 }
 
+std::size_t savedRowNumber(std::string_view key) {
+    const SavedRow* row = findSavedRow(key);
+    return row == nullptr ? 0 : static_cast<std::size_t>(row - kSavedRows.data()) + 1;
+}
+
 AVar_Linear<double>& wheelStoreVariable(CCarCamObject& vehicle, int corner, std::size_t index) {
     const AnimatedRow& row = *findAnimatedRow(kWheelStoreKeys[index]);
     return (vehicle.*std::get<CornerBinding>(row.binding).variables)[static_cast<std::size_t>(corner)];

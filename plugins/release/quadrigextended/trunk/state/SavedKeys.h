@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -47,6 +48,12 @@ constexpr std::string_view kOldWheelStoreKey = "wheelstore2";  ///< no payload, 
 
 /// The row of a key; null for a key that is not saved.
 [[nodiscard]] const SavedRow* findSavedRow(std::string_view key);
+
+/// Some of the rows.
+using SavedRows = std::bitset<kSavedRows.size()>;
+
+/// The place of a key among the rows, counted from 1; 0 for a key that is not saved.
+[[nodiscard]] std::size_t savedRowNumber(std::string_view key);
 
 /// The history of a corner, `index` being a position in kWheelStoreKeys.
 [[nodiscard]] AVar_Linear<double>& wheelStoreVariable(CCarCamObject& vehicle, int corner, std::size_t index);
