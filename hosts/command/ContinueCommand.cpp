@@ -61,15 +61,15 @@ Continuation open(const ContinueOptions& options, const Console& console) {
     return one;
 }
 
-/// The last frame to drive: as told, or as long as the input lasts, or `otherwise`.
-int lastFrame(const Continuation& one, const std::string& told, std::optional<int> otherwise) {
+/// The last frame to drive: as told, or as long as the input lasts, or to the end of the take.
+int lastFrame(const Continuation& one, const std::string& told) {
     int last = 0;
     if (!told.empty())
         last = wholeOf(told, "--last");
     else if (one.tracks.duration() > 0.0)
         last = lastFrameWithin(one.stage().scene.clock.rate, one.zero, one.tracks.duration());
-    else if (otherwise)
-        last = *otherwise;
+    else if (one.recorded.second > one.at)
+        last = one.recorded.second;
     else
         throw CommandError("nothing says how long to drive; give a log, keys that last, or --last");
     if (last <= one.at)
@@ -122,7 +122,7 @@ int resume(const ContinueOptions& options, const Console& console) {
     if (options.at.empty()) throw CommandError("say from which frame to resume with --at");
     const Continuation one = open(options, console);
     Stage& stage = one.stage();
-    const int last = lastFrame(one, options.last, std::nullopt);
+    const int last = lastFrame(one, options.last);
     std::vector<bool> armed;
     for (std::size_t i = 0; i < stage.vehicles.size(); ++i) {
         armed.push_back(stage.vehicles[i]->armed);
@@ -161,8 +161,7 @@ int retake(const ContinueOptions& options, const Console& console) {
     if (!options.at.empty()) {
         other.emplace();
         other->at = one.at;
-        other->to =
-            lastFrame(one, options.last, options.overdub ? std::optional<int>(one.recorded.second) : std::nullopt);
+        other->to = lastFrame(one, options.last);
         other->input = overrideOf(one, options.overdub);
     }
     const auto started = std::chrono::steady_clock::now();

@@ -88,8 +88,9 @@ void addResume(CLI::App& app, ContinueOptions& options) {
         "Continue a take from any of its frames with other input.\n\n"
         "The vehicle starts from the state that the take keeps at that frame. What lies before stays as it is to the\n"
         "bit, what lies behind is driven anew. Other vehicles keep what they did.");
-    addTakeAndTime(resume, options, "The frame to continue from, within the recording",
-                   "The last frame to drive; otherwise the last time of the input decides");
+    addTakeAndTime(
+        resume, options, "The frame to continue from, within the recording",
+        "The last frame to drive; otherwise the last time of the input decides, or else the end of the take");
     addInput(resume, options.input);
     addOutput(resume, options.output, "The take to write, .glb; not the one that is read", true);
     addCommon(resume, options.common, true);
@@ -108,9 +109,9 @@ void addRetake(CLI::App& app, ContinueOptions& options) {
         "is\n"
         "exact. With --overdub only the channels that have new input are replaced, while the others replay. Without\n"
         "new input the same recording is made again: the same bytes.");
-    addTakeAndTime(retake, options, "The last frame that is driven as recorded",
-                   "The last frame to drive; otherwise the last time of the new input, or with --overdub the last "
-                   "recorded frame");
+    addTakeAndTime(
+        retake, options, "The last frame that is driven as recorded",
+        "The last frame to drive; otherwise the last time of the new input decides, or else the end of the take");
     addInput(retake, options.input);
     retake
         ->add_flag("--overdub", options.overdub,

@@ -149,7 +149,7 @@ TEST_F(BadInput, FramesOutsideOfATake) {
     const std::string out = path("a.glb");
     EXPECT_REFUSED((Words{"resume", take, "--at", "11", "--hold", "gas=1", "--last", "20", "-o", out}),
                    "--at: frame 11 is not within the recording, frames 0 to 10");
-    EXPECT_REFUSED((Words{"resume", take, "--at", "5", "--hold", "gas=1", "-o", out}),
+    EXPECT_REFUSED((Words{"resume", take, "--at", "10", "--hold", "gas=1", "-o", out}),
                    "nothing says how long to drive");
     EXPECT_REFUSED((Words{"resume", take, "--at", "5", "--hold", "gas=1", "--last", "5", "-o", out}),
                    "must lie behind --at");

@@ -34,6 +34,11 @@ TEST_F(Continued, ResumeLeavesWhatLiesBeforeToTheBit) {
     EXPECT_EQ(other[20].at("inputs"), lines[20].at("inputs"));
 }
 
+TEST_F(Continued, ResumeGoesOnToTheEndOfTheTakeWhereNothingElseIsSaid) {
+    done({"resume", take, "--at", "30", "--hold", "gas=1", "-q", "-o", path("other.glb")});
+    EXPECT_EQ(trace(path("other.glb")).size(), lines.size());
+}
+
 TEST_F(Continued, AResumedTakeCanBeResumedAndMadeAgain) {
     done({"resume", take, "--at", "30", "--hold", "gas=1", "--last", "50", "-q", "-o", path("two.glb")});
     done({"resume", path("two.glb"), "--at", "40", "--hold", "gas=-1", "--last", "70", "-q", "-o", path("three.glb")});
