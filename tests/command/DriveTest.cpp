@@ -196,7 +196,8 @@ TEST_F(Drives, SeveralVehiclesShareTheGround) {
         "vehicles": [{"name": "a", "at": [0, 10], "inputs": [{"channel": "gas", "value": 1}]},
                      {"name": "b", "at": [5, -10], "heading": 180, "inputs": [{"channel": "gas", "value": 0.5}]}]})");
     const Answer answer = done({"drive", file, "--json", "-o", path("take.glb")});
-    for (const json& vehicle : json::parse(answer.out).at("vehicles")) {
+    const json summary = json::parse(answer.out);
+    for (const json& vehicle : summary.at("vehicles")) {
         EXPECT_EQ(vehicle.at("framesWithWheelInAir"), 0) << vehicle;
         EXPECT_GT(vehicle.at("distance").get<double>(), 0.05);
         EXPECT_TRUE(vehicle.at("leftGround").is_null());

@@ -152,7 +152,10 @@ TEST_P(Stunt, LeavesARampOnABallisticArcAndLandsOnItsWheels) {
 
     // In flight the car's frame is a thrown stone: equal steps along, and 9.81 m/s^2 downwards.
     const auto place = [&](std::size_t i) { return placeIn(lines[i], "car_CarBodyBaseMesh"); };
-    for (std::size_t i = up + 2; i + 2 < down && allInAir(i + 1); ++i) {
+    // In the first tenth of a second the nose that left the ramp first is still being levelled.
+    const std::size_t settled = up + static_cast<std::size_t>(std::max(2, jump.fps / 10));
+    ASSERT_LT(settled + 5, down);
+    for (std::size_t i = settled; i + 2 < down && allInAir(i + 1); ++i) {
         const Vector3<double> change = place(i + 1) - place(i) * 2.0 + place(i - 1);
         EXPECT_NEAR(change.y * perSecond * perSecond, -9.81, 0.5) << i;
         EXPECT_NEAR(std::hypot(change.x, change.z) * perSecond * perSecond, 0.0, 0.5) << i;

@@ -11,6 +11,8 @@ class HostUndo : public OneFake {
   protected:
     std::string written;
     ovs::CUndo* record(const std::string& name) { return new WrittenRecord(name, written); }
+    /// The records write into `written`, which goes before the stack does.
+    void TearDown() override { undo.clear(); }
 };
 
 TEST_F(HostUndo, RecordIsOwnedNotRunAndEndedByRelease) {

@@ -228,8 +228,11 @@ class Damage {
 class DamagedLoad : public testing::Test {
   protected:
     smallest::Module module{VEHICLE_MODULE_PATH};
-    LoadingHost host{module.plugin(0)};
+    ovs::CCameraPlugin* plugin = module.plugin(0);
+    LoadingHost host{plugin};
     const std::vector<NamedBlock> blocks = frozenBlocks();
+
+    void TearDown() override { plugin->release(); }
 };
 
 TEST_F(DamagedLoad, IsAnsweredAndStaysInsideTheBlockAndItsZeros) {
