@@ -12,6 +12,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # gcc 12 sees overlapping copies in the standard library's own string concatenation.
     -Wno-restrict)
 endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # A sanitized test program links five times as fast with it.
+  find_program(QUADRIG_LLD ld.lld)
+  if(QUADRIG_LLD)
+    add_link_options(-fuse-ld=lld)
+  endif()
+endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86)$")
   # x87 registers keep more precision than a double holds.
   target_compile_options(quadrig_options INTERFACE -msse2 -mfpmath=sse)

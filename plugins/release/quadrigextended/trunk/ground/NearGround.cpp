@@ -357,7 +357,8 @@ bool NearGround::isSurelyVisited(std::size_t bodyNumber, int node, const btVecto
 bool NearGround::hitsFartherOn(const Vector& direction, double length) const {
     const btVector3 from = toBullet(m_origin);
     const btVector3 to = from + toBullet(direction) * length;
-    for (double near = m_reach; near < kFarthest * m_reach; near *= 2.0) {
+    double near = m_reach;
+    while (near < kFarthest * m_reach) {
         const Vector start = m_origin + near * direction;
         const Vector end = m_origin + 2.0 * near * direction;
         Nearest nearest(from, to);
@@ -367,6 +368,7 @@ bool NearGround::hitsFartherOn(const Vector& direction, double length) const {
                 return !nearest.found;
             });
         if (nearest.found) return nearest.isSure(*this);
+        near *= 2.0;
     }
     return false;
 }
