@@ -1,4 +1,2 @@
 // The program whose precompiled headers the test programs share; it does nothing itself.
-int main() {
-    return 0;
-}
+int main() { return 0; }
