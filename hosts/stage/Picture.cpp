@@ -13,7 +13,6 @@
 
 namespace ond::stage {
 
-using util::CMesh;
 using util::Matrix4;
 using util::Vector3;
 
@@ -358,8 +357,9 @@ std::vector<unsigned char> Painter::paint() const {
         for (int column = 0; column < m_options.width; ++column) {
             Colour sum{0, 0, 0};
             for (int i = 0; i < kSamples * kSamples; ++i) {
+                const int sampleRow = i / kSamples;
                 const double dx = (i % kSamples + 0.5) / kSamples;
-                const double dy = (i / kSamples + 0.5) / kSamples;
+                const double dy = (sampleRow + 0.5) / kSamples;
                 sum = sum + colourAt((column + dx - m_options.width * 0.5) * size,
                                      (m_options.height * 0.5 - row - dy) * size);
             }
