@@ -1,7 +1,8 @@
 // Start and end of a run: what a user waits for after pressing play.
 //
-// In Bullet mode the start builds the collision world from the ground, in stored mode everything stands already. The
-// resumed run starts behind a recording of 10,000 frames, whose histories the undo records copy. Counter:
+// In Bullet mode the start builds the collision world from the ground, in stored mode everything stands already, in
+// surface mode the ground stays with the host. The resumed run starts behind a recording of 10,000 frames, whose
+// histories the undo records copy. Counter:
 //   kept_bytes    heap that one more run leaves behind, Bullet's included; absent where it is nothing
 // Read the medians, and of the times "CPU".
 #include <benchmark/benchmark.h>
@@ -40,6 +41,13 @@ void fresh(benchmark::State& state, Casting how) {
     runs(state, car, 0.0);
 }
 
+/// One car for all repetitions: its tree takes most of a minute and more than a gigabyte.
+void freshOnLargeTree(benchmark::State& state) {
+    static const GridTerrain terrain(2000000);
+    static BenchCar car(Casting::stored, &terrain);
+    runs(state, car, 0.0);
+}
+
 void freshOnPlane(benchmark::State& state) {
     BenchCar car(Casting::plane, nullptr);
     runs(state, car, 0.0);
@@ -63,9 +71,13 @@ void sizes(benchmark::internal::Benchmark* bench) {
     bench->ArgName("triangles")->Arg(2000)->Arg(200000);
 }
 
-/// With a fixed number of runs: a trial for their number would build the tree anew each time.
-void treeSizes(benchmark::internal::Benchmark* bench) {
+/// With a fixed number of runs: a trial for their number would make the ground, and its tree, anew each time.
+void fixedRuns(benchmark::internal::Benchmark* bench) {
     bench->Repetitions(3)->Iterations(20000)->DisplayAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
+}
+
+void fixedSizes(benchmark::internal::Benchmark* bench) {
+    fixedRuns(bench);
     bench->ArgName("triangles")->Arg(2000)->Arg(200000);
 }
 
@@ -80,4 +92,6 @@ BENCHMARK(freshOnPlane)->Apply(settings);
 BENCHMARK(resumed)->Apply(settings);
 BENCHMARK_CAPTURE(fresh, bullet, Casting::bullet)->Apply(sizes);
 BENCHMARK_CAPTURE(fresh, bullet, Casting::bullet)->Apply(largeSize);
-BENCHMARK_CAPTURE(fresh, stored, Casting::stored)->Apply(treeSizes);
+BENCHMARK_CAPTURE(fresh, surface, Casting::surface)->Apply(fixedSizes)->Arg(2000000);
+BENCHMARK_CAPTURE(fresh, stored, Casting::stored)->Apply(fixedSizes);
+BENCHMARK(freshOnLargeTree)->Apply(fixedRuns);

@@ -167,8 +167,8 @@ class FakeHost : public ovs::CInterface {
         return hasBlock ? block.data() : nullptr;
     }
 
-    void deleteElement(ovs::MeshHandle* /*element*/, std::int32_t, std::int32_t) override {
-        log.emplace_back("delete");
+    void deleteElement(ovs::MeshHandle* element, std::int32_t, std::int32_t) override {
+        log.push_back("delete " + (element == nullptr ? "null" : static_cast<FakeElement*>(element)->name));
     }
     ovs::MeshHandle* findElement(std::string identifier) override {
         log.push_back("find " + identifier);
@@ -206,7 +206,7 @@ class FakeHost : public ovs::CInterface {
     void releaseAppearanceObject(ovs::AppearanceObject* /*object*/) override { --taken; }
     void releaseTransformObject(ovs::TransformObject* /*object*/) override { --taken; }
     double getCurrentTime() override { return 0.0; }
-    double getFrameStep() override { return 0.04; }
+    double getFrameStep() override { return frameStep; }
     void redrawViews() override { log.emplace_back("redraw"); }
     void messageBox(std::string text, std::string caption, std::int32_t) override {
         log.push_back("message " + caption + ": " + text);
@@ -243,6 +243,7 @@ class FakeHost : public ovs::CInterface {
     bool refusesInputs = false;
     int stores = 0;
     int taken = 0;  // objects that were taken and not given back
+    double frameStep = 0.04;
 
   private:
     void add(const Item& item) {

@@ -32,8 +32,10 @@ const char* const kEveryElement[] = {"CarBodyMesh",
                                      "ExternalForceMesh",
                                      "WheelCenterSuspensionMesh_FL"};
 
-// With the skid brake held nothing moves the car: once the body and the camera have settled, all that is left is the
-// rounding of the step that settles the car on its wheels, which comes and goes in the last places of a double.
+// With the skid brake held nothing moves the car: once the body and the camera have settled, all that is left is
+// rounding, in two places. Spring lengths are differences of coordinates of order 1 and so known to about 1e-16; the
+// body's vertical speed is such a difference divided by the length of a step, which makes more of it. And where the car
+// stands near the origin, offsets of order 1 are added to a place near zero and taken off again.
 TEST_F(Story, ParkedCarIsAtRestToTheLastPlacesOfADouble) {
     Vehicle& car = addCarOnPlane();
     car.axis("Skid Brake").position = 1.0;
