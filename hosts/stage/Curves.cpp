@@ -1,5 +1,6 @@
 #include "stage/Curves.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -7,13 +8,14 @@ namespace ond::stage {
 
 namespace {
 
-constexpr std::array<std::pair<CurveKind, const char*>, 6> kNames = {{
+constexpr std::array<std::pair<CurveKind, const char*>, 7> kNames = {{
     {CurveKind::output, "output"},
     {CurveKind::input, "input"},
     {CurveKind::suspension, "suspension"},
     {CurveKind::contactX, "contact_x"},
     {CurveKind::contactY, "contact_y"},
     {CurveKind::contactZ, "contact_z"},
+    {CurveKind::gauge, "gauge"},
 }};
 
 }  // namespace
@@ -42,6 +44,10 @@ int Curves::column(CurveKind kind, const std::string& name) const {
     for (std::size_t i = 0; i < columns.size(); ++i)
         if (columns[i].kind == kind && columns[i].name == name) return static_cast<int>(i);
     return -1;
+}
+
+bool Curves::has(CurveKind kind) const {
+    return std::any_of(columns.begin(), columns.end(), [&](const CurveColumn& column) { return column.kind == kind; });
 }
 
 void Curves::keepUpTo(int frame) {

@@ -12,10 +12,11 @@ enum class CurveKind {
     suspension,  ///< scene units by which a wheel's centre stands above its place at rest, along the body's up
     contactX,    ///< world position of the lowest point of a wheel, along the body's up
     contactY,
-    contactZ
+    contactZ,
+    gauge  ///< a row of the dialog that the vehicle writes to show something, in that row's unit
 };
 
-/// "output", "input", "suspension", "contact_x", "contact_y", "contact_z".
+/// "output", "input", "suspension", "contact_x", "contact_y", "contact_z", "gauge".
 [[nodiscard]] const char* nameOf(CurveKind kind);
 /// @return false if there is no kind of that name
 [[nodiscard]] bool kindOf(const std::string& name, CurveKind* kind);
@@ -36,6 +37,8 @@ struct Curves {
     [[nodiscard]] const double* row(int frame) const;
     /// The place of a column, or -1.
     [[nodiscard]] int column(CurveKind kind, const std::string& name) const;
+    /// Whether there are columns of that kind.
+    [[nodiscard]] bool has(CurveKind kind) const;
     /// Drops the rows behind `frame`; a frame outside of the table drops all.
     void keepUpTo(int frame);
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "stage/StageError.h"
 
@@ -29,8 +30,12 @@ void DialogItem::write(double value) const {
 }
 
 void DialogItem::restore(double value) const {
+    if (std::isnan(value) && (kind == Kind::integer || kind == Kind::checkBox))
+        throw StageError("'" + label + "' cannot hold what is no number");
+    using Whole = std::numeric_limits<std::int32_t>;
+    const bool holds = value >= Whole::min() && value <= Whole::max();
     switch (kind) {
-        case Kind::integer: *integer = static_cast<std::int32_t>(value); break;
+        case Kind::integer: *integer = static_cast<std::int32_t>(holds ? value : std::clamp(value, min, max)); break;
         case Kind::number: *number = value; break;
         case Kind::checkBox: *checkBox = value != 0.0; break;
         case Kind::button: break;

@@ -35,7 +35,9 @@ struct DialogItem {
     [[nodiscard]] double value() const;
     /// Writes the field, within its range. What is no number changes nothing.
     void write(double value) const;
-    /// Writes what the field held before, which may be outside of the range.
+    /// Writes what the field held before, which may be outside of the range. What a whole number cannot have held, as a
+    /// file may say that nobody wrote, is kept within the range.
+    /// @throws StageError for what is no number, unless the field holds such numbers
     void restore(double value) const;
 };
 

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "stage/Snapshot.h"
@@ -27,5 +30,13 @@ struct RunRecord {
 
 /// The recorded runs in the order in which they were driven. The first has its `before`.
 using Journal = std::vector<RunRecord>;
+
+/// The names of the vehicles that took part in each run.
+[[nodiscard]] std::vector<std::vector<std::string>> drivenVehicles(const Journal& journal);
+
+/// First and last frame of what is recorded of any of these vehicles; nothing if none took part in a run. A run ends
+/// what runs before it recorded of its vehicles, and of these alone.
+[[nodiscard]] std::optional<std::pair<int, int>> recordedFrames(const Journal& journal,
+                                                                const std::vector<std::string>& vehicles);
 
 }  // namespace ond::stage

@@ -132,6 +132,7 @@ void HostTransform::setLocalMatrix(const util::Matrix4& matrix) {
     const ModuleBoundary::Pause pause;
     if (!lent.use("setLocal")) return;
     lent.host->note("setLocal", lent.host->label(lent.element), lent.host->at(lent.time));
+    if (lent.element->deleted) return;
     checkWrite("setLocal", matrix);
     lent.host->scene.setLocal(*lent.element, lent.time, matrix);
 }
@@ -147,6 +148,7 @@ void HostTransform::setWorldMatrix(const util::Matrix4& matrix) {
     const ModuleBoundary::Pause pause;
     if (!lent.use("setWorld")) return;
     lent.host->note("setWorld", lent.host->label(lent.element), lent.host->at(lent.time));
+    if (lent.element->deleted) return;
     checkWrite("setWorld", matrix);
     lent.host->scene.setWorld(*lent.element, lent.time, matrix);
 }

@@ -47,6 +47,7 @@ struct Lent {
     bool use(const char* operation) const;
 };
 
+/// Of an element that is deleted while the object is out, the matrices can still be read; writing them does nothing.
 class HostTransform final : public ovs::TransformObject {
   public:
     void readLocalMatrix(util::Matrix4& out) override;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include "stage/StageError.h"
 
@@ -71,13 +72,32 @@ void Scene::copyElements(const std::string& vehicle, const std::string& copy) {
 }
 
 void Scene::remove(Element& element) {
+    if (element.deleted) return;
+    element.former = {element.parent, 0, element.children};
+    if (element.parent != nullptr) {
+        const std::vector<Element*>& siblings = element.parent->children;
+        const auto own = std::find(siblings.begin(), siblings.end(), &element);
+        element.former.place = static_cast<std::size_t>(own - siblings.begin());
+    }
     for (Element* child : element.children) child->parent = nullptr;
     element.children.clear();
     reparent(element, nullptr);
     element.deleted = true;
 }
 
-void Scene::revive(Element& element) { element.deleted = false; }
+void Scene::revive(Element& element) {
+    if (!element.deleted) return;
+    element.deleted = false;
+    const Element::FormerPlace former = std::move(element.former);
+    element.former = {};
+    for (Element* child : former.children)
+        if (!child->deleted && child->parent == nullptr) reparent(*child, &element);
+    if (former.parent == nullptr || former.parent->deleted || isBelow(former.parent, &element)) return;
+    reparent(element, former.parent);
+    std::vector<Element*>& siblings = former.parent->children;
+    const auto place = static_cast<std::ptrdiff_t>(std::min(former.place, siblings.size() - 1));
+    std::rotate(siblings.begin() + place, siblings.end() - 1, siblings.end());
+}
 
 Element* Scene::find(const std::string& sceneName) const {
     for (const auto& element : elements)
@@ -148,12 +168,13 @@ void Scene::write(Element& element, double time, const Matrix4& local) {
 
 void Scene::endRun(bool recorded) {
     m_running = false;
-    if (!recorded) {
-        setTracks(m_before);
-        return;
+    for (std::size_t i = 0; i < m_written.size(); ++i) {
+        if (!m_written[i]) continue;
+        if (recorded)
+            elements[i]->track.removeBehind(clock.time(clock.now), clock.snap());
+        else
+            elements[i]->track = i < m_before.size() ? m_before[i] : Track();
     }
-    for (std::size_t i = 0; i < m_written.size(); ++i)
-        if (m_written[i]) elements[i]->track.removeBehind(clock.time(clock.now), clock.snap());
 }
 
 std::vector<Track> Scene::tracks() const {

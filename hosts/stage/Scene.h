@@ -29,6 +29,13 @@ struct Element {
     bool deleted = false;
     std::size_t index = 0;  ///< in Scene::elements
 
+    /// Where a deleted element hung, for Scene::revive().
+    struct FormerPlace {
+        Element* parent = nullptr;
+        std::size_t place = 0;  ///< among its parent's children
+        std::vector<Element*> children;
+    } former;
+
     bool shown = true;
     bool ownColour = false;
     bool wireframe = false;
@@ -65,7 +72,8 @@ class Scene {
     void copyElements(const std::string& vehicle, const std::string& copy);
     /// As a user deletes it: children move to the root and keep their local matrices.
     void remove(Element& element);
-    /// Brings a deleted element back to the root of the scene.
+    /// Brings a deleted element back to where it hung, with its children: to the root if its parent is deleted or now
+    /// hangs below it, and without the children that hang elsewhere by now.
     void revive(Element& element);
 
     [[nodiscard]] Element* find(const std::string& sceneName) const;
@@ -89,10 +97,12 @@ class Scene {
     void beginRun(int start);
     /// The frame that is written now. A set at its time removes the keys of older passes since the frame before.
     void beginFrame(int frame);
-    /// Recorded: written elements lose their keys behind the last frame. Not recorded: all tracks become what they were
-    /// at beginRun().
+    /// Recorded: written elements lose their keys behind the last frame. Not recorded: their tracks become what they
+    /// were at beginRun().
     void endRun(bool recorded);
     [[nodiscard]] bool isRunning() const { return m_running; }
+    /// Whether the present run wrote the element, or the last one.
+    [[nodiscard]] bool wrote(std::size_t element) const { return element < m_written.size() && m_written[element]; }
 
     /// All tracks, for the undo of a run.
     [[nodiscard]] std::vector<Track> tracks() const;

@@ -45,6 +45,10 @@ void add(Fingerprint& to, const VehicleState& vehicle) {
         to.text(channel.name);
         for (const double value : {channel.multiplier, channel.deadZone, channel.exponent, channel.offset})
             to.number(value);
+        if (channel.wire == ChannelWire()) continue;
+        to.word(channel.wire.wired ? 1 : 0);
+        to.text(channel.wire.vehicle);
+        to.text(channel.wire.channel);
     }
 }
 

@@ -10,16 +10,28 @@
 
 namespace ond::stage {
 
-/// How an input channel of a vehicle is tuned; see unidevice::Property.
+/// Which axis feeds an input channel. That of another program part, of a device say, counts as the channel's own axis:
+/// what it gave is fed through that one when a run is driven again.
+struct ChannelWire {
+    bool wired = true;    ///< false: nothing feeds the channel
+    std::string vehicle;  ///< that has the axis; empty for the vehicle of the channel
+    std::string channel;  ///< whose axis it is there; empty for the channel's own
+    friend bool operator==(const ChannelWire& a, const ChannelWire& b) {
+        return a.wired == b.wired && a.vehicle == b.vehicle && a.channel == b.channel;
+    }
+};
+
+/// How an input channel of a vehicle is tuned and wired; see unidevice::Property.
 struct ChannelSettings {
     std::string name;
     double multiplier = 1.0;
     double deadZone = 0.1;
     double exponent = 1.3;
     double offset = 0.0;
+    ChannelWire wire;
     friend bool operator==(const ChannelSettings& a, const ChannelSettings& b) {
         return a.name == b.name && a.multiplier == b.multiplier && a.deadZone == b.deadZone &&
-               a.exponent == b.exponent && a.offset == b.offset;
+               a.exponent == b.exponent && a.offset == b.offset && a.wire == b.wire;
     }
 };
 

@@ -18,15 +18,19 @@ std::vector<std::string> complaintsOf(const Vehicle& vehicle) {
     return all;
 }
 
+/// Deletes the elements behind the first `count`, which a vehicle that could not be made has left.
+void removeBehind(Scene& scene, std::size_t count) {
+    for (std::size_t i = count; i < scene.elements.size(); ++i) scene.remove(*scene.elements[i]);
+}
+
 }  // namespace
 
-Stage::Stage(const Module& vehicleModule, FrameRate rate)
-    : module(vehicleModule), plugin(vehicleModule.plugin(0)), scene(rate) {
-    if (module.version() != kContractVersion) {
-        if (plugin != nullptr) plugin->release();
+Stage::Stage(const Module& vehicleModule, FrameRate rate) : module(vehicleModule), plugin(nullptr), scene(rate) {
+    // The table of a descriptor is only known where the version is.
+    if (module.version() != kContractVersion)
         throw StageError("the vehicle module speaks version " + std::to_string(module.version()) +
                          " of the contract, this host speaks " + std::to_string(kContractVersion));
-    }
+    plugin = module.plugin(0);
     if (plugin == nullptr) throw StageError("the module offers no vehicle");
 }
 
@@ -51,9 +55,42 @@ Vehicle& Stage::addVehicle(const std::string& name) {
 }
 
 Vehicle& Stage::addVehicle(const VehicleState& state) {
+    const std::size_t count = scene.elements.size();
     Vehicle& vehicle = create(state.name);
-    vehicle.become(state);
+    try {
+        vehicle.become(state);
+    } catch (...) {
+        vehicles.pop_back();
+        removeBehind(scene, count);
+        throw;
+    }
+    wireChannels({state});
     return vehicle;
+}
+
+void Stage::wireChannels(const std::vector<VehicleState>& states) {
+    const auto axisOf = [this](const std::string& vehicle, const std::string& channel) -> InputAxis* {
+        const int place = vehicleNamed(vehicle);
+        if (place < 0) return nullptr;
+        for (const auto& axis : vehicles[static_cast<std::size_t>(place)]->axes)
+            if (axis->name() == channel) return axis.get();
+        return nullptr;
+    };
+    for (const VehicleState& state : states) {
+        const int place = vehicleNamed(state.name);
+        if (place < 0) continue;
+        for (const auto& channel : vehicles[static_cast<std::size_t>(place)]->properties)
+            for (const ChannelSettings& settings : state.channels) {
+                if (settings.name != channel->name) continue;
+                const ChannelWire& wire = settings.wire;
+                InputAxis* axis = axisOf(wire.vehicle.empty() ? state.name : wire.vehicle,
+                                         wire.channel.empty() ? settings.name : wire.channel);
+                if (wire.wired && axis != nullptr)
+                    axis->wire(*channel);
+                else if (channel->source != nullptr)
+                    channel->source->unwire(*channel);
+            }
+    }
 }
 
 Vehicle& Stage::replace(Vehicle& vehicle) {
@@ -66,28 +103,41 @@ Vehicle& Stage::replace(Vehicle& vehicle) {
     fresh->log.enabled = vehicle.log.enabled;
     fresh->strict = vehicle.strict;
     fresh->misuse = complaintsOf(vehicle);
+    std::vector<VehicleState> wiring;
+    for (const auto& each : vehicles) wiring.push_back({each->name, each->armed, {}, {}, each->channels()});
     *place = std::move(fresh);
     (*place)->declare();
+    wireChannels(wiring);
     return **place;
 }
 
 Vehicle& Stage::duplicate(Vehicle& original, const std::string& name) {
-    if (isRunning()) throw StageError("a vehicle cannot be duplicated during a run");
+    requireNoRun("a vehicle cannot be duplicated");
     if (vehicleNamed(name) >= 0)
         throw StageError("there is a vehicle '" + name + "' already; give this one another name");
     VehicleState state = original.state();
     state.name = name;
+    const std::size_t count = scene.elements.size();
     scene.copyElements(original.name, name);
-    return addVehicle(state);
+    try {
+        return addVehicle(state);
+    } catch (...) {
+        removeBehind(scene, count);
+        throw;
+    }
 }
 
 void Stage::removeVehicle(Vehicle& vehicle) {
+    // The input of a recorded run has a row of each vehicle for every frame.
+    if (keepsRun()) requireNoRun("a vehicle cannot be removed");
     const std::string name = vehicle.name;
+    const Shown before = shown();
     const auto place =
         std::find_if(vehicles.begin(), vehicles.end(), [&](const auto& v) { return v.get() == &vehicle; });
     vehicles.erase(place);
     for (const auto& element : scene.elements)
         if (element->vehicle == name && !element->deleted) scene.remove(*element);
+    putShown(before);
 }
 
 int Stage::vehicleNamed(const std::string& name) const {
@@ -96,54 +146,92 @@ int Stage::vehicleNamed(const std::string& name) const {
     return -1;
 }
 
+std::vector<std::string> Stage::names() const {
+    std::vector<std::string> all;
+    for (const auto& vehicle : vehicles) all.push_back(vehicle->name);
+    return all;
+}
+
+void Stage::requireNoRun(const std::string& what) const {
+    if (isRunning()) throw StageError(what + " while a run is under way; stop the run first");
+}
+
+void Stage::requireRun(const std::string& what) const {
+    if (!isRunning()) throw StageError("there is no run to " + what + "; start one first");
+}
+
 void Stage::startRun(int frame, bool recorded) {
-    scene.clock.now = frame;
+    requireNoRun("a run cannot be started");
+    scene.clock.now = m_from = m_frame = frame;
     m_recorded = recorded;
-    if (!m_drivingAgain) m_breakdown.reset();
+    m_breakdown.reset();
+    if (!m_drivingAgain) m_shownBefore = shown();
     noteRunStart(frame);
-    m_tracksBefore = std::make_shared<std::vector<Track>>(scene.tracks());
+    m_tracksBefore = scene.tracks();
     undo.open();
     for (const auto& vehicle : vehicles) vehicle->feedAxes();
     for (const auto& vehicle : vehicles)
         if (vehicle->armed && vehicle->life == Vehicle::Life::rigged) vehicle->startRun(frame);
+    noteStartWrites();
     scene.beginRun(frame);
     collectMessages();
-    noteInputs();
+    m_breakdown = findBreakdown();
+    if (!m_breakdown) noteInputs();
 }
 
 bool Stage::advance(int frames) {
-    for (int i = 0; i < frames; ++i) {
-        const int frame = scene.clock.now + 1;
+    requireRun("drive on");
+    for (int i = 0; i < frames && !m_breakdown; ++i) {
+        const int frame = ++m_frame;
         scene.beginFrame(frame);
         for (const auto& vehicle : vehicles) vehicle->feedAxes();
         for (const auto& vehicle : vehicles)
             if (vehicle->life == Vehicle::Life::running) vehicle->updateFrame(frame);
         m_breakdown = findBreakdown();
-        if (m_breakdown) {
-            driveAgainTo(frame - 1);
-            return false;
-        }
+        if (m_breakdown) break;
         showToAll(frame);
         collectMessages();
         noteInputs();
-        if (progress) progress(frame);
+        if (!m_breakdown && progress) progress(frame);
     }
-    return true;
+    if (!m_breakdown) return true;
+    endBrokenRun();
+    return false;
 }
 
 void Stage::stopRun() {
+    requireRun("stop");
+    // The start may have broken, which the frame behind it would have told.
+    if (m_breakdown)
+        endBrokenRun();
+    else
+        endRun(m_frame);
+}
+
+/// Stops the vehicles in the frame that was driven last. Of what the run wrote, the part behind `last` goes.
+void Stage::endRun(int last) {
+    scene.clock.now = m_frame;
     for (const auto& vehicle : vehicles)
         if (vehicle->life == Vehicle::Life::running) {
-            vehicle->stopRun(scene.clock.now);
+            vehicle->stopRun(m_frame);
             vehicle->dropSurfaces();
         }
+    scene.clock.now = std::max(last, m_from);
     scene.endRun(m_recorded);
+    if (m_breakdown && last <= m_from) takeBackTracks();
     collectMessages();
-    const auto before = m_tracksBefore;
-    const auto after = std::make_shared<std::vector<Track>>(scene.tracks());
-    undo.push([this, before] { scene.setTracks(*before); }, [this, after] { scene.setTracks(*after); }, this);
+    const std::optional<RunRecord> record = noteRunEnd();
+    pushRunUndo(record);
     undo.close();
-    noteRunEnd();
+}
+
+void Stage::endBrokenRun() {
+    const Breakdown breakdown = *m_breakdown;
+    if (keepsRun())
+        driveAgainTo(breakdown.frame - 1);
+    else
+        endRun(breakdown.frame - 1);
+    m_breakdown = breakdown;
 }
 
 bool Stage::run(int from, int to, bool recorded) {
@@ -181,7 +269,7 @@ void Stage::collectMessages() {
 }
 
 std::vector<std::string> Stage::complaints() const {
-    std::vector<std::string> all;
+    std::vector<std::string> all = undo.misuse;
     for (const auto& vehicle : vehicles) {
         const std::vector<std::string> own = complaintsOf(*vehicle);
         all.insert(all.end(), own.begin(), own.end());

@@ -1,5 +1,7 @@
 // What a stage keeps of its runs, and how it drives them again.
 #include <algorithm>
+#include <cmath>
+#include <functional>
 #include <utility>
 
 #include "ond/util/DataChunk.h"
@@ -13,33 +15,102 @@ namespace {
 
 bool takesPart(const Vehicle& vehicle) { return vehicle.armed && vehicle.life == Vehicle::Life::rigged; }
 
-}  // namespace
-
-Snapshot Stage::snapshot() {
-    Snapshot all;
-    all.now = scene.clock.now;
-    for (const auto& vehicle : vehicles) all.vehicles.push_back(vehicle->state());
+std::vector<ElementState> statesOf(const Scene& scene) {
+    std::vector<ElementState> all;
     for (const auto& element : scene.elements) {
         ElementState state{element->track, -1, {}, element->deleted, element->shown};
         if (element->parent != nullptr) state.parent = static_cast<int>(element->parent->index);
         for (const Element* child : element->children) state.children.push_back(static_cast<int>(child->index));
-        all.elements.push_back(std::move(state));
+        all.push_back(std::move(state));
     }
     return all;
 }
 
+/// Does something at the end of its block, also where that is left by an exception.
+class AtEnd {
+  public:
+    explicit AtEnd(std::function<void()> action) : m_action(std::move(action)) {}
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+    ~AtEnd() { m_action(); }
+
+  private:
+    std::function<void()> m_action;
+};
+
+/// An input channel by its places: in Stage::vehicles, in Vehicle::properties.
+struct FedChannel {
+    int vehicle = 0;
+    int channel = 0;
+};
+
+/// The channels that the axis feeds.
+std::vector<FedChannel> channelsOf(const std::vector<std::unique_ptr<Vehicle>>& vehicles, const InputAxis& axis) {
+    std::vector<FedChannel> fed;
+    for (std::size_t v = 0; v < vehicles.size(); ++v)
+        for (std::size_t c = 0; c < vehicles[v]->properties.size(); ++c)
+            if (vehicles[v]->properties[c]->source == &axis) fed.push_back({static_cast<int>(v), static_cast<int>(c)});
+    return fed;
+}
+
+/// What the channel was given in the frame of the run, or in the nearest one; nothing where it was not recorded.
+std::optional<double> recordedInput(const RunRecord& run, FedChannel of, int frame) {
+    if (static_cast<std::size_t>(of.vehicle) >= run.inputs.size()) return std::nullopt;
+    const RunInput& input = run.inputs[static_cast<std::size_t>(of.vehicle)];
+    const int rows = input.channels == 0 ? 0 : static_cast<int>(input.axes.size()) / input.channels;
+    if (rows == 0 || of.channel >= input.channels) return std::nullopt;
+    const int row = std::clamp(frame - run.from, 0, rows - 1);
+    return input.axes[static_cast<std::size_t>(row * input.channels + of.channel)];
+}
+
+}  // namespace
+
+Snapshot Stage::snapshot() {
+    requireNoRun("the scene cannot be captured");
+    Snapshot all;
+    all.now = scene.clock.now;
+    for (const auto& vehicle : vehicles) all.vehicles.push_back(vehicle->state());
+    all.elements = statesOf(scene);
+    return all;
+}
+
 void Stage::restore(const Snapshot& snapshot) {
-    vehicles.clear();
+    requireNoRun("the scene cannot be restored");
+    const std::vector<ElementState> before = statesOf(scene);
+    const int nowBefore = scene.clock.now;
     undo.clear();
+    putElements(snapshot.elements);
+    scene.clock.now = snapshot.now;
+    // The new vehicles load beside the old ones, which go when all is well.
+    std::vector<std::unique_ptr<Vehicle>> fresh;
+    try {
+        for (const VehicleState& state : snapshot.vehicles) {
+            fresh.push_back(std::make_unique<Vehicle>(plugin, state.name, scene, undo));
+            fresh.back()->log.enabled = logsCalls;
+            fresh.back()->become(state);
+        }
+    } catch (...) {
+        fresh.clear();
+        putElements(before);
+        scene.clock.now = nowBefore;
+        throw;
+    }
+    vehicles.swap(fresh);
+    fresh.clear();
+    wireChannels(snapshot.vehicles);
+}
+
+/// What the elements are; those behind the states are deleted.
+void Stage::putElements(const std::vector<ElementState>& states) {
     for (std::size_t i = 0; i < scene.elements.size(); ++i) {
         Element& element = *scene.elements[i];
         element.children.clear();
         element.parent = nullptr;
-        if (i >= snapshot.elements.size()) {
+        if (i >= states.size()) {
             element.deleted = true;
             continue;
         }
-        const ElementState& state = snapshot.elements[i];
+        const ElementState& state = states[i];
         element.track = state.track;
         element.deleted = state.deleted;
         element.shown = state.shown;
@@ -47,8 +118,6 @@ void Stage::restore(const Snapshot& snapshot) {
         for (const int child : state.children)
             element.children.push_back(scene.elements[static_cast<std::size_t>(child)].get());
     }
-    scene.clock.now = snapshot.now;
-    for (const VehicleState& state : snapshot.vehicles) addVehicle(state);
 }
 
 void Stage::setState(int vehicle, const std::map<std::string, double>& values) {
@@ -58,6 +127,8 @@ void Stage::setState(int vehicle, const std::map<std::string, double>& values) {
     root.deserialize(state.block.data(), state.block.size());
     for (const auto& [key, value] : values) {
         if (!root.hasChild(key)) throw StageError("the saved state of " + state.name + " has no key '" + key + "'");
+        if (std::isnan(value))
+            throw StageError("the key '" + key + "' of the saved state cannot hold what is no number");
         util::DataChunk& leaf = root.getChild(key);
         const bool flag = value != 0.0;
         const auto whole = static_cast<std::int32_t>(std::clamp(value, -2147483648.0, 2147483647.0));
@@ -74,133 +145,198 @@ void Stage::setState(int vehicle, const std::map<std::string, double>& values) {
     restore(changed);
 }
 
-void Stage::prepareCurves() {
+void Stage::prepareCurves(int frame) {
     curves.resize(vehicles.size());
-    for (std::size_t i = 0; i < vehicles.size(); ++i) {
-        std::vector<CurveColumn> columns = columnsOf(*vehicles[i]);
-        if (curves[i].columns != columns) curves[i] = {0, std::move(columns), {}};
-    }
+    // A run that does not go on from a recorded frame leaves no rows before it.
+    for (std::size_t i = 0; i < vehicles.size(); ++i)
+        prepareTable(curves[i], *vehicles[i], !takesPart(*vehicles[i]) || curves[i].row(frame) != nullptr);
 }
 
-std::optional<std::pair<int, int>> Stage::recorded() const {
-    if (journal.empty()) return std::nullopt;
-    std::pair<int, int> range{journal.front().from, journal.back().to};
-    for (const RunRecord& run : journal) range.first = std::min(range.first, run.from);
-    return range;
+std::optional<std::pair<int, int>> Stage::recorded() const { return recordedFrames(journal, names()); }
+
+std::optional<std::pair<int, int>> Stage::recorded(int vehicle) const {
+    return recordedFrames(journal, {vehicles.at(static_cast<std::size_t>(vehicle))->name});
 }
 
 void Stage::noteRunStart(int frame) {
-    if (!keepsJournal || !m_recorded || m_drivingAgain) return;
+    if (!keepsRun() || m_drivingAgain) return;
     m_before = std::make_shared<const Snapshot>(snapshot());
     const bool follows = !journal.empty() && journal.back().left == fingerprint(*m_before);
     m_run = {frame, frame, follows ? nullptr : m_before, {}, 0};
     for (const auto& vehicle : vehicles)
         m_run.inputs.push_back({takesPart(*vehicle), static_cast<int>(vehicle->axes.size()), {}});
-    std::erase_if(messages, [&](const StageMessage& message) { return message.frame > frame; });
-    prepareCurves();
+    beginRecording(frame);
+}
+
+void Stage::beginRecording(int frame) {
+    std::erase_if(messages, [this](const StageMessage& message) { return isCut(message); });
+    prepareCurves(frame);
+}
+
+/// Whether the present run takes the place of the message.
+bool Stage::isCut(const StageMessage& message) const {
+    const auto vehicle = static_cast<std::size_t>(message.vehicle);
+    return message.frame > m_run.from && vehicle < m_run.inputs.size() && m_run.inputs[vehicle].armed;
 }
 
 void Stage::noteInputs() {
-    if (!keepsJournal || !m_recorded) return;
-    const int frame = scene.clock.now;
+    if (!keepsRun()) return;
+    const int frame = m_frame;
     m_run.to = frame;
     for (std::size_t v = 0; v < vehicles.size() && v < m_run.inputs.size(); ++v) {
         const Vehicle& vehicle = *vehicles[v];
         if (!m_run.inputs[v].armed) continue;
         if (!m_drivingAgain)
-            for (const auto& axis : vehicle.axes) m_run.inputs[v].axes.push_back(axis->shown());
+            for (std::size_t c = 0; c < vehicle.axes.size(); ++c) m_run.inputs[v].axes.push_back(vehicle.input(c));
         Curves& table = curves[v];
         // The first frame of a resumed run was driven by the run before, whose row stays.
         table.keepUpTo(frame == m_run.from ? frame : frame - 1);
         if (table.row(frame) == nullptr) appendRow(table, vehicle, frame);
     }
+    m_breakdown = findBrokenRow();
 }
 
-void Stage::noteRunEnd() {
-    if (!keepsJournal || !m_recorded) return;
+std::optional<RunRecord> Stage::noteRunEnd() {
+    if (!keepsRun()) return std::nullopt;
     m_run.left = fingerprint(snapshot());
-    if (m_run.to > m_run.from) journal.push_back(m_run);
+    if (m_run.to == m_run.from) {
+        keepOldRecording();
+        return std::nullopt;
+    }
+    journal.push_back(m_run);
+    return m_run;
+}
+
+/// After a run without frames: the curves of before, and the messages with those that came since.
+void Stage::keepOldRecording() {
+    Shown old = m_shownBefore;
+    std::size_t next = 0;
+    for (StageMessage& message : old.messages)
+        if (!isCut(message) && next < messages.size()) message.count = messages[next++].count;
+    old.messages.insert(old.messages.end(), messages.begin() + static_cast<std::ptrdiff_t>(next), messages.end());
+    putShown(old);
+}
+
+Stage::Shown Stage::shown() const { return {names(), curves, messages}; }
+
+/// Finds the vehicles by their names, as others may have come or gone.
+void Stage::putShown(const Shown& from) {
+    std::vector<Curves> tables(from.curves.empty() ? 0 : vehicles.size());
+    for (std::size_t i = 0; i < from.curves.size() && i < from.names.size(); ++i)
+        if (const int place = vehicleNamed(from.names[i]); place >= 0)
+            tables[static_cast<std::size_t>(place)] = from.curves[i];
+    std::vector<StageMessage> placed;
+    for (StageMessage message : from.messages) {
+        if (static_cast<std::size_t>(message.vehicle) >= from.names.size()) continue;
+        message.vehicle = vehicleNamed(from.names[static_cast<std::size_t>(message.vehicle)]);
+        if (message.vehicle >= 0) placed.push_back(std::move(message));
+    }
+    curves = std::move(tables);
+    messages = std::move(placed);
 }
 
 /// Puts back what the broken run started from and drives it once more, this time to the last whole frame.
 void Stage::driveAgainTo(int frame) {
-    const std::optional<Breakdown> breakdown = m_breakdown;
-    if (!keepsJournal || !m_recorded) {
-        for (const auto& element : scene.elements)
-            element->track.removeBehind(scene.clock.time(frame), scene.clock.snap());
-        scene.clock.now = frame;
+    undo.close();
+    scene.clock.now = m_frame;
+    for (const auto& vehicle : vehicles)
+        if (vehicle->life == Vehicle::Life::running) vehicle->stopRun(m_frame);
+    scene.endRun(true);
+    restore(*m_before);
+    if (frame <= m_run.from) {
+        keepOldRecording();
         return;
     }
-    undo.close();
-    scene.endRun(true);
-    for (const auto& vehicle : vehicles)
-        if (vehicle->life == Vehicle::Life::running) vehicle->stopRun(scene.clock.now);
-    restore(*m_before);
-    if (frame > m_run.from) {
-        m_drivingAgain = true;
-        const RunRecord run = m_run;
-        driveRecorded(run, frame, nullptr);
-        m_drivingAgain = false;
-        for (RunInput& input : journal.back().inputs)
-            input.axes.resize(input.axes.empty() ? 0
-                                                 : static_cast<std::size_t>((frame - run.from + 1) * input.channels));
-    }
-    m_breakdown = breakdown;
+    for (RunInput& input : m_run.inputs)
+        if (input.armed)
+            input.axes.resize(static_cast<std::size_t>(frame - m_run.from + 1) *
+                              static_cast<std::size_t>(input.channels));
+    putShown(m_shownBefore);
+    beginRecording(m_run.from);
+    const RunRecord run = m_run;
+    m_drivingAgain = true;
+    const AtEnd over([this] { m_drivingAgain = false; });
+    driveRecorded(run, frame, nullptr);
 }
 
 void Stage::feed(const RunRecord& run, const TakeOver* other) {
-    for (std::size_t v = 0; v < vehicles.size() && v < run.inputs.size(); ++v) {
-        const RunInput& input = run.inputs[v];
-        const int rows = input.channels == 0 ? 0 : static_cast<int>(input.axes.size()) / input.channels;
-        for (std::size_t c = 0; c < vehicles[v]->axes.size(); ++c) {
+    for (std::size_t v = 0; v < vehicles.size() && v < run.inputs.size(); ++v)
+        for (const auto& axis : vehicles[v]->axes) {
             const Clock& clock = scene.clock;
-            const int vehicle = static_cast<int>(v);
-            const int channel = static_cast<int>(c);
-            vehicles[v]->axes[c]->script = [&run, &input, &clock, other, rows, vehicle, channel](double) {
+            const std::vector<FedChannel> channels = channelsOf(vehicles, *axis);
+            axis->script = [&run, &clock, other, channels](double) {
                 if (other != nullptr && clock.now > other->at)
-                    if (const std::optional<double> value = other->input(vehicle, channel, clock.now)) return *value;
-                if (rows == 0 || channel >= input.channels) return 0.0;
-                const int row = std::clamp(clock.now - run.from, 0, rows - 1);
-                return input.axes[static_cast<std::size_t>(row * input.channels + channel)];
+                    for (const auto& [vehicle, channel] : channels)
+                        if (const std::optional<double> value = other->input(vehicle, channel, clock.now))
+                            return *value;
+                for (const FedChannel& channel : channels)
+                    if (const std::optional<double> value = recordedInput(run, channel, clock.now)) return *value;
+                return 0.0;
             };
         }
-    }
 }
 
 void Stage::driveRecorded(const RunRecord& run, int to, const TakeOver* other) {
     for (std::size_t v = 0; v < vehicles.size() && v < run.inputs.size(); ++v) vehicles[v]->armed = run.inputs[v].armed;
     feed(run, other);
+    // The scripts look at the run.
+    const AtEnd over([this] {
+        for (const auto& vehicle : vehicles)
+            for (const auto& axis : vehicle->axes) axis->script = nullptr;
+    });
     startRun(run.from);
     advance(to - run.from);
     if (isRunning()) stopRun();
-    for (const auto& vehicle : vehicles)
-        for (const auto& axis : vehicle->axes) axis->script = nullptr;
+}
+
+std::size_t Stage::runTakenOver(const Journal& runs, const TakeOver& other) const {
+    const std::string chosen = other.vehicle < 0 ? "" : vehicles.at(static_cast<std::size_t>(other.vehicle))->name;
+    std::vector<std::vector<std::string>> driven = drivenVehicles(runs);
+    for (std::size_t i = runs.size(); i-- > 0;) {
+        if (other.at < runs[i].from || other.at > runs[i].to) continue;
+        for (const std::string& name : driven[i]) {
+            const auto range = recordedFrames(runs, {name});
+            if ((chosen.empty() || name == chosen) && range && other.at <= range->second) return i;
+        }
+    }
+    const auto range = recordedFrames(runs, chosen.empty() ? names() : std::vector<std::string>{chosen});
+    throw StageError("frame " + std::to_string(other.at) + " is not within a recorded run" +
+                     (chosen.empty() ? "" : " of " + chosen) +
+                     (range ? "; the recording has the frames " + std::to_string(range->first) + " to " +
+                                  std::to_string(range->second)
+                            : ""));
 }
 
 bool Stage::retake(const Journal& recording, const std::optional<TakeOver>& other,
                    const std::function<void(int)>& progressOfRetake) {
+    requireNoRun("a recording cannot be driven again");
     if (recording.empty()) throw StageError("there is no recorded run to drive again");
     const Journal runs = recording;
-    std::size_t last = runs.size() - 1;
-    if (other) {
-        while (last > 0 && runs[last].from > other->at) --last;
-        if (other->at < runs[last].from || other->at > runs[last].to)
-            throw StageError("frame " + std::to_string(other->at) + " is not within the recorded run from frame " +
-                             std::to_string(runs[last].from) + " to " + std::to_string(runs[last].to));
-    }
-    journal.clear();
-    messages.clear();
-    curves.clear();
+    const std::size_t last = other ? runTakenOver(runs, *other) : runs.size() - 1;
+    const Snapshot before = snapshot();
+    const Shown shownBefore = shown();
+    const Journal journalBefore = journal;
+    const AtEnd over([this, own = progress] { progress = own; });
     progress = progressOfRetake;
-    bool whole = true;
-    for (std::size_t i = 0; i <= last && whole; ++i) {
-        restore(runs[i].before != nullptr ? *runs[i].before : snapshot());
-        const bool takenOver = other && i == last;
-        driveRecorded(runs[i], takenOver ? other->to : runs[i].to, takenOver ? &*other : nullptr);
-        whole = !m_breakdown;
+    try {
+        journal.clear();
+        messages.clear();
+        curves.clear();
+        bool whole = true;
+        for (std::size_t i = 0; i <= last && whole; ++i) {
+            restore(runs[i].before != nullptr ? *runs[i].before : snapshot());
+            const bool takenOver = other && i == last;
+            driveRecorded(runs[i], takenOver ? other->to : runs[i].to, takenOver ? &*other : nullptr);
+            whole = !m_breakdown;
+        }
+        return whole;
+    } catch (...) {
+        if (isRunning()) endRun(m_frame);
+        restore(before);
+        journal = journalBefore;
+        putShown(shownBefore);
+        throw;
     }
-    progress = nullptr;
-    return whole;
 }
 
 }  // namespace ond::stage

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 
+#include "stage/SavedBlock.h"
 #include "stage/StageError.h"
 
 namespace ond::stage {
@@ -13,6 +15,8 @@ using util::Matrix4;
 namespace {
 
 constexpr double kLargestSingle = std::numeric_limits<float>::max();
+constexpr int kMost = 1000000000;
+constexpr int kMostChannels = 10000;
 
 [[noreturn]] void refuse(const std::string& what) { throw StageError(what + "; nothing was written"); }
 
@@ -38,8 +42,7 @@ void requireTrack(const Track& track, FrameRate rate, const std::string& name) {
         // Written so that NaN fails.
         if (!(std::abs(key.time) <= farthest)) refuse("'" + name + "' has a key at no time of the timeline");
         // The text is made only when it is needed: there are many keys.
-        if (!isFinite(key.local) || !isSingle(key.local))
-            requireMatrix(key.local, name, " at frame " + std::to_string(rate.nearest(key.time)));
+        if (!fitsTake(key.local)) requireMatrix(key.local, name, " at frame " + std::to_string(rate.nearest(key.time)));
     }
 }
 
@@ -87,7 +90,80 @@ void requireRun(const RunRecord& run, const TakeContents& contents) {
     for (const VehicleState& vehicle : run.before->vehicles) requireVehicle(vehicle);
 }
 
+// What readTake() and stageOf() refuse besides.
+
+bool isFrame(int frame) { return frame >= -kFarthestFrame && frame <= kFarthestFrame; }
+
+void requireAscending(const Track& track, const std::string& name) {
+    for (std::size_t i = 1; i < track.keys.size(); ++i)
+        if (!(track.keys[i].time > track.keys[i - 1].time)) refuse("the keys of '" + name + "' are not in order");
+}
+
+void requireBlock(const VehicleState& vehicle) {
+    if (!vehicle.block.empty() && !isWholeBlock(vehicle.block))
+        refuse("the saved state of the vehicle '" + vehicle.name + "' is damaged");
+}
+
+void requireVehicles(const std::vector<VehicleState>& vehicles) {
+    std::set<std::string> names;
+    for (const VehicleState& vehicle : vehicles) {
+        if (vehicle.block.empty())
+            refuse("the vehicle '" + vehicle.name + "' has no saved state; rig it or remove it first");
+        requireBlock(vehicle);
+        if (!names.insert(vehicle.name).second) refuse("two vehicles have the name '" + vehicle.name + "'");
+    }
+}
+
+void requireMessages(const TakeContents& contents) {
+    for (const StageMessage& message : contents.messages)
+        if (!isFrame(message.frame) || message.count < 1 || message.count > kMost || message.vehicle < 0 ||
+            static_cast<std::size_t>(message.vehicle) >= contents.vehicles.size())
+            refuse("the message '" + message.caption + "' is of no vehicle or of no frame");
+}
+
+void requireBefore(const Snapshot& before, const TakeContents& contents, const std::string& run) {
+    if (!isFrame(before.now)) refuse(run + " starts from no frame of the timeline");
+    if (before.elements.size() > contents.elements.size()) refuse(run + " has elements that the scene does not have");
+    std::vector<const ElementState*> states;
+    for (std::size_t i = 0; i < before.elements.size(); ++i) {
+        states.push_back(&before.elements[i]);
+        requireAscending(before.elements[i].track, contents.elements[i].name);
+    }
+    if (!isSoundTree(states)) refuse(run + " starts from elements that hang in no tree");
+    for (const VehicleState& vehicle : before.vehicles) requireBlock(vehicle);
+}
+
+void requireRows(const RunRecord& run, const std::string& name) {
+    const std::int64_t frames = std::int64_t{run.to} - run.from + 1;
+    for (const RunInput& input : run.inputs)
+        if (input.channels < 0 || input.channels > kMostChannels ||
+            static_cast<std::int64_t>(input.axes.size()) != (input.armed ? frames * input.channels : 0))
+            refuse("the input of " + name + " does not have one row per frame");
+}
+
 }  // namespace
+
+bool fitsTake(double number) { return std::isfinite(number); }
+
+bool fitsTake(const Matrix4& transform) { return isFinite(transform) && isSingle(transform); }
+
+void requireReadable(const TakeContents& contents) {
+    if (!isFrame(contents.now)) refuse("the timeline shows a frame that is too far away");
+    requireVehicles(contents.vehicles);
+    for (const TakeElement& element : contents.elements) requireAscending(element.state.track, element.name);
+    for (const Curves& curves : contents.curves)
+        if (!isFrame(curves.first)) refuse("the curves begin at a frame that is too far away");
+    requireMessages(contents);
+    for (const RunRecord& run : contents.journal) {
+        const std::string name = "the run from frame " + std::to_string(run.from);
+        if (!isFrame(run.from) || !isFrame(run.to) || run.to < run.from)
+            refuse(name + " has no frames of the timeline");
+        if (run.before != nullptr) requireBefore(*run.before, contents, name);
+        requireRows(run, name);
+    }
+    if (!contents.journal.empty() && contents.journal.front().before == nullptr)
+        refuse("the first run does not say what it started from");
+}
 
 void requireWritable(const TakeContents& contents) {
     std::vector<const ElementState*> states;

@@ -60,6 +60,10 @@ void linkElements(Scene& scene, const std::vector<TakeElement>& from) {
 
 TakeContents contentsOf(Stage& stage) {
     if (stage.isRunning()) throw StageError("a take cannot be saved while a run is under way; stop the run first");
+    for (const auto& vehicle : stage.vehicles)
+        if (vehicle->life != Vehicle::Life::rigged)
+            throw StageError("the vehicle '" + vehicle->name +
+                             "' is not rigged or did not load its saved state; remove it before the take is saved");
     TakeContents contents;
     Snapshot snapshot = stage.snapshot();
     contents.rate = stage.scene.clock.rate;
@@ -87,6 +91,7 @@ std::unique_ptr<Stage> stageOf(TakeContents contents, const Module& module) {
         if (vehicle.block.empty()) throw StageError("it has no saved state of the vehicle '" + vehicle.name + "'");
         stage->addVehicle(vehicle);
     }
+    stage->wireChannels(contents.vehicles);
     stage->keepsJournal = true;
     stage->journal = std::move(contents.journal);
     stage->curves = std::move(contents.curves);

@@ -21,7 +21,7 @@ struct TakeOptions {
     /// False gives a plain glTF file without the extension.
     bool withExtension = true;
     /// False leaves out of the extension what only continuing needs: exact tracks and meshes, deleted elements, saved
-    /// blocks and journal. The table of elements, the curves and the messages stay.
+    /// blocks, gauges and journal. The table of elements, the other curves and the messages stay.
     bool exactTracks = true;
     /// Instead of the animation the nodes stand as in this frame.
     std::optional<int> stillAt;

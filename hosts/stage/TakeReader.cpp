@@ -3,6 +3,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "stage/SavedBlock.h"
@@ -82,6 +83,7 @@ class TakeReader {
             anyCurves = true;
         }
         if (!anyCurves) m_contents.curves.clear();
+        requireSources(m_take.at("vehicles"), m_contents.vehicles);
     }
 
     VehicleState vehicleAt(const JsonPlace& place) {
@@ -95,8 +97,31 @@ class TakeReader {
         for (const JsonPlace& channel : place.at("channels").each())
             state.channels.push_back({channel.at("name").text(), channel.at("multiplier").number(),
                                       channel.at("deadZone").number(), channel.at("exponent").number(),
-                                      channel.at("offset").number()});
+                                      channel.at("offset").number(), wireAt(channel)});
         return state;
+    }
+
+    static ChannelWire wireAt(const JsonPlace& channel) {
+        if (!channel.has("source")) return {};
+        const JsonPlace source = channel.at("source");
+        if (source.isNull()) return {false, "", ""};
+        ChannelWire wire{true, textOr(source, "vehicle"), source.at("channel").text()};
+        if (wire.channel.empty()) source.at("channel").fail("is empty");
+        return wire;
+    }
+
+    /// Refuses axes of vehicles and channels that are not among those of the list.
+    static void requireSources(const JsonPlace& list, const std::vector<VehicleState>& vehicles) {
+        std::set<std::pair<std::string, std::string>> there;
+        for (const VehicleState& state : vehicles)
+            for (const ChannelSettings& settings : state.channels) there.emplace(state.name, settings.name);
+        for (const VehicleState& state : vehicles)
+            for (const ChannelSettings& settings : state.channels) {
+                const ChannelWire& wire = settings.wire;
+                if (wire.channel.empty()) continue;
+                if (there.count({wire.vehicle.empty() ? state.name : wire.vehicle, wire.channel}) == 0)
+                    list.fail("has a channel '" + settings.name + "' whose source is no channel of a vehicle there");
+            }
     }
 
     Curves curvesAt(const JsonPlace& place) {
@@ -105,13 +130,34 @@ class TakeReader {
         const int count = place.at("count").whole(0, kMany);
         for (const JsonPlace& column : place.at("columns").each()) {
             CurveColumn out{column.at("name").text(), CurveKind::output};
-            if (!kindOf(column.at("kind").text(), &out.kind)) column.at("kind").fail("is no kind of curve");
+            if (!kindOf(column.at("kind").text(), &out.kind) || out.kind == CurveKind::gauge)
+                column.at("kind").fail("is no kind of curve");
             curves.columns.push_back(std::move(out));
         }
         curves.values = m_blobs.doubles(place.at("values"), 1);
         if (curves.values.size() != static_cast<std::size_t>(count) * curves.columns.size())
             place.at("values").fail("does not hold 'count' rows");
+        if (place.has("gauges")) addGauges(curves, place.at("gauges"), static_cast<std::size_t>(count));
         return curves;
+    }
+
+    /// Puts the gauges behind the columns of a table that has `count` rows.
+    void addGauges(Curves& curves, const JsonPlace& place, std::size_t count) {
+        const std::vector<JsonPlace> names = place.at("names").each();
+        if (names.empty()) place.at("names").fail("names no gauge");
+        const std::vector<double> gauges = m_blobs.doubles(place.at("values"), 1);
+        if (gauges.size() != count * names.size()) place.at("values").fail("does not hold 'count' rows");
+        std::vector<double> rows;
+        rows.reserve(curves.values.size() + gauges.size());
+        const auto add = [&rows](const std::vector<double>& from, std::size_t row, std::size_t width) {
+            for (std::size_t i = row * width; i < (row + 1) * width; ++i) rows.push_back(from[i]);
+        };
+        for (std::size_t row = 0; row < count; ++row) {
+            add(curves.values, row, curves.columns.size());
+            add(gauges, row, names.size());
+        }
+        curves.values = std::move(rows);
+        for (const JsonPlace& name : names) curves.columns.push_back({name.text(), CurveKind::gauge});
     }
 
     // Elements. Their places count deleted ones as well, which have no node.
@@ -297,6 +343,7 @@ class TakeReader {
         Snapshot snapshot;
         snapshot.now = frameAt(place.at("now"));
         for (const JsonPlace& vehicle : place.at("vehicles").each()) snapshot.vehicles.push_back(vehicleAt(vehicle));
+        requireSources(place.at("vehicles"), snapshot.vehicles);
         const std::vector<JsonPlace> entries = place.at("elements").each();
         if (entries.size() > m_contents.elements.size()) place.at("elements").fail("has more entries than the take");
         const std::vector<Matrix4> poses = m_blobs.matrices(place.at("poses"), entries.size());

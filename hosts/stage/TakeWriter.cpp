@@ -48,26 +48,52 @@ Json keysOf(const Track& track, GltfBuffer& buffer) {
     return keys;
 }
 
+Json sourceOf(const ChannelWire& wire) {
+    if (!wire.wired) return nullptr;
+    Json out = Json::object();
+    if (!wire.vehicle.empty()) out["vehicle"] = wire.vehicle;
+    out["channel"] = wire.channel;
+    return out;
+}
+
 Json stateOf(const VehicleState& vehicle, bool exact, GltfBuffer& buffer) {
     Json out{{"name", vehicle.name}, {"armed", vehicle.armed}};
     if (exact) out["block"] = blobOf(buffer, vehicle.block);
     out["rows"] = Json::object();
     for (const auto& [label, value] : vehicle.rows) out["rows"][label] = value;
     out["channels"] = Json::array();
-    for (const ChannelSettings& channel : vehicle.channels)
+    for (const ChannelSettings& channel : vehicle.channels) {
         out["channels"].push_back({{"name", channel.name},
                                    {"multiplier", channel.multiplier},
                                    {"deadZone", channel.deadZone},
                                    {"exponent", channel.exponent},
                                    {"offset", channel.offset}});
+        if (!(channel.wire == ChannelWire())) out["channels"].back()["source"] = sourceOf(channel.wire);
+    }
     return out;
 }
 
-Json curvesOf(const Curves& curves, GltfBuffer& buffer) {
+/// The values of the gauges, or those of all other columns, row by row.
+std::vector<double> valuesOf(const Curves& curves, bool gauges) {
+    std::vector<double> values;
+    for (std::size_t i = 0; i < curves.values.size(); ++i)
+        if ((curves.columns[i % curves.columns.size()].kind == CurveKind::gauge) == gauges)
+            values.push_back(curves.values[i]);
+    return values;
+}
+
+/// The gauges stand beside the columns, so that a reader that knows none passes them over.
+Json curvesOf(const Curves& curves, bool withGauges, GltfBuffer& buffer) {
     Json out{{"first", curves.first}, {"count", curves.rows()}, {"columns", Json::array()}};
+    Json gauges = Json::array();
     for (const CurveColumn& column : curves.columns)
-        out["columns"].push_back({{"name", column.name}, {"kind", nameOf(column.kind)}});
-    out["values"] = blobOf(buffer, curves.values);
+        if (column.kind == CurveKind::gauge)
+            gauges.push_back(column.name);
+        else
+            out["columns"].push_back({{"name", column.name}, {"kind", nameOf(column.kind)}});
+    out["values"] = blobOf(buffer, valuesOf(curves, false));
+    if (withGauges && !gauges.empty())
+        out["gauges"] = {{"names", gauges}, {"values", blobOf(buffer, valuesOf(curves, true))}};
     return out;
 }
 
@@ -94,13 +120,9 @@ class ExtensionWriter {
 
   private:
     [[nodiscard]] Json frames() const {
-        int first = 0;
-        int last = 0;
-        for (std::size_t i = 0; i < m_contents.journal.size(); ++i) {
-            const RunRecord& run = m_contents.journal[i];
-            first = i == 0 ? run.from : std::min(first, run.from);
-            last = run.to;
-        }
+        std::vector<std::string> names;
+        for (const VehicleState& vehicle : m_contents.vehicles) names.push_back(vehicle.name);
+        const auto [first, last] = recordedFrames(m_contents.journal, names).value_or(std::make_pair(0, 0));
         return {first, last};
     }
 
@@ -169,7 +191,7 @@ class ExtensionWriter {
         for (std::size_t v = 0; v < m_contents.vehicles.size(); ++v) {
             Json entry = stateOf(m_contents.vehicles[v], m_exact, m_buffer);
             if (v < m_contents.curves.size() && m_contents.curves[v].rows() > 0)
-                entry["curves"] = curvesOf(m_contents.curves[v], m_buffer);
+                entry["curves"] = curvesOf(m_contents.curves[v], m_exact, m_buffer);
             all.push_back(std::move(entry));
         }
         return all;
@@ -235,6 +257,7 @@ class ExtensionWriter {
 
 std::vector<unsigned char> takeBytes(const TakeContents& contents, const TakeOptions& options) {
     requireWritable(contents);
+    if (options.withExtension && options.exactTracks) requireReadable(contents);
     Json document{{"asset", {{"version", "2.0"}, {"generator", "quadrig"}}}};
     if (options.withExtension) document["extensionsUsed"] = Json::array({kTakeExtension});
     GltfBuffer buffer(document);

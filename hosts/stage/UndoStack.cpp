@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "stage/ModuleBoundary.h"
+
 namespace ond::stage {
 
 UndoStack::~UndoStack() { clear(); }
@@ -64,24 +66,34 @@ void UndoStack::push(std::function<void()> undo, std::function<void()> redo, con
     add({nullptr, std::move(undo), std::move(redo), owner});
 }
 
+bool UndoStack::mayCall(const char* operation) {
+    if (!ModuleBoundary::underWay()) return true;
+    misuse.push_back(std::string(operation) + " inside of a call of a vehicle");
+    return false;
+}
+
 void UndoStack::undo() {
-    if (m_done == 0 || m_open > 0) return;
+    if (!mayCall("undo") || m_done == 0 || m_open > 0) return;
     Step& step = m_steps[--m_done];
     for (auto record = step.rbegin(); record != step.rend(); ++record) {
-        if (record->record != nullptr)
-            record->record->undo(true);
-        else
+        if (record->record == nullptr) {
             record->undo();
+            continue;
+        }
+        const ModuleBoundary::Enter enter;
+        record->record->undo(true);
     }
 }
 
 void UndoStack::redo() {
-    if (m_done == m_steps.size() || m_open > 0) return;
+    if (!mayCall("redo") || m_done == m_steps.size() || m_open > 0) return;
     for (Record& record : m_steps[m_done++]) {
-        if (record.record != nullptr)
-            record.record->redo();
-        else
+        if (record.record == nullptr) {
             record.redo();
+            continue;
+        }
+        const ModuleBoundary::Enter enter;
+        record.record->redo();
     }
 }
 

@@ -26,9 +26,10 @@ class UndoStack {
     /// A record of the host's own, called as undo and redo.
     void push(std::function<void()> undo, std::function<void()> redo, const void* owner);
 
-    /// Takes the last step back: its records last in, first out. Nothing without a step.
+    /// Takes the last step back: its records last in, first out. Nothing without a step. Inside of a call into the
+    /// module it is misuse and nothing, for the records are the module's.
     void undo();
-    /// Makes it again: its records in order.
+    /// Makes it again: its records in order. Misuse like undo().
     void redo();
     /// Releases all records of all steps.
     void clear();
@@ -38,6 +39,7 @@ class UndoStack {
     /// Steps kept at most; the oldest are released. A run holds a copy of every history of its vehicle and of every
     /// track, some ten megabytes for five minutes. At least 1.
     int limit = 50;
+    std::vector<std::string> misuse;  ///< in words
 
     [[nodiscard]] int steps() const { return static_cast<int>(m_done); }
     /// Records of vehicles in the step on top.
@@ -56,6 +58,9 @@ class UndoStack {
     using Step = std::vector<Record>;
 
     void add(Record record);
+    /// Complains of what would call the module inside of a call into it.
+    /// @return whether it may be done
+    bool mayCall(const char* operation);
     void dropUndone();
     static void release(Step& step);
 

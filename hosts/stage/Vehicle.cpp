@@ -40,6 +40,8 @@ const char* when(Vehicle::Life life) {
 
 Vehicle::Vehicle(ovs::CCameraPlugin* plugin, std::string vehicleName, Scene& hostScene, UndoStack& hostUndo)
     : name(std::move(vehicleName)), scene(hostScene), undo(hostUndo) {
+    if (ModuleBoundary::underWay())
+        throw StageError("the vehicle '" + name + "' cannot be made inside of a call of another one");
     appLink.descriptor = plugin;
     link = &appLink;
     const ovs::CameraCreationRecord record{{0, 0}, 4711, name};
@@ -67,6 +69,7 @@ void Vehicle::feedForCall() {
 
 bool Vehicle::mayCall(std::initializer_list<Life> states, const char* operation) {
     if (*m_call != '\0') return refuse(std::string(operation) + " inside of another call");
+    if (ModuleBoundary::underWay()) return refuse(std::string(operation) + " inside of a call of another vehicle");
     if (std::find(states.begin(), states.end(), life) == states.end())
         return refuse(std::string(operation) + ' ' + when(life));
     return true;
@@ -223,7 +226,7 @@ void Vehicle::stopRun(int frame) {
 
 void Vehicle::release() {
     if (camera == nullptr) return;
-    if (*m_call != '\0') complain("release inside of another call");
+    if (*m_call != '\0' || ModuleBoundary::underWay()) complain("release inside of another call");
     undo.drop(this);
     call("release");
     {
@@ -291,10 +294,27 @@ VehicleState Vehicle::state() {
     VehicleState all{name, armed, chunk, {}, {}};
     for (const DialogItem& item : dialog.items)
         if (item.kind != DialogItem::Kind::button) all.rows[item.label] = item.value();
-    for (const auto& property : properties)
-        all.channels.push_back(
-            {property->name, property->multiplier, property->deadZone, property->exponent, property->offset});
+    all.channels = channels();
     return all;
+}
+
+std::vector<ChannelSettings> Vehicle::channels() const {
+    std::vector<ChannelSettings> all;
+    for (std::size_t i = 0; i < properties.size(); ++i) {
+        const unidevice::Property& channel = *properties[i];
+        all.push_back(
+            {channel.name, channel.multiplier, channel.deadZone, channel.exponent, channel.offset, wireOf(i)});
+    }
+    return all;
+}
+
+ChannelWire Vehicle::wireOf(std::size_t channel) const {
+    const unidevice::ControlSource* source = properties[channel]->source;
+    if (source == nullptr) return {false, "", ""};
+    const auto* axis = dynamic_cast<const InputAxis*>(source);
+    const bool ofScene = axis != nullptr && axis->owner() != nullptr && &axis->owner()->scene == &scene;
+    if (!ofScene || axis == axes[channel].get()) return {};
+    return {true, axis->owner() == this ? "" : axis->owner()->name, axis->name()};
 }
 
 void Vehicle::become(const VehicleState& state) {
@@ -326,6 +346,14 @@ std::vector<Message> Vehicle::takeNewMessages() {
 InputAxis& Vehicle::axis(const std::string& start) { return startingWith(axes, properties, start); }
 
 unidevice::Property& Vehicle::property(const std::string& start) { return startingWith(properties, properties, start); }
+
+double Vehicle::input(std::size_t channel) const {
+    // The channels of a released vehicle are gone.
+    if (channel >= properties.size() || properties[channel]->source == nullptr) return 0.0;
+    unidevice::ControlSource* source = properties[channel]->source;
+    const auto* axis = dynamic_cast<const InputAxis*>(source);
+    return axis != nullptr ? axis->shown() : source->currentValue();
+}
 
 unidevice::OutputProperty* Vehicle::output(const std::string& channelName) const {
     for (const auto& output : outputs)

@@ -90,7 +90,7 @@ class Vehicle final : public ovs::CInterface {
     /// All of it between runs; asks the vehicle for its block.
     [[nodiscard]] VehicleState state();
     /// Makes a vehicle in the state [created] the one that was: declares it, tunes its channels, loads its block and
-    /// sets the rows that the block did not bring back.
+    /// sets the rows that the block did not bring back. Wiring is the stage's, which knows the other vehicles.
     /// @throws StageError if it does not load the block
     void become(const VehicleState& state);
     /// The messages since the last call.
@@ -100,6 +100,10 @@ class Vehicle final : public ovs::CInterface {
     /// The axis that feeds the channel whose name begins with `start`.
     [[nodiscard]] InputAxis& axis(const std::string& start);
     [[nodiscard]] unidevice::Property& property(const std::string& start);
+    /// What the axis that feeds the channel gave in this frame, whoever has that axis; 0 while the channel is unwired.
+    [[nodiscard]] double input(std::size_t channel) const;
+    /// How the channels are tuned and wired.
+    [[nodiscard]] std::vector<ChannelSettings> channels() const;
     /// The output channel of that name, or null.
     [[nodiscard]] unidevice::OutputProperty* output(const std::string& channelName) const;
     /// The element that the vehicle made under the bare name, a deleted one if no other lives.
@@ -201,7 +205,7 @@ class Vehicle final : public ovs::CInterface {
     [[nodiscard]] std::string at(double time) const { return log.enabled ? scene.clock.frames(time) : std::string(); }
 
   private:
-    /// For calls into the vehicle: whether it is in one of the states and the host is in no other call.
+    /// For calls into the vehicle: whether it is in one of the states and the host is in no other call, of any vehicle.
     /// @throws StageError instead of answering false while `strict`
     [[nodiscard]] bool mayCall(std::initializer_list<Life> states, const char* operation);
     /// The same for calls of one frame, which come while the timeline shows it.
@@ -221,6 +225,7 @@ class Vehicle final : public ovs::CInterface {
     bool requireDeclaring(const std::string& operation);
     /// @return null if the item was refused
     DialogItem* addItem(DialogItem::Kind kind, std::string label, std::string description, Callback* callback);
+    [[nodiscard]] ChannelWire wireOf(std::size_t channel) const;
     Element& make(const std::string& identifier, ovs::MeshHandle* parent);
     void tell(const DialogItem& item, const std::string& text);
     /// Begins a call into the vehicle, or ends it with an empty name.

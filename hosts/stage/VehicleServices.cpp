@@ -94,7 +94,7 @@ unidevice::Property* Vehicle::createInputProperty(std::string channelName, std::
     if (faults.refusesProperties) return nullptr;
     unidevice::Property* property = factory->create(channelName, static_cast<std::int32_t>(type));
     properties.emplace_back(property);
-    axes.push_back(std::make_unique<InputAxis>(channelName, log));
+    axes.push_back(std::make_unique<InputAxis>(channelName, log, this));
     axes.back()->wire(*property);
     return property;
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -116,40 +117,84 @@ void writeStraight(const std::string& path, const void* data, std::size_t size) 
     if (!file.close()) failWriting(path, reason(errno));
 }
 
-void writeAside(const std::string& path, const struct stat* old, const void* data, std::size_t size) {
-    const std::string target = old == nullptr ? path : behindLinks(path);
-    const std::string folder = folderOf(target);
-    std::string name;
-    Descriptor file(openAside(folder, &name));
-    if (file.number() < 0 && errno == ENOENT) failWriting(path, "there is no folder '" + folder + "'");
-    if (file.number() < 0) failWriting(path, reason(errno));
-    Aside aside(name);
+/// Fills the new file and flushes it; `path` is what the user calls it.
+void fillAside(Descriptor& file, const std::string& path, const struct stat* old, const void* data, std::size_t size) {
     if (old != nullptr) (void)::fchmod(file.number(), old->st_mode & kPermissions);
     if (const int error = writeAll(file.number(), data, size)) failWriting(path, reason(error));
     if (const int error = flush(file.number())) failWriting(path, reason(error));
     if (!file.close()) failWriting(path, reason(errno));
-    if (!aside.renameTo(target)) failWriting(path, reason(errno));
-    // The new name lasts only once the folder is on the disk as well. The file itself is whole either way.
-    const Descriptor folderFile(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folderFile.number() >= 0) (void)flush(folderFile.number());
+}
+
+/// A new name lasts only once the folder is on the disk as well. The file itself is whole either way.
+void flushFolder(const std::string& folder) {
+    const Descriptor file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (file.number() >= 0) (void)flush(file.number());
 }
 
 }  // namespace
 
-void writeWhole(const std::string& path, const void* data, std::size_t size) {
+/// A file that has not got its name, or bytes that a device has not got.
+struct WholeFiles::Waiting {
+    std::string path;
+    std::string target;  ///< behind links; empty for a device
+    std::unique_ptr<Aside> aside;
+    std::string bytes;  ///< for a device
+};
+
+WholeFiles::WholeFiles() = default;
+WholeFiles::~WholeFiles() = default;
+
+void WholeFiles::add(const std::string& path, const void* data, std::size_t size) {
     if (path.empty()) throw StageError("no name is given for the file to write");
+    auto waiting = std::make_unique<Waiting>();
+    waiting->path = path;
     struct stat old {};
-    if (::stat(path.c_str(), &old) != 0) {
-        if (path.back() == '/') failWriting(path, "it names a folder");
-        writeAside(path, nullptr, data, size);
+    const bool isThere = ::stat(path.c_str(), &old) == 0;
+    if (!isThere && path.back() == '/') failWriting(path, "it names a folder");
+    if (isThere && S_ISDIR(old.st_mode)) failWriting(path, "it is a folder");
+    if (isThere && ::access(path.c_str(), W_OK) != 0) failWriting(path, reason(errno));
+    if (isThere && !S_ISREG(old.st_mode)) {
+        waiting->bytes.assign(static_cast<const char*>(data), size);
+        m_waiting.push_back(std::move(waiting));
         return;
     }
-    if (S_ISDIR(old.st_mode)) failWriting(path, "it is a folder");
-    if (::access(path.c_str(), W_OK) != 0) failWriting(path, reason(errno));
-    if (S_ISREG(old.st_mode))
-        writeAside(path, &old, data, size);
-    else
-        writeStraight(path, data, size);
+    waiting->target = isThere ? behindLinks(path) : path;
+    const std::string folder = folderOf(waiting->target);
+    std::string name;
+    Descriptor file(openAside(folder, &name));
+    if (file.number() < 0 && errno == ENOENT) failWriting(path, "there is no folder '" + folder + "'");
+    if (file.number() < 0) failWriting(path, reason(errno));
+    waiting->aside = std::make_unique<Aside>(name);
+    fillAside(file, path, isThere ? &old : nullptr, data, size);
+    m_waiting.push_back(std::move(waiting));
+}
+
+void WholeFiles::add(const std::string& path, const std::vector<unsigned char>& bytes) {
+    add(path, bytes.data(), bytes.size());
+}
+
+void WholeFiles::add(const std::string& path, const std::string& text) { add(path, text.data(), text.size()); }
+
+void WholeFiles::finish() {
+    std::string there;
+    const auto fail = [&there](const std::string& path, const std::string& why) {
+        failWriting(path, why + (there.empty() ? "" : "; written before it:" + there));
+    };
+    for (const auto& one : m_waiting)
+        if (one->target.empty()) writeStraight(one->path, one->bytes.data(), one->bytes.size());
+    for (const auto& one : m_waiting) {
+        if (one->target.empty()) continue;
+        if (!one->aside->renameTo(one->target)) fail(one->path, reason(errno));
+        flushFolder(folderOf(one->target));
+        there += " '" + one->path + "'";
+    }
+    m_waiting.clear();
+}
+
+void writeWhole(const std::string& path, const void* data, std::size_t size) {
+    WholeFiles files;
+    files.add(path, data, size);
+    files.finish();
 }
 
 void writeWhole(const std::string& path, const std::vector<unsigned char>& bytes) {

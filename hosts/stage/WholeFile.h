@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,29 @@ namespace ond::stage {
 void writeWhole(const std::string& path, const void* data, std::size_t size);
 void writeWhole(const std::string& path, const std::vector<unsigned char>& bytes);
 void writeWhole(const std::string& path, const std::string& text);
+
+/// Several files that are to be there together: nothing has its name before all are written.
+class WholeFiles {
+  public:
+    WholeFiles();
+    WholeFiles(const WholeFiles&) = delete;
+    WholeFiles& operator=(const WholeFiles&) = delete;
+    /// Takes away what did not get its name.
+    ~WholeFiles();
+
+    /// Writes the file aside, as writeWhole() does; what goes to a device or pipe is kept until finish().
+    /// @throws StageError as writeWhole()
+    void add(const std::string& path, const void* data, std::size_t size);
+    void add(const std::string& path, const std::vector<unsigned char>& bytes);
+    void add(const std::string& path, const std::string& text);
+    /// Devices and pipes are written, then all files get their names.
+    /// @throws StageError that names the file, and those that are there nevertheless
+    void finish();
+
+  private:
+    struct Waiting;
+    std::vector<std::unique_ptr<Waiting>> m_waiting;
+};
 
 /// The bytes of a file or pipe, at most `limit`.
 /// @throws StageError with one sentence that names the file

@@ -1,4 +1,6 @@
 // Input channels and the axes that feed them; output channels.
+#include <cmath>
+
 #include "stage/FakeVehicle.h"
 
 namespace ond::test {
@@ -168,6 +170,19 @@ TEST_F(StageDevices, WiringIsPerChannel) {
     stage->removeVehicle(a);
     EXPECT_EQ(fakeOf(b).gas->source, nullptr) << "a dead axis must not be asked";
     EXPECT_EQ(fakeOf(b).gas->value(), 0.0);
+}
+
+TEST_F(StageDevices, StateThatIsNoNumberIsRefusedByItsKey) {
+    // Of the module: a fake has no keys.
+    Stage own(vehicleModule());
+    own.addVehicle("car");
+    try {
+        own.setState(0, {{"iRayMultiplier", std::nan("")}});
+        ADD_FAILURE() << "no number was taken";
+    } catch (const StageError& error) {
+        EXPECT_STREQ(error.what(), "the key 'iRayMultiplier' of the saved state cannot hold what is no number");
+    }
+    EXPECT_EQ(own.vehicles.at(0)->value("Ray Multiplier"), 10.0);
 }
 
 TEST_F(StageDevices, ScriptedInputMakesRunsRepeatable) {

@@ -171,6 +171,96 @@ TEST_F(HostElements, UndoneDeletionRevivesTheSameHandle) {
     EXPECT_EQ(fake().readWorld(wheel, 0.0), Translation({1, 2, 3}));
 }
 
+TEST_F(HostElements, OpenTransformOfADeletedOneTakesNothing) {
+    car.declare();
+    ovs::MeshHandle* wheel = made("WheelMesh_FL");
+    const Matrix4 stood = Translation({1, 2, 3});
+    fake().setWorld(wheel, 0.0, stood);
+    Element& element = car.element("WheelMesh_FL");
+    ovs::TransformObject* transform = car.getTransformObject(wheel, 0.0);
+    scene.remove(element);
+    transform->setWorldMatrix(Translation({7, 7, 7}));
+    transform->setLocalMatrix(Translation({8, 8, 8}));
+    EXPECT_EQ(element.track.pose, stood);
+    scene.beginRun(0);
+    scene.beginFrame(1);
+    transform->setWorldMatrix(Translation({9, 9, 9}));
+    scene.endRun(true);
+    EXPECT_TRUE(element.track.keys.empty());
+    Matrix4 read;
+    transform->readWorldMatrix(read);
+    EXPECT_EQ(read, stood);
+    scene.revive(element);
+    transform->setWorldMatrix(Translation({7, 7, 7}));
+    EXPECT_EQ(element.track.pose, Translation({7, 7, 7})) << "it is the same element again";
+    car.releaseTransformObject(transform);
+}
+
+TEST_F(HostElements, UndoneDeletionPutsItBackWhereItHung) {
+    car.declare();
+    ovs::MeshHandle* body = made("CarBodyMesh");
+    ovs::MeshHandle* front = made("WheelMesh_FL", body);
+    ovs::MeshHandle* relocator = made("WheelRelocatorMesh_FL", body);
+    ovs::MeshHandle* back = made("WheelMesh_BL", body);
+    ovs::MeshHandle* hub = made("WheelCenterMesh_FL", relocator);
+    ovs::MeshHandle* post = made("WheelCenterSuspensionMesh_FL", relocator);
+    fake().setWorld(body, 0.0, Translation({0, 5, 0}));
+    const Lines ofBody = childrenOf(body);
+    const Lines ofRelocator = childrenOf(relocator);
+    const Matrix4 world = fake().readWorld(hub, 0.0);
+    Element& element = car.element("WheelRelocatorMesh_FL");
+    scene.remove(element);
+    EXPECT_EQ(childrenOf(body), (Lines{front->getName(), back->getName()}));
+    EXPECT_EQ(hub->getParent(), nullptr);
+    scene.revive(element);
+    EXPECT_EQ(childrenOf(body), ofBody) << "at its old place among them";
+    EXPECT_EQ(childrenOf(relocator), ofRelocator);
+    EXPECT_EQ(relocator->getParent(), body);
+    EXPECT_EQ(hub->getParent(), relocator);
+    EXPECT_EQ(post->getParent(), relocator);
+    EXPECT_EQ(fake().readWorld(hub, 0.0), world);
+    scene.revive(element);
+    EXPECT_EQ(childrenOf(body), ofBody) << "one that lives is not brought back";
+}
+
+TEST_F(HostElements, UndoneDeletionsOfAChainAreUndoneInEitherOrderOfDeleting) {
+    for (const bool childFirst : {true, false}) {
+        Scene own{{25, 1}};
+        Element& top = own.add("top");
+        Element& middle = own.add("middle", &top);
+        Element& low = own.add("low", &middle);
+        own.remove(childFirst ? low : middle);
+        own.remove(childFirst ? middle : low);
+        own.revive(childFirst ? middle : low);
+        own.revive(childFirst ? low : middle);
+        EXPECT_EQ(low.parent, &middle) << childFirst;
+        EXPECT_EQ(middle.parent, &top) << childFirst;
+        EXPECT_EQ(middle.children, std::vector<Element*>{&low}) << childFirst;
+    }
+}
+
+TEST_F(HostElements, UndoneDeletionLeavesWhatTheUserHungElsewhere) {
+    Element& parent = scene.add("parent");
+    Element& element = scene.add("element", &parent);
+    Element& moved = scene.add("moved", &element);
+    Element& gone = scene.add("gone", &element);
+    Element& stays = scene.add("stays", &element);
+    Element& other = scene.add("other");
+    scene.remove(element);
+    scene.reparent(moved, &other);
+    scene.remove(gone);
+    scene.reparent(parent, &stays);
+    scene.revive(element);
+    EXPECT_EQ(moved.parent, &other);
+    EXPECT_EQ(gone.parent, nullptr);
+    EXPECT_EQ(element.children, std::vector<Element*>{&stays});
+    EXPECT_EQ(element.parent, nullptr) << "its parent hangs below it now";
+    scene.remove(element);
+    scene.remove(parent);
+    scene.revive(element);
+    EXPECT_EQ(element.parent, nullptr);
+}
+
 TEST_F(HostElements, DeletedOnesChildrenAreAnswersOfTheRoot) {
     car.declare();
     ovs::MeshHandle* body = made("CarBodyMesh");

@@ -405,6 +405,38 @@ TEST_F(HostLifeOfOne, CallFromWithinACallIsNotMade) {
     EXPECT_THAT(car.misuse, IsEmpty());
 }
 
+TEST_F(HostLifeOfOne, CallOfAnotherVehicleFromWithinACallIsNotMade) {
+    FakePlugin others;
+    Vehicle other(&others, "other", scene, undo);
+    other.declare();
+    other.createRig();
+    rig();
+    others.calls.clear();
+    plugin.onFrame = [&](FakeVehicle& v, double) {
+        other.showFrame(1);
+        other.startRun(1);
+        other.save();
+        other.edit("Number", 1.0);
+        v.hostInterface->refreshDialog();
+        EXPECT_THROW(Vehicle(&others, "third", scene, undo), StageError);
+    };
+    car.startRun(0);
+    scene.clock.now = 1;
+    car.updateFrame(1);
+    EXPECT_EQ(others.lines(), Lines());
+    EXPECT_EQ(other.value("Number"), 0.5);
+    EXPECT_EQ(others.alive, 1);
+    const auto inside = [](const char* call) {
+        return AllOf(HasSubstr(call), HasSubstr("inside of a call of another vehicle"));
+    };
+    EXPECT_THAT(other.misuse, ElementsAre(inside("showFrame"), inside("startRun"), inside("saveState"),
+                                          inside("onParameterChanged")));
+    other.misuse.clear();
+    other.showFrame(1);
+    EXPECT_THAT(other.misuse, IsEmpty()) << "behind the call all is as before";
+    EXPECT_EQ(others.count("showFrame"), 1);
+}
+
 TEST_F(HostLifeOfOne, LentObjectsAreNamedWhenUsedOrGivenBackTooLate) {
     car.log.enabled = false;
     rig();

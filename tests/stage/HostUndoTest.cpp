@@ -4,6 +4,7 @@
 namespace ond::test {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using util::Translation;
 
@@ -141,6 +142,49 @@ TEST_F(HostUndo, RecordsOfUndoneStepsDieWithTheirVehicle) {
     EXPECT_EQ(written, "-bxaxb|");
 }
 
+TEST_F(HostUndo, NothingIsUndoneFromWithinACall) {
+    rig();
+    car.edit("Number", 1.5);
+    car.pushUndo(record("a"), 0);
+    car.pushUndo(record("b"), 0);
+    undo.undo();
+    written.clear();
+    plugin.onShow = [&](FakeVehicle&, double) {
+        undo.undo();
+        undo.redo();
+    };
+    car.showFrame(0);
+    EXPECT_EQ(written, "");
+    EXPECT_EQ(car.value("Number"), 1.5);
+    EXPECT_THAT(undo.misuse, ElementsAre(HasSubstr("undo inside of a call"), HasSubstr("redo inside of a call")));
+    undo.undo();
+    EXPECT_EQ(written, "-a") << "behind the call it is possible again";
+    EXPECT_EQ(undo.misuse.size(), 2U);
+}
+
+TEST_F(HostUndo, RecordIsACallAsWell) {
+    struct CallingRecord final : ovs::CUndo {
+        CallingRecord(Vehicle& called, UndoStack& ofHost) : CUndo(&called), stack(ofHost) {}
+        void undo(bool) override { call(); }
+        void redo() override { call(); }
+        void release() override { delete this; }
+        void call() {
+            static_cast<Vehicle*>(target)->showFrame(0);
+            stack.undo();
+        }
+        UndoStack& stack;
+    };
+    rig();
+    car.edit("Number", 1.5);
+    car.pushUndo(new CallingRecord(car, undo), 0);
+    undo.undo();
+    undo.redo();
+    EXPECT_EQ(plugin.count("showFrame"), 0);
+    EXPECT_EQ(car.value("Number"), 1.5);
+    EXPECT_EQ(car.misuse.size(), 2U);
+    EXPECT_EQ(undo.misuse.size(), 2U);
+}
+
 class RunUndo : public FakeStage {
   protected:
     std::string written;
@@ -226,6 +270,14 @@ TEST_F(RunUndo, EditDuringARunIsRefusedAndLeavesTheStepWhole) {
     EXPECT_EQ(stage->undo.steps(), 1);
     EXPECT_EQ(stage->undo.recordsOnTop(), 3);
     EXPECT_EQ(written, "");
+}
+
+TEST_F(RunUndo, StageTellsOfUndoFromWithinACall) {
+    add("car");
+    plugin.onFrame = [this](FakeVehicle&, double) { stage->undo.undo(); };
+    stage->run(0, 1);
+    EXPECT_THAT(stage->complaints(), ElementsAre(HasSubstr("undo inside of a call")));
+    stage->undo.misuse.clear();
 }
 
 TEST_F(RunUndo, OldRunsFallOutOfTheStack) {

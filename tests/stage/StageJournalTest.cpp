@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "stage/Stage.h"
@@ -186,6 +187,24 @@ TEST_F(Recorded, CurvesHaveARowPerFrame) {
     EXPECT_EQ(curves.row(26), nullptr);
     EXPECT_EQ(curves.row(25)[curves.column(CurveKind::output, "Velocity")], car().output("Velocity")->current);
     EXPECT_NEAR(curves.row(25)[curves.column(CurveKind::contactY, "BL")], 0.0, 0.02) << "the wheel stands on the plane";
+}
+
+TEST_F(Recorded, GaugesAreRecordedAsTheyReadAfterEachFrame) {
+    drive(0, 10);
+    car().put("Gas Pedal (Forw/Backw) Maximum", 1.5);
+    drive(10, 20);
+    const Curves& curves = stage.curves.at(0);
+    for (const DialogItem& item : car().dialog.items)
+        EXPECT_EQ(curves.column(CurveKind::gauge, item.label) >= 0, item.isGauge()) << item.label;
+    const int maximum = curves.column(CurveKind::gauge, "World Space Maximum Velocity Gauge");
+    const int velocity = curves.column(CurveKind::gauge, "Current Velocity");
+    ASSERT_GE(std::min(maximum, velocity), 0);
+    for (int frame = 0; frame <= 20; ++frame) {
+        EXPECT_EQ(curves.row(frame)[velocity], curves.row(frame)[curves.column(CurveKind::output, "Velocity")]);
+        EXPECT_DOUBLE_EQ(curves.row(frame)[maximum], curves.row(0)[maximum] / (frame > 10 ? 2.0 : 1.0)) << frame;
+    }
+    EXPECT_EQ(curves.row(20)[velocity], car().value("Current Velocity"));
+    EXPECT_GT(curves.row(20)[velocity], curves.row(5)[velocity]);
 }
 
 TEST_F(Recorded, StateByKeyReachesTheVehicle) {

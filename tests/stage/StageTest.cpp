@@ -8,6 +8,7 @@
 
 #include "ond/util/CMesh_Box.h"
 #include "ond/util/Quat.h"
+#include "stage/StageError.h"
 #include "util/PinnedRandom.h"
 
 namespace ond::test {
@@ -384,6 +385,35 @@ TEST(DialogItem, ClampsToItsRange) {
     EXPECT_EQ(field, 2.0);
     item.write(-5.0);
     EXPECT_EQ(item.value(), -1.0);
+}
+
+TEST(DialogItem, WholeNumberTakesBackWhatItCanHave) {
+    std::int32_t field = 3;
+    DialogItem item;
+    item.kind = DialogItem::Kind::integer;
+    item.label = "Rays";
+    item.integer = &field;
+    item.min = 1.0;
+    item.max = 100.0;
+    item.restore(-7.0);
+    EXPECT_EQ(field, -7) << "a field may be outside of its range";
+    item.restore(2147483647.0);
+    EXPECT_EQ(field, 2147483647);
+    item.restore(-2147483648.0);
+    EXPECT_EQ(field, -2147483647 - 1);
+    for (const double value : {2147483648.0, 1e300, std::numeric_limits<double>::infinity()}) {
+        item.restore(value);
+        EXPECT_EQ(field, 100) << value;
+        item.restore(-1.001 * value);
+        EXPECT_EQ(field, 1) << value;
+    }
+    try {
+        item.restore(std::nan(""));
+        ADD_FAILURE() << "no number was taken";
+    } catch (const StageError& error) {
+        EXPECT_STREQ(error.what(), "'Rays' cannot hold what is no number");
+    }
+    EXPECT_EQ(field, 1);
 }
 
 TEST(InputAxis, FollowsItsScriptOrStands) {

@@ -146,9 +146,44 @@ TEST_F(TakeDamage, EveryWrongFieldIsRefused) {
         {"rows", [](json&, json& t) { t["vehicles"][0]["rows"] = json::array(); }},
         {"rows.Gravity", [](json&, json& t) { t["vehicles"][0]["rows"]["Gravity"] = nullptr; }},
         {"channels", [](json&, json& t) { t["vehicles"][0]["channels"][0].erase("offset"); }},
+        {"source", [](json&, json& t) { t["vehicles"][0]["channels"][0]["source"] = 7; }},
+        {"source",
+         [](json&, json& t) {
+             t["vehicles"][0]["channels"][0]["source"] = {{"vehicle", "car"}};
+         }},
+        {"channel",
+         [](json&, json& t) {
+             t["vehicles"][0]["channels"][0]["source"] = {{"channel", ""}};
+         }},
+        {"source",
+         [](json&, json& t) {
+             t["vehicles"][0]["channels"][0]["source"] = {{"channel", "Horn"}};
+         }},
+        {"source",
+         [](json&, json& t) {
+             json& channel = t["vehicles"][0]["channels"][0];
+             channel["source"] = {{"vehicle", "nobody"}, {"channel", channel["name"]}};
+         }},
+        {"states[0].vehicles",
+         [](json&, json& t) {
+             t["journal"]["states"][0]["vehicles"][0]["channels"][0]["source"] = {{"channel", "Horn"}};
+         }},
         {"curves.count", [](json&, json& t) { t["vehicles"][0]["curves"]["count"] = -1; }},
         {"curves.values", [](json&, json& t) { t["vehicles"][0]["curves"]["count"] = 5; }},
         {"kind", [](json&, json& t) { t["vehicles"][0]["curves"]["columns"][0]["kind"] = "temperature"; }},
+        {"kind", [](json&, json& t) { t["vehicles"][0]["curves"]["columns"][0]["kind"] = "gauge"; }},
+        {"gauges.names", [](json&, json& t) { t["vehicles"][0]["curves"]["gauges"]["names"] = json::array(); }},
+        {"gauges.names", [](json&, json& t) { t["vehicles"][0]["curves"]["gauges"]["names"][1] = 4; }},
+        {"gauges.values", [](json&, json& t) { t["vehicles"][0]["curves"]["gauges"]["names"].push_back("x"); }},
+        {"gauges.values", [](json&, json& t) { t["vehicles"][0]["curves"]["gauges"]["values"] = nullptr; }},
+        {"gauges.values",
+         [](json&, json& t) {
+             // Many rows without a column would cost the file nothing.
+             json& curves = t["vehicles"][0]["curves"];
+             curves["columns"] = json::array();
+             curves["values"] = nullptr;
+             curves["count"] = 1000000000;
+         }},
         {"node", [](json&, json& t) { t["elements"][1]["node"] = 4711; }},
         {"node", [](json&, json& t) { t["elements"][1]["node"] = t["elements"][0]["node"]; }},
         {"nodes",
@@ -239,6 +274,16 @@ TEST_F(TakeDamage, EveryFieldThatIsMissingOrOfAnotherTypeIsBorne) {
     }
 }
 
+TEST_F(TakeDamage, RowThatNoFieldCanHoldIsKeptWithinItsRange) {
+    const auto host = carOn(false);
+    for (const auto& [told, held] : {std::pair{1e300, 100.0}, {-1e300, 1.0}, {2147483648.0, 100.0}, {50.0, 50.0}}) {
+        TakeContents contents = contentsOf(*host);
+        contents.vehicles.at(0).rows.at("Ray Multiplier") = told;
+        const auto opened = stageOf(readTake(takeBytes(contents), "t.glb"), takeModule());
+        EXPECT_EQ(opened->vehicles.at(0)->value("Ray Multiplier"), held) << told;
+    }
+}
+
 TEST_F(TakeDamage, CyclesAndDeepNestingAreRefused) {
     EXPECT_NE(errorWhen([](json& d, json& t) {
                   const std::size_t last = d["nodes"].size();
@@ -278,8 +323,9 @@ TEST_F(TakeDamage, SharedBlobsCannotGrowWithoutEnd) {
 TEST_F(TakeDamage, NumbersThatAreNotFiniteAreRefused) {
     const json whole = description();
     const json& take = whole["extensions"][kExtension];
-    for (const json& view : {take["elements"][2]["pose"], take["vehicles"][0]["curves"]["values"],
-                             take["journal"]["runs"][0]["inputs"][0]["axes"]}) {
+    for (const json& view :
+         {take["elements"][2]["pose"], take["vehicles"][0]["curves"]["values"],
+          take["vehicles"][0]["curves"]["gauges"]["values"], take["journal"]["runs"][0]["inputs"][0]["axes"]}) {
         Bytes bytes = sound();
         const GlbChunks chunks = splitGlb(bytes);
         const std::size_t at = static_cast<std::size_t>(chunks.binary - bytes.data()) +

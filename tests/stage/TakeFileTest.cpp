@@ -1,6 +1,7 @@
 // Takes through their files: what is opened goes on as if it had never been closed.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "stage/StageError.h"
@@ -165,6 +166,104 @@ TEST(TakeFileScene, UndrivenSceneComesBack) {
     EXPECT_EQ(takeBytes(*opened), readFile(folder.file("take.glb")));
 }
 
+/// The stage as a program would have saved it that knew no gauges, opened.
+std::unique_ptr<Stage> openedWithoutGauges(Stage& host) {
+    TakeContents contents = contentsOf(host);
+    for (Curves& curves : contents.curves) {
+        const Curves all = curves;
+        std::erase_if(curves.columns, [](const CurveColumn& column) { return column.kind == CurveKind::gauge; });
+        curves.values.clear();
+        for (std::size_t i = 0; i < all.values.size(); ++i)
+            if (all.columns[i % all.columns.size()].kind != CurveKind::gauge) curves.values.push_back(all.values[i]);
+    }
+    return stageOf(readTake(takeBytes(contents), "old.glb"), takeModule());
+}
+
+TEST(TakeFileGauges, AreKeptFrameByFrame) {
+    const auto host = carOn(false);
+    host->startRun(0);
+    std::vector<double> velocities{host->vehicles[0]->value("Current Velocity")};
+    for (int frame = 1; frame <= 20; ++frame) {
+        host->advance(1);
+        velocities.push_back(host->vehicles[0]->value("Current Velocity"));
+    }
+    host->stopRun();
+    EXPECT_NE(velocities[10], velocities[20]);
+    const TakeContents read = readTake(takeBytes(*host), "take.glb");
+    const Curves& curves = read.curves.at(0);
+    const int column = curves.column(CurveKind::gauge, "Current Velocity");
+    ASSERT_GE(column, 0);
+    for (int frame = 0; frame <= 20; ++frame)
+        EXPECT_TRUE(sameBits(curves.row(frame)[column], velocities[static_cast<std::size_t>(frame)])) << frame;
+    EXPECT_EQ(std::count_if(curves.columns.begin(), curves.columns.end(),
+                            [](const CurveColumn& each) { return each.kind == CurveKind::gauge; }),
+              5);
+}
+
+TEST(TakeFileGauges, OfFramesBeforeAResumeStay) {
+    const auto host = carOn(false);
+    host->run(0, 20);
+    const Curves before = host->curves.at(0);
+    host->vehicles[0]->put("Multiplier", 1.0);
+    scriptAll(*host, -0.5);
+    host->run(10, 15);
+    const Curves& after = host->curves.at(0);
+    const auto maximum = static_cast<std::size_t>(after.column(CurveKind::gauge, "World Space Maximum Velocity Gauge"));
+    for (int frame = 0; frame <= 10; ++frame)
+        EXPECT_TRUE(sameBits({before.row(frame), before.row(frame) + before.columns.size()},
+                             {after.row(frame), after.row(frame) + after.columns.size()}))
+            << frame;
+    for (int frame = 11; frame <= 15; ++frame)
+        EXPECT_NEAR(after.row(frame)[maximum], before.row(frame)[maximum] / 3.6, 1e-9) << frame;
+}
+
+TEST(TakeFileGauges, OfOlderTakesAreAbsentAndSoTheyAreSavedAgain) {
+    const auto host = carOn(false);
+    host->run(0, 20);
+    const auto old = openedWithoutGauges(*host);
+    EXPECT_FALSE(old->curves.at(0).has(CurveKind::gauge));
+    EXPECT_EQ(old->curves[0].rows(), 21);
+    const Bytes bytes = takeBytes(*old);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()).find("\"gauges\""), std::string::npos);
+    EXPECT_EQ(takeBytes(*stageOf(readTake(bytes, "old.glb"), takeModule())), bytes);
+}
+
+TEST(TakeFileGauges, OfOlderTakesStayAbsentWhereRowsLieBefore) {
+    const auto host = carOn(false);
+    host->run(0, 20);
+    const auto old = openedWithoutGauges(*host);
+    const Curves before = old->curves.at(0);
+    scriptAll(*old, -0.5);
+    old->run(10, 30);
+    const Curves& after = old->curves.at(0);
+    ASSERT_EQ(after.columns, before.columns);
+    ASSERT_EQ(after.rows(), 31);
+    for (int frame = 0; frame <= 10; ++frame)
+        EXPECT_TRUE(sameBits({before.row(frame), before.row(frame) + before.columns.size()},
+                             {after.row(frame), after.row(frame) + after.columns.size()}))
+            << frame;
+    EXPECT_EQ(after.row(30)[after.column(CurveKind::output, "Velocity")],
+              old->vehicles[0]->output("Velocity")->current);
+    old->vehicles[0]->armed = false;
+    old->run(40, 45);
+    EXPECT_EQ(old->curves.at(0).rows(), 31) << "a vehicle that is not driven keeps its rows";
+    EXPECT_NO_THROW((void)takeBytes(*old));
+}
+
+TEST(TakeFileGauges, ComeToOlderTakesWithRunsThatLeaveNoRowsBefore) {
+    const auto host = carOn(false);
+    host->run(0, 20);
+    const auto again = openedWithoutGauges(*host);
+    ASSERT_TRUE(again->retake(again->journal, std::nullopt));
+    EXPECT_EQ(takeBytes(*again), takeBytes(*host));
+    const auto elsewhere = openedWithoutGauges(*host);
+    scriptAll(*elsewhere);
+    elsewhere->run(50, 55);
+    EXPECT_TRUE(elsewhere->curves.at(0).has(CurveKind::gauge));
+    EXPECT_EQ(elsewhere->curves[0].first, 50);
+    EXPECT_EQ(elsewhere->curves[0].rows(), 6);
+}
+
 // Saving.
 
 TEST(TakeFileSaving, ReplacesAnOlderFileAndLeavesNothingElse) {
@@ -236,7 +335,8 @@ TEST(TakeFileOptions, WithoutExactTracksItIsSmallAndSaysSoWhenOpened) {
     const std::string text(lean.begin(), lean.end());
     EXPECT_NE(text.find("OND_vehicle_take"), std::string::npos);
     EXPECT_NE(text.find("\"curves\""), std::string::npos);
-    for (const char* left : {"\"pose\"", "\"block\"", "\"journal\"", "\"matrices\"", "\"vertices\"", "\"deleted\""})
+    for (const char* left :
+         {"\"pose\"", "\"block\"", "\"journal\"", "\"matrices\"", "\"vertices\"", "\"deleted\"", "\"gauges\""})
         EXPECT_EQ(text.find(left), std::string::npos) << left;
 }
 

@@ -1,0 +1,7 @@
+// A library that is no module at all.
+
+extern "C" {
+
+int somethingElse() { return 7; }
+
+}  // extern "C"
