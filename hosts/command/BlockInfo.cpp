@@ -46,6 +46,11 @@ void describeHistory(const DataChunk& chunk, ordered_json& key) {
     if (std::isfinite(first) && std::isfinite(last)) key["span"] = {first, last};
 }
 
+/// A key that a damaged block announces and does not hold.
+bool isLost(const DataChunk& chunk) {
+    return chunk.getName().empty() && chunk.getSize() == 0 && chunk.getNumChildren() == 0;
+}
+
 ordered_json describeLeaf(const DataChunk& chunk) {
     ordered_json key{{"name", chunk.getName()}, {"bytes", chunk.getSize()}};
     if (chunk.getNumChildren() > 0) {
@@ -54,6 +59,7 @@ ordered_json describeLeaf(const DataChunk& chunk) {
         // Only one more level: blocks have no deeper ones, and damaged ones must not decide how deep this goes.
         for (int i = 0; i < chunk.getNumChildren(); ++i) {
             const DataChunk& child = chunk.getChild(i);
+            if (isLost(child)) continue;
             ordered_json inner{{"name", child.getName()}, {"bytes", child.getSize()}};
             if (isHistory(child)) describeHistory(child, inner);
             key["children"].push_back(std::move(inner));
@@ -93,17 +99,50 @@ ordered_json describeBlock(const std::string& bytes) {
                        {"bytes", bytes.size()},
                        {"damaged", end != bytes.data() + bytes.size()},
                        {"keys", ordered_json::array()}};
-    for (int i = 0; i < root.getNumChildren(); ++i) block["keys"].push_back(describeLeaf(root.getChild(i)));
+    int lost = 0;
+    for (int i = 0; i < root.getNumChildren(); ++i) {
+        if (isLost(root.getChild(i)))
+            ++lost;
+        else
+            block["keys"].push_back(describeLeaf(root.getChild(i)));
+    }
+    if (block["damaged"].get<bool>()) block["lost"] = lost;
     return block;
 }
 
-std::string blockText(const ordered_json& block, const std::string& indent) {
-    std::string text = indent + "saved block, version " + block["version"].get<std::string>() + ", " +
-                       std::to_string(block["bytes"].get<std::size_t>()) + " bytes, " +
-                       std::to_string(block["keys"].size()) + " keys" +
-                       (block["damaged"].get<bool>() ? ", damaged" : "") + "\n";
+std::string damageOf(const ordered_json& block) {
+    if (!block["damaged"].get<bool>()) return {};
+    const std::size_t known = block["keys"].size();
+    const auto lost = block["lost"].get<std::size_t>();
+    if (lost == 0 && known == 0) return "its first sizes do not fit it";
+    if (lost == 0) return "its sizes do not add up to its length";
+    return std::to_string(lost) + " of its " + std::to_string(known + lost) + " keys are missing";
+}
+
+std::string blockLine(const ordered_json& block) {
+    int histories = 0;
+    std::uint64_t keys = 0;
+    const auto count = [&](const ordered_json& list) {
+        for (const ordered_json& key : list) {
+            if (key.value("kind", "") != "history") continue;
+            ++histories;
+            keys += key["keys"].get<std::uint32_t>();
+        }
+    };
+    count(block["keys"]);
+    for (const ordered_json& key : block["keys"])
+        if (key.contains("children")) count(key["children"]);
+    return "saved block, version " + block["version"].get<std::string>() + ", " +
+           std::to_string(block["bytes"].get<std::size_t>()) + " bytes, " + std::to_string(block["keys"].size()) +
+           " keys, " + std::to_string(histories) + " histories with " + std::to_string(keys) + " keys" +
+           (block["damaged"].get<bool>() ? ", damaged" : "") + "\n";
+}
+
+std::string blockText(const ordered_json& block) {
+    const std::string indent = "  ";
+    std::string text = blockLine(block);
     for (const ordered_json& key : block["keys"]) {
-        text += indent + "  " + key["name"].get<std::string>() + ": " + key["kind"].get<std::string>();
+        text += indent + key["name"].get<std::string>() + ": " + key["kind"].get<std::string>();
         if (key.contains("value"))
             text += " " + (key["value"].is_string() ? key["value"].get<std::string>() : key["value"].dump());
         if (key.contains("keys")) text += " of " + std::to_string(key["keys"].get<std::uint32_t>()) + " keys";

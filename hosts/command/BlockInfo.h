@@ -10,10 +10,16 @@ namespace ond::command {
 [[nodiscard]] bool isSavedBlock(const std::string& bytes);
 
 /// The block as a tree: "name", "version", "bytes", "damaged", and "keys" with name, kind, size, value or number of
-/// keys and span of each.
+/// keys and span of each. Of a damaged block these are the keys that can be read, and "lost" counts the others.
 [[nodiscard]] nlohmann::ordered_json describeBlock(const std::string& bytes);
 
-/// The same as lines of text, each with `indent` before it.
-[[nodiscard]] std::string blockText(const nlohmann::ordered_json& block, const std::string& indent);
+/// What is wrong with a block of describeBlock(), as the end of a sentence; empty if nothing is.
+[[nodiscard]] std::string damageOf(const nlohmann::ordered_json& block);
+
+/// The block in one line of text: its version and counts.
+[[nodiscard]] std::string blockLine(const nlohmann::ordered_json& block);
+
+/// The same, and below it a line for each key.
+[[nodiscard]] std::string blockText(const nlohmann::ordered_json& block);
 
 }  // namespace ond::command

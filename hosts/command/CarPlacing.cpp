@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 #include "command/CommandError.h"
@@ -11,7 +12,6 @@
 
 namespace ond::command {
 
-using stage::Element;
 using stage::Vehicle;
 using util::Matrix4;
 using util::Vector3;
@@ -126,6 +126,26 @@ std::optional<Matrix4> standingUpright(const Contacts& contacts, double x, doubl
     return upright(heading, {x, *height - mean(contacts).y, z});
 }
 
+/// Sentences about a vehicle that was put somewhere without a look at the ground.
+std::vector<std::string> startNotes(const Vehicle& vehicle, const GroundProbe& ground) {
+    const double length = bodyLength(vehicle);
+    // A wheel that stands a bit too deep still has the ground below it.
+    const double lift = 0.25 * length;
+    int without = 0;
+    double nearest = std::numeric_limits<double>::max();
+    for (const Vector3<double>& wheel : contactsOf(vehicle)) {
+        const Vector3<double> from = wheel + Vector3<double>(0.0, lift, 0.0);
+        const std::optional<double> height =
+            ground.empty() ? planeBelow(from, planeHalf(vehicle, length)) : ground.below(from);
+        if (!height) ++without;
+        if (height) nearest = std::min(nearest, wheel.y - *height);
+    }
+    if (without == 4) return {"there is no ground below '" + vehicle.name + "' at the start"};
+    if (without > 0) return {"not all wheels of '" + vehicle.name + "' have ground below them at the start"};
+    if (nearest <= 0.5 * length) return {};
+    return {"'" + vehicle.name + "' starts in the air, " + shortText(nearest, 4) + " above the ground"};
+}
+
 }  // namespace
 
 double bodyLength(const Vehicle& vehicle) { return util::Length(worldOf(vehicle, "CarBodyMesh").row(2)); }
@@ -161,12 +181,12 @@ std::vector<std::string> placeCar(Vehicle& vehicle, const CarPlace& place, const
     std::vector<std::string> notes;
     if (place.at.size() == 3) {
         transformRoots(vehicle, upright(place.heading, {place.at[0], place.at[1] - rest, place.at[2]}));
-        return notes;
+        return startNotes(vehicle, ground);
     }
     if (ground.empty()) {
         const std::vector<double> at = place.at.empty() ? std::vector<double>{0.0, 0.0} : place.at;
         transformRoots(vehicle, upright(place.heading, {at[0], -rest, at[1]}));
-        return notes;
+        return startNotes(vehicle, ground);
     }
     if (!place.at.empty()) {
         std::optional<Matrix4> placing = standing(contacts, place.at[0], place.at[1], place.heading, ground);
@@ -189,8 +209,8 @@ std::vector<std::string> placeCar(Vehicle& vehicle, const CarPlace& place, const
                             ", z " + shortText(z));
         return notes;
     }
-    throw CommandError("found no place on the ground where '" + vehicle.name + "' can stand; give one with --at X,Z; " +
-                       rangeText(ground));
+    throw CommandError("found no place on the ground where '" + vehicle.name + "' can stand; give one with --at X,Z, " +
+                       "or, if the file's Z is up, --up z; " + rangeText(ground));
 }
 
 }  // namespace ond::command

@@ -24,6 +24,8 @@ constexpr const char* kTurnBase = "Turn Base (Back Wheel Relative)";
 /// Takes the ground that is there, so it belongs to a scene and not to a way to feel.
 constexpr const char* kStoreGround = "Store Ground Mesh Data";
 
+/// The flag of the saved state that gives a vehicle weight in flight.
+constexpr const char* kWeight = "cCarCambGravityOn";
 /// Free fall of a vehicle of length L at "Gravity" 1 is 900 * L / 4 units per second squared.
 constexpr double kFallPerLength = 900.0 / 4.0;
 
@@ -86,9 +88,13 @@ double stateValue(const util::DataChunk& leaf) {
 }
 
 /// Settings of the saved state without a row in the dialog that tell how a vehicle feels.
-constexpr const char* kFeelKeys[] = {
-    "cCarCambGravityOn",          "fRelMaxBumperLen",   "dScaleRelMaxJumpVelocity",       "dLandingSkiddingFactor",
-    "dHorizontalRestoringFactor", "dMinGroundDistance", "dMaximumSpringChangeVelocityRel"};
+constexpr const char* kFeelKeys[] = {kWeight,
+                                     "fRelMaxBumperLen",
+                                     "dScaleRelMaxJumpVelocity",
+                                     "dLandingSkiddingFactor",
+                                     "dHorizontalRestoringFactor",
+                                     "dMinGroundDistance",
+                                     "dMaximumSpringChangeVelocityRel"};
 
 nlohmann::ordered_json channelsOf(const Vehicle& vehicle) {
     nlohmann::ordered_json channels = nlohmann::ordered_json::object();
@@ -168,10 +174,20 @@ void applyPreset(Stage& stage, int index, const Preset& preset) {
     placeWheels(vehicle, preset.wheels);
     tuneChannels(vehicle, preset.channels);
     std::vector<NamedValue> parameters = preset.parameters;
-    if (preset.fallAcceleration)
-        parameters.emplace_back("Gravity", *preset.fallAcceleration / (kFallPerLength * bodyLength(vehicle)));
+    if (preset.fallAcceleration) parameters.emplace_back("Gravity", gravityFor(vehicle, *preset.fallAcceleration));
     setParameters(vehicle, parameters);
     setSavedState(stage, index, preset.state);
+}
+
+std::optional<double> fallAcceleration(Stage& stage, int index) {
+    const util::DataChunk root = savedState(stage, index);
+    if (!root.hasChild(kWeight) || stateValue(root.getChild(kWeight)) == 0.0) return std::nullopt;
+    const Vehicle& vehicle = *stage.vehicles.at(static_cast<std::size_t>(index));
+    return kFallPerLength * bodyLength(vehicle) * vehicle.value("Gravity");
+}
+
+double gravityFor(const Vehicle& vehicle, double acceleration) {
+    return acceleration / (kFallPerLength * bodyLength(vehicle));
 }
 
 std::string extractPreset(Stage& stage, int index, const std::string& name) {

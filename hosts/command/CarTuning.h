@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,11 @@ void tuneChannels(stage::Vehicle& vehicle, const std::map<int, ChannelPlan>& cha
 
 /// All of a preset. References to the stage's vehicles are dead afterwards.
 void applyPreset(stage::Stage& stage, int vehicle, const Preset& preset);
+
+/// How fast the vehicle falls freely, scene units per second squared; nothing if it has no weight in flight.
+[[nodiscard]] std::optional<double> fallAcceleration(stage::Stage& stage, int vehicle);
+/// The value of "Gravity" at which it falls that fast.
+[[nodiscard]] double gravityFor(const stage::Vehicle& vehicle, double acceleration);
 
 /// What of the vehicle is not as it was made: a preset's JSON text.
 [[nodiscard]] std::string extractPreset(stage::Stage& stage, int vehicle, const std::string& name);

@@ -28,6 +28,7 @@ std::string plain(const std::string& text) {
 
 std::vector<std::pair<std::string, int>> allNames() {
     std::vector<std::pair<std::string, int>> names;
+    names.reserve(2 * kChannels.size() + kFurtherNames.size());
     for (int i = 0; i < kNumChannels; ++i) {
         names.emplace_back(kChannels[static_cast<std::size_t>(i)].shortName, i);
         names.emplace_back(kChannels[static_cast<std::size_t>(i)].name, i);
@@ -61,8 +62,10 @@ int findChannel(const std::string& text) {
 int channelOf(const std::string& text, const std::string& what) {
     const int channel = findChannel(text);
     if (channel >= 0) return channel;
+    const std::vector<std::pair<std::string, int>> all = allNames();
     std::vector<std::string> names;
-    for (const auto& [name, index] : allNames()) names.push_back(name);
+    names.reserve(all.size());
+    for (const auto& [name, index] : all) names.push_back(name);
     const std::string hint = didYouMean(text, names);
     throw CommandError(what + ": there is no channel '" + text + "'" +
                        (hint.empty() ? "; channels are " + channelList() : hint));
@@ -70,6 +73,7 @@ int channelOf(const std::string& text, const std::string& what) {
 
 std::string channelList() {
     std::vector<std::string> names;
+    names.reserve(kChannels.size());
     for (const ChannelName& channel : kChannels) names.emplace_back(channel.shortName);
     return enumerated(names);
 }

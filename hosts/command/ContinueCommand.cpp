@@ -12,6 +12,7 @@
 #include "command/OutputFile.h"
 #include "command/ProgressBar.h"
 #include "command/Report.h"
+#include "command/TakeRoom.h"
 #include "command/TakeSession.h"
 #include "stage/TakeFile.h"
 
@@ -61,17 +62,20 @@ Continuation open(const ContinueOptions& options, const Console& console) {
     return one;
 }
 
-/// The last frame to drive: as told, or as long as the input lasts, or to the end of the take.
-int lastFrame(const Continuation& one, const std::string& told) {
+/// The last frame to drive: as told, or as long as the input lasts, or to the end of the take. Input that is laid over
+/// the recorded one does not shorten the take.
+int lastFrame(const Continuation& one, const ContinueOptions& options) {
     int last = 0;
-    if (!told.empty())
-        last = wholeOf(told, "--last");
-    else if (one.tracks.duration() > 0.0)
+    if (!options.last.empty()) {
+        last = wholeOf(options.last, "--last");
+    } else if (one.tracks.duration() > 0.0) {
         last = lastFrameWithin(one.stage().scene.clock.rate, one.zero, one.tracks.duration());
-    else if (one.recorded.second > one.at)
+        if (options.overdub) last = std::max(last, one.recorded.second);
+    } else if (one.recorded.second > one.at) {
         last = one.recorded.second;
-    else
+    } else {
         throw CommandError("nothing says how long to drive; give a log, keys that last, or --last");
+    }
     if (last <= one.at)
         throw CommandError("the last frame, " + std::to_string(last) + ", must lie behind --at, " +
                            std::to_string(one.at));
@@ -83,9 +87,10 @@ int finish(const Continuation& one, int from, double wallSeconds, const Continue
     Stage& stage = one.stage();
     stage::saveTake(stage, one.output);
     noteMessages(stage, console);
-    const int last = stage.recorded() ? stage.recorded()->second : from;
     std::vector<Summary> summaries;
     for (std::size_t i = 0; i < stage.vehicles.size(); ++i) {
+        const auto recorded = stage.recorded(static_cast<int>(i));
+        const int last = recorded ? recorded->second : from;
         summaries.push_back(summarise(stage, static_cast<int>(i), std::min(from, last), last));
         summaries.back().wallSeconds = wallSeconds;
     }
@@ -93,12 +98,15 @@ int finish(const Continuation& one, int from, double wallSeconds, const Continue
 }
 
 /// The first recorded frame in which an element stands elsewhere than in `before`, up to `last`; nothing if none does.
-std::optional<int> firstDifference(const Stage& stage, const std::vector<stage::Track>& before, int first, int last) {
+/// @param vehicle that made the elements; all elements for an empty name
+std::optional<int> firstDifference(const Stage& stage, const std::vector<stage::Track>& before, int first, int last,
+                                   const std::string& vehicle) {
     const auto& clock = stage.scene.clock;
     for (int frame = first; frame <= last; ++frame)
         for (std::size_t i = 0; i < before.size() && i < stage.scene.elements.size(); ++i)
-            if (stage.scene.elements[i]->track.at(clock.time(frame), clock.snap()) !=
-                before[i].at(clock.time(frame), clock.snap()))
+            if ((vehicle.empty() || stage.scene.elements[i]->vehicle == vehicle) &&
+                stage.scene.elements[i]->track.at(clock.time(frame), clock.snap()) !=
+                    before[i].at(clock.time(frame), clock.snap()))
                 return frame;
     return std::nullopt;
 }
@@ -122,12 +130,13 @@ int resume(const ContinueOptions& options, const Console& console) {
     if (options.at.empty()) throw CommandError("say from which frame to resume with --at");
     const Continuation one = open(options, console);
     Stage& stage = one.stage();
-    const int last = lastFrame(one, options.last);
+    const int last = lastFrame(one, options);
     std::vector<bool> armed;
     for (std::size_t i = 0; i < stage.vehicles.size(); ++i) {
         armed.push_back(stage.vehicles[i]->armed);
         stage.vehicles[i]->armed = static_cast<int>(i) == one.vehicle;
     }
+    requireRoom(stage, one.at, last);
     feedAxes(stage, one.vehicle, one.tracks, one.zero);
     const auto started = std::chrono::steady_clock::now();
     {
@@ -161,8 +170,10 @@ int retake(const ContinueOptions& options, const Console& console) {
     if (!options.at.empty()) {
         other.emplace();
         other->at = one.at;
-        other->to = lastFrame(one, options.last);
+        other->to = lastFrame(one, options);
         other->input = overrideOf(one, options.overdub);
+        other->vehicle = one.vehicle;
+        requireRoom(stage, one.recorded.first, other->to);
     }
     const auto started = std::chrono::steady_clock::now();
     {
@@ -172,7 +183,10 @@ int retake(const ContinueOptions& options, const Console& console) {
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - started;
     for (std::size_t i = 0; i < stage.vehicles.size(); ++i) stage.vehicles[i]->armed = armed[i];
     const int same = other ? other->at : one.recorded.second;
-    const std::optional<int> difference = firstDifference(stage, before, one.recorded.first, same);
+    // Other vehicles lose the runs that are left out.
+    const bool leftOut = stage.journal.size() < journal.size();
+    const std::string compared = leftOut ? stage.vehicles[static_cast<std::size_t>(one.vehicle)]->name : "";
+    const std::optional<int> difference = firstDifference(stage, before, one.recorded.first, same, compared);
     const int code = finish(one, one.recorded.first, wall.count(), options, console);
     if (!difference) return code;
     console.complain("the take was not repeated to the bit: it differs from frame " + std::to_string(*difference) +

@@ -14,6 +14,7 @@
 #include "command/OutputFile.h"
 #include "command/ProgressBar.h"
 #include "command/Report.h"
+#include "command/TakeRoom.h"
 #include "command/TakeSession.h"
 #include "stage/TakeFile.h"
 
@@ -71,6 +72,13 @@ void replaceFiles(const std::vector<std::string>& files, std::vector<GroundPlan>
     }
 }
 
+void overrideUp(const std::string& up, DrivePlan& plan) {
+    if (up.empty()) return;
+    if (lower(up) != "y" && lower(up) != "z") throw CommandError("--up: give y or z, not '" + up + "'");
+    if (plan.ground.empty()) throw CommandError("--up tells about ground; give some with --ground");
+    for (GroundPlan& ground : plan.ground) ground.zUp = lower(up) == "z";
+}
+
 /// The drive file, if there is one, with what the command line says instead.
 DrivePlan planOf(const DriveOptions& options) {
     DrivePlan plan;
@@ -78,6 +86,7 @@ DrivePlan planOf(const DriveOptions& options) {
     overrideVehicle(options, chosenVehicle(plan, options.vehicle, !options.file.empty()));
     replaceFiles(options.ground, plan.ground);
     replaceFiles(options.scenery, plan.scenery);
+    overrideUp(options.up, plan);
     if (!options.fps.empty()) plan.fps = options.fps;
     if (!options.first.empty()) plan.first = wholeOf(options.first, "--first");
     if (!options.last.empty()) plan.last = wholeOf(options.last, "--last");
@@ -96,6 +105,7 @@ int drive(const DriveOptions& options, const Console& console) {
     for (const std::string& note : setup.notes) console.note(note);
 
     stage::Stage& stage = *setup.stage;
+    requireRoom(stage, setup.first, setup.last);
     for (std::size_t i = 0; i < setup.tracks.size(); ++i)
         feedAxes(stage, static_cast<int>(i), setup.tracks[i], setup.first);
     const auto started = std::chrono::steady_clock::now();

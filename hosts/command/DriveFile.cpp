@@ -62,8 +62,8 @@ DrivePlan DriveFileReader::plan(const JsonNode& root) const {
 }
 
 GroundPlan DriveFileReader::ground(const JsonNode& node, bool linked) const {
-    node.requireKeys(linked ? std::vector<std::string>{"file", "link", "at", "scale"}
-                            : std::vector<std::string>{"file", "at", "scale"});
+    node.requireKeys(linked ? std::vector<std::string>{"file", "link", "at", "scale", "up"}
+                            : std::vector<std::string>{"file", "at", "scale", "up"});
     GroundPlan plan;
     if (!node.has("file")) node.fail("the key 'file' is missing");
     plan.file = path(node.at("file"));
@@ -77,6 +77,11 @@ GroundPlan DriveFileReader::ground(const JsonNode& node, bool linked) const {
         plan.at = {at[0], at[1], at[2]};
     }
     if (node.has("scale")) plan.scale = node.at("scale").number({1e-6, 1e6});
+    if (node.has("up")) {
+        const std::string up = node.at("up").text();
+        if (up != "y" && up != "z") node.at("up").fail("give \"y\" or \"z\"");
+        plan.zUp = up == "z";
+    }
     return plan;
 }
 

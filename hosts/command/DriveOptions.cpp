@@ -12,13 +12,17 @@ void addDrive(CLI::App& app, DriveOptions& options) {
         "Drive a vehicle over ground with recorded input and record the take.\n\n"
         "Everything can stand in a drive file (JSON, see docs/drive-file.md); options of the command line override\n"
         "it. The take is a glTF 2.0 file that any 3D program opens. Without ground the vehicle drives on the plane\n"
-        "y = 0. Lengths are scene units, as a rule metres; +Y is up.");
+        "y = 0, to 1000 car lengths from the origin. Lengths are scene units, as a rule metres; +Y is up.");
     drive->add_option("drive-file", options.file, "A drive file")->type_name("JSON");
 
     const char* scene = "Scene";
     texts(drive, "-g,--ground", options.ground,
           "Ground to drive on (.glb, .gltf, .obj, .ply, .stl, .fbx); several are joined. Replaces the drive file's",
           scene, "MESH");
+    text(drive, "--up", options.up,
+         "Which axis of the ground's files points up, y or z, for .obj, .ply and .stl; the others say it themselves. "
+         "For scenery it stands in the drive file",
+         scene, "y|z", "y");
     texts(drive, "--scenery", options.scenery, "A file that is only seen. Replaces the drive file's", scene, "MESH");
 
     const char* vehicle = "Vehicle";
@@ -58,6 +62,9 @@ void addDrive(CLI::App& app, DriveOptions& options) {
     drive->footer(
         "Channels: gas, steering, booster, brake, skidding, skidbrake, gravel, burnout, force, or as the vehicle\n"
         "names them, e.g. \"Gas Pedal (Forw/Backw)\".\n\n"
+        "A vehicle whose gas does not stand at 0 in the first frame is already moving then: --hold gas=1 starts at "
+        "full\n"
+        "speed. To start from standstill, key it from 0: --key gas=0:0,0.5:1 --last 150.\n\n"
         "Examples:\n"
         "  quadrig drive shot.json -o shot.glb\n"
         "  quadrig drive --ground hills.glb --input log.csv --preset family -o hills-take.glb\n"
@@ -111,7 +118,8 @@ void addRetake(CLI::App& app, ContinueOptions& options) {
         "new input the same recording is made again: the same bytes.");
     addTakeAndTime(
         retake, options, "The last frame that is driven as recorded",
-        "The last frame to drive; otherwise the last time of the new input decides, or else the end of the take");
+        "The last frame to drive; otherwise the last time of the new input decides (with --overdub not before the end "
+        "of the take), or else the end of the take");
     addInput(retake, options.input);
     retake
         ->add_flag("--overdub", options.overdub,

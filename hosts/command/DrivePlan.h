@@ -23,6 +23,7 @@ struct GroundPlan {
     GroundLink link = GroundLink::automatic;
     util::Vector3<double> at{0.0, 0.0, 0.0};  ///< moves the file's content, behind the scaling
     double scale = 1.0;
+    bool zUp = false;  ///< the file's Z points up and becomes Y; its Y becomes -Z
 };
 
 /// How a wheel is placed at the car, as a user does with its relocator.

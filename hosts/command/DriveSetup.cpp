@@ -10,6 +10,7 @@
 #include "command/GroundProbe.h"
 #include "command/InputPlan.h"
 #include "command/Nearest.h"
+#include "command/Numbers.h"
 #include "command/SceneryLoader.h"
 #include "command/TargetPath.h"
 
@@ -23,7 +24,12 @@ using util::Matrix4;
 namespace {
 
 constexpr const char* kAutonomous = "Autonomous Mode";
-constexpr const char* kFastCasting = "Use Fast Ray Cast";
+/// Ground of less car lengths to its longer side is a toy, or its unit is another one than the car's.
+constexpr double kSmallGround = 10.0;
+/// How fast things fall that look as if they had a weight, car lengths per second squared: from a car of 150 m to one
+/// of 20 cm at the earth's 9.81 m/s^2.
+constexpr double kSlowestFall = 0.065;
+constexpr double kFastestFall = 50.0;
 
 bool sets(const std::vector<NamedValue>& values, const std::string& label) {
     return std::any_of(values.begin(), values.end(),
@@ -69,6 +75,7 @@ class Builder {
         m_ground = loadGround(m_plan, scene());
         take(m_ground.notes);
         m_probe.emplace(scene(), m_ground.all(), now());
+        noteSmallGround();
         for (const VehiclePlan& vehicle : m_plan.vehicles) {
             m_setup.tracks.emplace_back(vehicle.inputs);
             take(m_setup.tracks.back().notes());
@@ -91,6 +98,8 @@ class Builder {
     void tune(int index, const VehiclePlan& plan);
     void addVehicle(std::size_t index);
     void aimTarget(const std::string& vehicle, const Target& target);
+    void noteSmallGround();
+    void noteFall(int index);
 
     const DrivePlan& m_plan;
     DriveSetup m_setup;
@@ -136,7 +145,6 @@ void Builder::tune(int index, const VehiclePlan& plan) {
     Vehicle& vehicle = *m_setup.stage->vehicles[static_cast<std::size_t>(index)];
     placeWheels(vehicle, plan.wheels);
     tuneChannels(vehicle, plan.channels);
-    if (m_ground.parent == nullptr && !sets(plan.parameters, kFastCasting)) vehicle.put(kFastCasting, 0.0);
     if (plan.target && !sets(plan.parameters, kAutonomous)) vehicle.edit(kAutonomous, 1.0);
     std::vector<NamedValue> parameters;
     std::remove_copy_if(plan.parameters.begin(), plan.parameters.end(), std::back_inserter(parameters), needsGround);
@@ -161,12 +169,35 @@ void Builder::addVehicle(std::size_t index) {
     resizeCar(made, plan.length);
     if (preset) applyPreset(stage, place, *preset);
     tune(place, plan);
+    noteFall(place);
     // From here on the vehicle is no longer replaced.
     Vehicle& vehicle = *stage.vehicles[index];
     take(placeCar(vehicle, {plan.at, plan.heading}, *m_probe));
     linkGround(scene(), m_ground, plan.name);
     setParameters(vehicle, withGround);
     aimTarget(plan.name, m_targets[index]);
+}
+
+void Builder::noteSmallGround() {
+    if (m_probe->empty() || m_plan.vehicles.empty()) return;
+    const util::Vector3<double> size = m_probe->high() - m_probe->low();
+    const double length = m_plan.vehicles.front().length;
+    if (std::max(size.x, size.z) >= kSmallGround * length) return;
+    m_setup.notes.push_back("the ground is only " + shortText(size.x, 3) + " by " + shortText(size.z, 3) +
+                            " large, for a car of length " + shortText(length, 3) +
+                            "; if its unit is another one, give it a 'scale' in a drive file, or the car a --length");
+}
+
+void Builder::noteFall(int index) {
+    const std::optional<double> fall = fallAcceleration(*m_setup.stage, index);
+    if (!fall) return;
+    const Vehicle& vehicle = *m_setup.stage->vehicles[static_cast<std::size_t>(index)];
+    const double lengths = *fall / bodyLength(vehicle);
+    if (lengths >= kSlowestFall && lengths <= kFastestFall) return;
+    const double gravity = vehicle.value("Gravity");
+    m_setup.notes.push_back("with cCarCambGravityOn and \"Gravity\" " + shortText(gravity, 3) + " '" + vehicle.name +
+                            "' falls by " + shortText(*fall, 3) + " units/s^2; 9.81 would be \"Gravity\" " +
+                            shortText(gravityFor(vehicle, 9.81), 3));
 }
 
 void Builder::aimTarget(const std::string& vehicle, const Target& target) {

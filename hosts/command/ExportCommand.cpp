@@ -57,18 +57,19 @@ ExportPlan planOf(const ExportOptions& options) {
     return plan;
 }
 
-void write(stage::Stage& stage, const std::string& path, const ExportPlan& plan, std::pair<int, int> frames) {
+void write(stage::Stage& stage, const std::string& path, const ExportPlan& plan, std::pair<int, int> frames,
+           stage::WholeFiles& files) {
     const std::string ending = endingOf(path);
     if (ending == ".png") {
-        stage::writeWhole(path, stage::renderPicture(stage.scene, plan.frame, plan.picture));
+        files.add(path, stage::renderPicture(stage.scene, plan.frame, plan.picture));
     } else if (ending == ".csv") {
-        stage::writeWhole(path, tableOf(stage, frames.first, frames.second, plan.step));
+        files.add(path, tableOf(stage, frames.first, frames.second, plan.step));
     } else {
         stage::TakeOptions what;
         what.withExtension = false;
         if (plan.still) what.stillAt = plan.frame;
         const std::vector<unsigned char> glb = stage::takeBytes(stage, what);
-        stage::writeWhole(path, ending == ".fbx" ? fbxOf(glb) : glb);
+        files.add(path, ending == ".fbx" ? fbxOf(glb, stage.scene.clock.rate) : glb);
     }
 }
 
@@ -87,10 +88,11 @@ int exportTake(const ExportOptions& options, const Console& console) {
     if (plan.frame < frames.first || plan.frame > frames.second)
         throw CommandError("--frame: " + std::to_string(plan.frame) + " is not within frames " +
                            std::to_string(frames.first) + " to " + std::to_string(frames.second));
-    for (const std::string& path : options.output.files) {
-        write(stage, path, plan, frames);
+    stage::WholeFiles files;
+    for (const std::string& path : options.output.files) write(stage, path, plan, frames, files);
+    files.finish();
+    for (const std::string& path : options.output.files)
         if (!console.quiet) console.out << path << '\n';
-    }
     return kFine;
 }
 

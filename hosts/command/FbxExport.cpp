@@ -3,15 +3,22 @@
 #include <assimp/cexport.h>
 #include <assimp/scene.h>
 
+#include <algorithm>
 #include <assimp/Exporter.hpp>
 #include <assimp/Importer.hpp>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <span>
+#include <utility>
 
 #include "command/CommandError.h"
 #include "command/CsvTable.h"
+#include "command/FbxCameras.h"
 #include "command/FbxRecords.h"
+#include "command/FbxTiming.h"
 
 namespace ond::command {
 
@@ -31,28 +38,71 @@ struct TemporaryFolder {
     }
 };
 
-/// The exporter takes times for seconds, whatever the ticks of the animation are.
-void countInSeconds(aiAnimation& animation) {
-    const double perTick = animation.mTicksPerSecond > 0.0 ? 1.0 / animation.mTicksPerSecond : 1.0;
-    animation.mDuration *= perTick;
-    animation.mTicksPerSecond = 1.0;
-    for (unsigned i = 0; i < animation.mNumChannels; ++i) {
-        aiNodeAnim& channel = *animation.mChannels[i];
-        for (unsigned k = 0; k < channel.mNumPositionKeys; ++k) channel.mPositionKeys[k].mTime *= perTick;
-        for (unsigned k = 0; k < channel.mNumRotationKeys; ++k) channel.mRotationKeys[k].mTime *= perTick;
-        for (unsigned k = 0; k < channel.mNumScalingKeys; ++k) channel.mScalingKeys[k].mTime *= perTick;
+/// Times in seconds, as the exporter takes them whatever the ticks of the animation are, with those of whole frames
+/// exact: the take's animation has single precision.
+class Seconds {
+  public:
+    Seconds(const aiAnimation& animation, const stage::FrameRate& rate)
+        : m_perTick(animation.mTicksPerSecond > 0.0 ? 1.0 / animation.mTicksPerSecond : 1.0), m_rate(rate) {}
+
+    [[nodiscard]] double of(double tick) const {
+        const double time = tick * m_perTick;
+        const double frame = m_rate.time(m_rate.nearest(time));
+        // The exporter cuts off what is left of a tick of the format; half of one makes it round.
+        return (std::abs(time - frame) < kSameFrame * m_rate.step() ? frame : time) + 0.5 / kFbxTicks;
     }
+    template <typename Key>
+    void count(Key* keys, unsigned number) const {
+        for (Key& key : std::span(keys, number)) key.mTime = of(key.mTime);
+    }
+
+  private:
+    static constexpr double kSameFrame = 1e-3;  ///< frames
+
+    double m_perTick;
+    stage::FrameRate m_rate;
+};
+
+void countInSeconds(aiAnimation& animation, const stage::FrameRate& rate) {
+    const Seconds seconds(animation, rate);
+    animation.mDuration = seconds.of(animation.mDuration);
+    animation.mTicksPerSecond = 1.0;
+    for (aiNodeAnim* channel : std::span(animation.mChannels, animation.mNumChannels)) {
+        seconds.count(channel->mPositionKeys, channel->mNumPositionKeys);
+        seconds.count(channel->mRotationKeys, channel->mNumRotationKeys);
+        seconds.count(channel->mScalingKeys, channel->mNumScalingKeys);
+    }
+}
+
+/// First and last second in which anything moves; nothing for a still.
+std::optional<std::pair<double, double>> spanOf(const aiScene& scene) {
+    std::optional<std::pair<double, double>> span;
+    const auto widen = [&span](const auto* keys, unsigned number) {
+        for (const auto& key : std::span(keys, number)) {
+            if (!span) span = {key.mTime, key.mTime};
+            span = {std::min(span->first, key.mTime), std::max(span->second, key.mTime)};
+        }
+    };
+    for (const aiAnimation* animation : std::span(scene.mAnimations, scene.mNumAnimations))
+        for (const aiNodeAnim* channel : std::span(animation->mChannels, animation->mNumChannels)) {
+            // A single key only holds the value of a part that does not change.
+            if (channel->mNumPositionKeys > 1) widen(channel->mPositionKeys, channel->mNumPositionKeys);
+            if (channel->mNumRotationKeys > 1) widen(channel->mRotationKeys, channel->mNumRotationKeys);
+            if (channel->mNumScalingKeys > 1) widen(channel->mScalingKeys, channel->mNumScalingKeys);
+        }
+    return span;
 }
 
 }  // namespace
 
-std::vector<unsigned char> fbxOf(const std::vector<unsigned char>& glb) {
+std::vector<unsigned char> fbxOf(const std::vector<unsigned char>& glb, const stage::FrameRate& rate) {
     Assimp::Importer importer;
     importer.ReadFileFromMemory(glb.data(), glb.size(), 0, "glb");
     const std::unique_ptr<aiScene> scene(importer.GetOrphanedScene());
     if (scene == nullptr)
         throw CommandError(std::string("the take cannot be handed to the FBX exporter: ") + importer.GetErrorString());
-    for (unsigned i = 0; i < scene->mNumAnimations; ++i) countInSeconds(*scene->mAnimations[i]);
+    for (unsigned i = 0; i < scene->mNumAnimations; ++i) countInSeconds(*scene->mAnimations[i], rate);
+    const auto span = spanOf(*scene).value_or(std::make_pair(0.0, 0.0));
     if (scene->mMetaData == nullptr) scene->mMetaData = new aiMetadata();
     // A unit of the file is a hundred of its centimetres.
     scene->mMetaData->Add("UnitScaleFactor", 100.0);
@@ -62,7 +112,11 @@ std::vector<unsigned char> fbxOf(const std::vector<unsigned char>& glb) {
     Assimp::Exporter exporter;
     if (exporter.Export(scene.get(), "fbx", path) != aiReturn_SUCCESS)
         throw CommandError(std::string("the FBX exporter failed: ") + exporter.GetErrorString());
-    const std::string bytes = withEmptyRecords(readText(path));
+    FbxFile file = readFbx(readText(path));
+    setFbxTiming(file, rate, span.first, span.second);
+    completeFbxLayers(file);
+    addFbxCameras(file, camerasOf(glb));
+    const std::string bytes = writeFbx(file);
     return {bytes.begin(), bytes.end()};
 }
 

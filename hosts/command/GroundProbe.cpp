@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace ond::command {
 
@@ -35,6 +36,16 @@ std::optional<double> GroundProbe::below(const Vector3<double>& point) const {
         if (!best || point.y - t > *best) best = point.y - t;
     }
     return best;
+}
+
+double planeHalf(const stage::Vehicle& vehicle, double length) {
+    constexpr double kLengths = 1000.0;
+    return vehicle.value("Use Fast Ray Cast") != 0.0 ? kLengths * length : std::numeric_limits<double>::infinity();
+}
+
+std::optional<double> planeBelow(const Vector3<double>& point, double half) {
+    if (point.y < 0.0 || std::abs(point.x) > half || std::abs(point.z) > half) return std::nullopt;
+    return 0.0;
 }
 
 std::vector<const Element*> linkedGrounds(const stage::Scene& scene, const std::string& vehicle) {

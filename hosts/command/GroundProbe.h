@@ -8,6 +8,7 @@
 #include "ond/util/Matrix4.h"
 #include "stage/MeshSurface.h"
 #include "stage/Scene.h"
+#include "stage/Vehicle.h"
 
 namespace ond::command {
 
@@ -33,6 +34,14 @@ class GroundProbe {
     std::vector<Ground> m_grounds;
     util::Vector3<double> m_low{0, 0, 0}, m_high{0, 0, 0};
 };
+
+/// Without ground a vehicle drives on the plane y = 0.
+/// @param length of its body
+/// @return how far the plane reaches from the origin to each side: 1000 lengths, or without end if the vehicle does not
+/// cast its rays itself
+[[nodiscard]] double planeHalf(const stage::Vehicle& vehicle, double length);
+/// The height of that plane straight below the point, or nothing.
+[[nodiscard]] std::optional<double> planeBelow(const util::Vector3<double>& point, double half);
 
 /// What is linked to the gravity arrow of that vehicle and has a shape: the arrow's parent, then its children.
 [[nodiscard]] std::vector<const stage::Element*> linkedGrounds(const stage::Scene& scene, const std::string& vehicle);

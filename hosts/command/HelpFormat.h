@@ -14,8 +14,6 @@ class HelpFormat final : public CLI::Formatter {
         std::string name = make_option_name(option, isPositional);
         if (option->get_type_size() != 0 && !option->get_type_name().empty()) name += " " + option->get_type_name();
         std::string description = option->get_description();
-        if (option->get_expected_max() == CLI::detail::expected_max_vector_size)
-            description += "; several are possible";
         if (option->get_required()) description += " (required)";
         if (!option->get_default_str().empty()) description += " (default: " + option->get_default_str() + ")";
         return entry(name, description);

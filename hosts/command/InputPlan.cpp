@@ -10,6 +10,9 @@ namespace ond::command {
 
 namespace {
 
+/// Input that lasts longer is driven only as far as the user says, seconds.
+constexpr double kLongestInput = 3600.0;
+
 LogColumns planColumns(const std::vector<std::string>& columns) {
     LogColumns plan;
     for (const std::string& text : columns) {
@@ -69,8 +72,11 @@ std::vector<TrackPlan> planInput(const InputOptions& options) {
 
 int lastFrameWithin(const stage::FrameRate& rate, int first, double seconds) {
     const double frames = std::floor(seconds * rate.perSecond() + 1e-6);
-    if (frames > 1e8)
-        throw CommandError("the input lasts " + shortText(seconds) + " s, which is too long; give --last");
+    // A time that was mistyped would otherwise drive for hours.
+    if (seconds > kLongestInput)
+        throw CommandError("the input lasts " + shortText(seconds, 10) + " s, that is " + shortText(frames, 10) +
+                           " frames to drive; for more than an hour say how far with --last" +
+                           (frames < 1e8 ? ", up to " + shortText(first + frames, 10) : std::string()));
     return first + static_cast<int>(frames);
 }
 

@@ -15,6 +15,7 @@ namespace ond::command {
 [[nodiscard]] std::vector<TrackPlan> planInput(const InputOptions& options);
 
 /// The last frame that begins within `seconds` behind `first`.
+/// @throws CommandError for more than an hour
 [[nodiscard]] int lastFrameWithin(const stage::FrameRate& rate, int first, double seconds);
 
 /// Feeds the axes of the vehicle from the tracks, whose second 0 lies at frame `zero`. Channels without a track rest.

@@ -62,10 +62,10 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
     return best.empty() ? std::string() : "; did you mean '" + best + "'?";
 }
 
-std::string enumerated(const std::vector<std::string>& words) {
+std::string enumerated(const std::vector<std::string>& words, const std::string& joint) {
     std::string text;
     for (std::size_t i = 0; i < words.size(); ++i)
-        text += (i == 0 ? "" : i + 1 == words.size() ? " and " : ", ") + words[i];
+        text += (i == 0 ? std::string() : i + 1 == words.size() ? " " + joint + " " : ", ") + words[i];
     return text;
 }
 

@@ -20,7 +20,7 @@ namespace ond::command {
 /// "; did you mean 'X'?", or nothing.
 [[nodiscard]] std::string didYouMean(const std::string& word, const std::vector<std::string>& known);
 
-/// "a, b and c".
-[[nodiscard]] std::string enumerated(const std::vector<std::string>& words);
+/// "a, b and c", or with another joint.
+[[nodiscard]] std::string enumerated(const std::vector<std::string>& words, const std::string& joint = "and");
 
 }  // namespace ond::command

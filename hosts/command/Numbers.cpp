@@ -73,7 +73,7 @@ std::string shortText(double value, int digits) {
 std::pair<std::string, std::string> splitAt(const std::string& text, char separator, const std::string& what,
                                             const std::string& form) {
     const std::size_t at = text.find(separator);
-    if (at == std::string::npos || trimmed(text.substr(0, at)).empty())
+    if (at == std::string::npos || trimmed(text.substr(0, at)).empty() || trimmed(text.substr(at + 1)).empty())
         throw CommandError(what + ": '" + text + "' does not have the form " + form);
     return {trimmed(text.substr(0, at)), trimmed(text.substr(at + 1))};
 }

@@ -37,7 +37,7 @@ struct Range {
 
 /// The parts before and behind the first `separator`.
 /// @param form how it should look, for the message, e.g. "LABEL=VALUE"
-/// @throws CommandError if there is none, or nothing before it
+/// @throws CommandError if there is none, or nothing before or behind it
 [[nodiscard]] std::pair<std::string, std::string> splitAt(const std::string& text, char separator,
                                                           const std::string& what, const std::string& form);
 /// Without blanks at both ends.

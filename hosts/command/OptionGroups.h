@@ -17,10 +17,24 @@ inline CLI::Option* text(CLI::App* app, const char* name, std::string& value, co
     return option;
 }
 
-/// An option that may be given several times, one value each.
-inline CLI::Option* texts(CLI::App* app, const char* name, std::vector<std::string>& values, const char* help,
+/// An option that may be given several times, one value each; the help says so.
+inline CLI::Option* texts(CLI::App* app, const char* name, std::vector<std::string>& values, const std::string& help,
                           const char* group, const char* kind) {
-    return app->add_option(name, values, help)->group(group)->type_name(kind)->allow_extra_args(false);
+    return app->add_option(name, values, help + "; several are possible")
+        ->group(group)
+        ->type_name(kind)
+        ->allow_extra_args(false);
+}
+
+/// -o and --force. All that is given is kept, so that the command can say how many it takes.
+inline void addOutputFiles(CLI::App* app, OutputOptions& options, const char* help, const char* forceHelp,
+                           bool required) {
+    app->add_option("-o,--output", options.files, help)
+        ->group("Output")
+        ->type_name("FILE")
+        ->allow_extra_args(false)
+        ->required(required);
+    app->add_flag("--force", options.force, forceHelp)->group("Output");
 }
 
 inline void addCommon(CLI::App* app, CommonOptions& options, bool withJson) {
@@ -33,10 +47,7 @@ inline void addCommon(CLI::App* app, CommonOptions& options, bool withJson) {
 }
 
 inline void addOutput(CLI::App* app, OutputOptions& options, const char* help, bool required) {
-    CLI::Option* output = texts(app, "-o,--output", options.files, help, "Output", "FILE");
-    if (required) output->required();
-    app->add_flag("--force", options.force, "Replace a file that is there; without it nothing is overwritten")
-        ->group("Output");
+    addOutputFiles(app, options, help, "Replace a file that is there; without it nothing is overwritten", required);
 }
 
 inline void addInput(CLI::App* app, InputOptions& options) {
@@ -57,7 +68,7 @@ inline void addInput(CLI::App* app, InputOptions& options) {
 inline const char* exitCodes() {
     return "Exit codes:\n"
            "  0  done\n"
-           "  1  done, with findings: a run that broke down, a difference\n"
+           "  1  done, with findings: a run that broke down, a difference, damage\n"
            "  2  wrong use, bad input or a failure; nothing was written\n";
 }
 

@@ -1,6 +1,7 @@
 #include "command/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <cctype>
 #include <memory>
 
 #include "command/HelpFormat.h"
@@ -35,8 +36,10 @@ std::vector<std::string> optionNames(const CLI::App& app) {
 /// The command with those above it, without the program itself: "presets apply".
 std::string inFull(const CLI::App& app) {
     std::string name;
-    for (const CLI::App* at = &app; at->get_parent() != nullptr; at = at->get_parent())
-        name = at->get_name() + (name.empty() ? "" : " " + name);
+    for (const CLI::App* at = &app; at->get_parent() != nullptr; at = at->get_parent()) {
+        if (!name.empty()) name.insert(0, " ");
+        name.insert(0, at->get_name());
+    }
     return name;
 }
 
@@ -65,12 +68,64 @@ std::string helpOf(const CLI::App& app) {
 
 std::string firstOf(const std::vector<std::string>& words) { return words.empty() ? std::string() : words.front(); }
 
+/// What stands for the value of an option in a usage line.
+std::string kindOf(const CLI::Option& option) {
+    const std::string kind = option.get_type_name();
+    if (kind != "TEXT" && !kind.empty()) return kind;
+    std::string name = option.get_name();
+    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return name;
+}
+
+/// "quadrig export TAKE --output FILE": the command with all that it must be given.
+std::string shortestUse(const CLI::App& command) {
+    std::string use = "quadrig " + inFull(command);
+    for (const bool positional : {true, false})
+        for (const CLI::Option* option : command.get_options()) {
+            if (!option->get_required() || option->get_positional() != positional) continue;
+            if (!positional) use.append(" ").append(option->get_name());
+            use.append(" ").append(kindOf(*option));
+        }
+    return use;
+}
+
+/// What a command was not given.
+std::string missingPart(const CLI::App& command) {
+    const std::string where = inFull(command);
+    if (const std::vector<std::string> known = subcommandsOf(command); !known.empty())
+        return (where.empty() ? "" : where + ": ") + "a command is missing; commands are " + enumerated(known);
+    for (const CLI::Option* option : command.get_options()) {
+        if (!option->get_required() || option->count() > 0) continue;
+        const std::string what =
+            option->get_positional() ? "the " + kindOf(*option) + " is missing" : option->get_name() + " is required";
+        return where + ": " + what + "; write: " + shortestUse(command);
+    }
+    return where + ": something is missing; see quadrig " + where + " --help";
+}
+
+/// What is wrong with the values of an option; empty if it cannot be told which.
+/// @param text of the library, which begins with the option's name
+std::string wrongValues(const CLI::App& command, const std::string& text) {
+    const CLI::Option* option = command.get_option_no_throw(text.substr(0, text.find(": ")));
+    if (option == nullptr) return {};
+    const std::string name = option->get_name();
+    if (option->get_items_expected_max() == 1 && option->count() > 1)
+        return name + " is given " + std::to_string(option->count()) + " times; give it once";
+    return name + " needs a value: " + name + " " + kindOf(*option);
+}
+
 /// A complaint of the library as a sentence of ours.
 std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> stray = app.remaining(true);
     if (!stray.empty()) return strayArgument(app, firstOf(stray));
+    const CLI::App& command = chosen(app);
     std::string text = error.what();
-    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) text = inFull(chosen(app)) + ": " + text;
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) return missingPart(command);
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
+        if (std::string sentence = wrongValues(command, text); !sentence.empty()) return sentence;
+    // All values are texts, so this can only be one for an option that has none.
+    if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr)
+        return "an option that is on or off was given a value; leave it out (" + text + ")";
     return text;
 }
 

@@ -31,6 +31,7 @@ struct DriveOptions {
     InputOptions input;
     std::string file;  ///< the drive file
     std::vector<std::string> ground, scenery;
+    std::string up;                              ///< "y" or "z", of the ground's files
     std::vector<std::string> parameters, state;  ///< --set, --state
     std::string preset, at, heading, length, target, vehicle, fps, first, last;
 };
@@ -54,9 +55,10 @@ struct ExportOptions {
 
 struct TraceOptions {
     CommonOptions common;
-    OutputOptions output;  ///< none for stdout
-    std::string take, first, last;
-    std::vector<std::string> compare;  ///< two, or none
+    OutputOptions output;            ///< none for stdout
+    std::vector<std::string> takes;  ///< one, or the two to compare
+    std::string first, last;
+    bool compare = false;
 };
 
 struct InfoOptions {

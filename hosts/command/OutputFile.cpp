@@ -17,7 +17,7 @@ namespace {
 void checkOutput(const std::string& path, bool force, const std::vector<std::string>& endings,
                  const std::vector<std::string>& inputs) {
     if (std::find(endings.begin(), endings.end(), endingOf(path)) == endings.end())
-        throw CommandError("the output '" + path + "' must end with " + enumerated(endings));
+        throw CommandError("the output '" + path + "' must end with " + enumerated(endings, "or"));
     std::error_code error;
     if (fs::is_directory(path, error)) throw CommandError("the output '" + path + "' is a folder; give a file");
     fs::path folder = fs::path(path).parent_path();

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "command/CommandError.h"
+#include "command/OutputFile.h"
 #include "stage/GroundFile.h"
 
 namespace ond::command {
@@ -35,6 +36,19 @@ void append(CMesh& mesh, const CMesh& other, const Matrix4& world) {
     mesh.tFaces.resize(mesh.faces.size(), 0);
 }
 
+/// Turns a file whose Z is up so that its Y is: (x, y, z) becomes (x, z, -y). Exact.
+Matrix4 uprightOf(const GroundPlan& plan) {
+    Matrix4 turn;
+    if (!plan.zUp) return turn;
+    const std::string ending = endingOf(plan.file);
+    if (ending == ".glb" || ending == ".gltf" || ending == ".fbx")
+        throw CommandError(plan.file + ": the up axis z is for .obj, .ply and .stl; a file with the ending " + ending +
+                           " says itself which axis is up, so leave it out");
+    turn.setRow(1, {0.0, 0.0, -1.0});
+    turn.setRow(2, {0.0, 1.0, 0.0});
+    return turn;
+}
+
 /// One file on its way into the scene.
 class Loader {
   public:
@@ -42,7 +56,7 @@ class Loader {
         : m_scene(scene),
           m_file(stage::readGround(plan.file)),
           m_stem(std::filesystem::path(plan.file).stem().string()),
-          m_root(util::Translation(plan.at) * util::Scaling(plan.scale)) {
+          m_root(util::Translation(plan.at) * util::Scaling(plan.scale) * uprightOf(plan)) {
         for (const std::string& warning : m_file.warnings) notes.push_back(plan.file + ": " + warning);
         findMoving();
     }
@@ -117,7 +131,7 @@ std::vector<Piece> Loader::joined(std::vector<Piece> all) const {
 std::string Loader::freeName(const std::string& wanted) const {
     if (m_scene.find(wanted) == nullptr) return wanted;
     for (int i = 2;; ++i) {
-        const std::string name = wanted + " " + std::to_string(i);
+        std::string name = wanted + " " + std::to_string(i);
         if (m_scene.find(name) == nullptr) return name;
     }
 }

@@ -11,7 +11,7 @@ void addExport(CLI::App& app, ExportOptions& options) {
         "export",
         "Write a take in another form; the ending of the output says which.\n\n"
         "  .glb  glTF 2.0 without our extension: plain nodes, meshes, cameras and one animation\n"
-        "  .fbx  through the importer library's exporter; cameras are left out by it\n"
+        "  .fbx  the same at the take's frame rate; each camera is a node of its own, NAME_Camera\n"
         "  .csv  a row per frame: world position and rotation (quaternion x,y,z,w) of every element, then the curves:\n"
         "        outputs, inputs, suspension and lowest points of the wheels\n"
         "  .png  a picture of the scene at a frame");
@@ -40,19 +40,18 @@ void addTrace(CLI::App& app, TraceOptions& options) {
         "trace",
         "Print a take as JSON lines, one per frame, or compare two takes.\n\n"
         "A line has the frame, its time, the world matrix of every element (16 numbers: the images of X, Y, Z and the\n"
-        "position), output channels and axes of each vehicle, and messages at the frame of their first time. The last\n"
-        "line also has the gauges of the dialog. All numbers read back as the doubles that they are.");
-    trace->add_option("take", options.take, "The take")->type_name("TAKE");
-    texts(trace, "-o,--output", options.output.files, "Where to write instead of stdout, .jsonl", "Output", "FILE");
-    trace->add_flag("--force", options.output.force, "Replace a file that is there")->group("Output");
+        "position), output channels, axes and gauges of each vehicle, and messages at the frame of their first time.\n"
+        "All numbers read back as the doubles that they are. Takes of older versions hold no gauges.");
+    trace->add_option("takes", options.takes, "The take; with --compare two of them, or of traces (.jsonl)")
+        ->type_name("TAKE");
+    addOutputFiles(trace, options.output, "Where to write instead of stdout, .jsonl", "Replace a file that is there",
+                   false);
     text(trace, "--first", options.first, "The first frame to print", "Time", "FRAME", "the first recorded");
     text(trace, "--last", options.last, "The last frame to print", "Time", "FRAME", "the last recorded");
     trace
-        ->add_option("--compare", options.compare,
-                     "Names the first frame and value in which two takes, or traces of takes (.jsonl), differ; exit "
-                     "code 0 if they are equal to the bit, 1 if not")
-        ->expected(2)
-        ->type_name("A B")
+        ->add_flag("--compare", options.compare,
+                   "Names what only one of two has, and the first frame and value in which they differ; exit code 0 if "
+                   "they are equal to the bit, 1 if not")
         ->group("Comparison");
     addCommon(trace, options.common, true);
     trace->footer(
@@ -67,7 +66,8 @@ void addInfo(CLI::App& app, InfoOptions& options) {
         "info",
         "Tell what is in a take, a mesh file or a saved block.\n\n"
         "Takes: frames, vehicles, their saved blocks, elements, messages. Meshes: nodes, triangles, extent, what is\n"
-        "odd. Blocks: the tree of keys with sizes and, for histories, the number of their keys and their span.");
+        "odd. Blocks: the tree of keys with sizes and, for histories, the number of their keys and their span.\n"
+        "What is damaged is told in a sentence each, and ends with exit code 1.");
     info->add_option("files", options.files, "Files of any of these kinds")->type_name("FILE")->required();
     addCommon(info, options.common, true);
     info->footer("Examples:\n  quadrig info take.glb\n  quadrig info --json terrain.glb\n\n" +

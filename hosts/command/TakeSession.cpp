@@ -49,10 +49,12 @@ void noteMessages(const stage::Stage& stage, const Console& console) {
     for (const stage::StageMessage& message : stage.messages) {
         std::string text = message.text;
         std::replace(text.begin(), text.end(), '\n', ' ');
-        const std::string times = message.count > 1 ? " (" + std::to_string(message.count) + " times)" : "";
-        console.note("frame " + std::to_string(message.frame) + ", " +
-                     stage.vehicles[static_cast<std::size_t>(message.vehicle)]->name + ": " + message.caption + ": " +
-                     text + times);
+        std::string note = "frame " + std::to_string(message.frame);
+        note += ", " + stage.vehicles[static_cast<std::size_t>(message.vehicle)]->name;
+        note += ": " + message.caption;
+        note += ": " + text;
+        if (message.count > 1) note += " (" + std::to_string(message.count) + " times)";
+        console.note(note);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "command/CommandError.h"
 #include "command/Commands.h"
+#include "command/Nearest.h"
 #include "command/Numbers.h"
 #include "command/OutputFile.h"
 #include "command/TakeSession.h"
@@ -13,30 +14,66 @@ namespace ond::command {
 
 namespace {
 
+template <typename Names>
+std::string listed(const Names& names) {
+    std::vector<std::string> quoted;
+    quoted.reserve(names.size());
+    for (const std::string& name : names) quoted.push_back("'" + name + "'");
+    return enumerated(quoted);
+}
+
+std::string jsonOf(const TraceComparison& result) {
+    nlohmann::ordered_json object{{"equal", result.equal()}, {"framesEqual", result.framesEqual}};
+    if (!result.gaugesNotCompared.empty()) object["gaugesNotCompared"] = result.gaugesNotCompared;
+    for (const TraceSurplus& one : result.surplus)
+        object[one.first ? "onlyFirst" : "onlySecond"].push_back({{"frame", one.frame}, {"what", one.what}});
+    if (result.difference)
+        object["difference"] = {{"frame", result.difference->frame},
+                                {"what", result.difference->what},
+                                {"left", result.difference->left},
+                                {"right", result.difference->right}};
+    return object.dump();
+}
+
+std::string sentenceOf(const TraceDifference& difference) {
+    std::string text = "frame " + std::to_string(difference.frame) + ": " + difference.what;
+    if (!difference.left.empty() || !difference.right.empty())
+        text += ": " + (difference.left.empty() ? "nothing" : difference.left) + " against " +
+                (difference.right.empty() ? "nothing" : difference.right);
+    return text;
+}
+
+std::string sentenceOf(const TraceSurplus& one) {
+    return "frame " + std::to_string(one.frame) + ": only the " + (one.first ? "first" : "second") + " has " + one.what;
+}
+
+/// What only one of the two has, then the first difference of all else.
+std::string textOf(const TraceComparison& result) {
+    constexpr std::size_t kNamed = 10;
+    std::string text;
+    for (std::size_t i = 0; i < result.surplus.size() && i < kNamed; ++i) text += sentenceOf(result.surplus[i]) + "\n";
+    if (result.surplus.size() > kNamed)
+        text += "and " + std::to_string(result.surplus.size() - kNamed) + " more that only one of the two has\n";
+    if (result.difference) return text + sentenceOf(*result.difference) + "\n";
+    return text + (result.surplus.empty() ? "equal: " : "all else is equal: ") + std::to_string(result.framesEqual) +
+           " frames\n";
+}
+
 int compare(const TraceOptions& options, const Console& console) {
-    const auto left = openTrace(options.compare[0], options.common.module);
-    const auto right = openTrace(options.compare[1], options.common.module);
-    TraceDifference difference;
-    int frames = 0;
-    const bool differ = findDifference(*left, *right, &difference, &frames);
-    if (options.common.json) {
-        nlohmann::ordered_json result{{"equal", !differ}, {"framesEqual", frames}};
-        if (differ)
-            result["difference"] = {{"frame", difference.frame},
-                                    {"what", difference.what},
-                                    {"left", difference.left},
-                                    {"right", difference.right}};
-        console.out << result.dump() << '\n';
-    } else if (!differ) {
-        console.out << "equal: " << frames << " frames\n";
-    } else {
-        console.out << "frame " << difference.frame << ": " << difference.what;
-        if (!difference.left.empty() || !difference.right.empty())
-            console.out << ": " << (difference.left.empty() ? "nothing" : difference.left) << " against "
-                        << (difference.right.empty() ? "nothing" : difference.right);
-        console.out << '\n';
-    }
-    return differ ? kFindings : kFine;
+    if (options.takes.size() != 2)
+        throw CommandError("trace --compare: give two takes or traces, not " + std::to_string(options.takes.size()));
+    if (!options.first.empty() || !options.last.empty() || !options.output.files.empty())
+        throw CommandError(
+            "trace --compare: it compares all frames and writes no file; leave out --first, --last and "
+            "--output");
+    const auto left = openTrace(options.takes[0], options.common.module);
+    const auto right = openTrace(options.takes[1], options.common.module);
+    const TraceComparison result = compareTraces(*left, *right);
+    if (!result.gaugesNotCompared.empty())
+        console.note("only one of the two holds gauges of " + listed(result.gaugesNotCompared) +
+                     ": these were not compared");
+    console.out << (options.common.json ? jsonOf(result) + "\n" : textOf(result));
+    return result.equal() ? kFine : kFindings;
 }
 
 int frameOr(const std::string& text, const char* what, int otherwise, std::pair<int, int> frames) {
@@ -51,19 +88,27 @@ int frameOr(const std::string& text, const char* what, int otherwise, std::pair<
 }  // namespace
 
 int trace(const TraceOptions& options, const Console& console) {
-    if (options.take.empty() == options.compare.empty())
-        throw CommandError("trace: give either a take or --compare with two");
-    if (!options.compare.empty()) return compare(options, console);
+    if (options.compare) return compare(options, console);
+    if (options.takes.size() != 1)
+        throw CommandError(options.takes.empty() ? "trace: give either a take or --compare with two"
+                                                 : "trace: give one take, or --compare to compare two");
 
+    const std::string& take = options.takes.front();
     if (options.output.files.size() > 1) throw CommandError("trace: give one output");
-    if (!options.output.files.empty()) checkOutputs(options.output, {".jsonl"}, {options.take});
-    const TakeSession session = openSession(options.take, options.common);
-    const auto frames = recordedFrames(*session.stage, options.take);
+    if (!options.output.files.empty()) checkOutputs(options.output, {".jsonl"}, {take});
+    const TakeSession session = openSession(take, options.common);
+    const auto frames = recordedFrames(*session.stage, take);
     const int first = frameOr(options.first, "--first", frames.first, frames);
     const int last = frameOr(options.last, "--last", frames.second, frames);
+    if (first > last)
+        throw CommandError("--first: frame " + std::to_string(first) + " lies behind --last, " + std::to_string(last) +
+                           "; give the earlier one as --first");
+    if (const auto without = vehiclesWithoutGauges(*session.stage); !without.empty())
+        console.note("an older version recorded " + listed(without) +
+                     " without gauges, so they are left out; 'quadrig retake' drives the take again with them");
     std::string text;
     for (int frame = first; frame <= last; ++frame) {
-        std::string line = traceLine(*session.stage, frame, frame == frames.second) + "\n";
+        std::string line = traceLine(*session.stage, frame) + "\n";
         if (options.output.files.empty())
             console.out << line;
         else

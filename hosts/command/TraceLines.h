@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,9 +12,12 @@
 
 namespace ond::command {
 
-/// One frame: "frame", "time", "elements" (world matrices), "channels" and "inputs" by vehicle, "messages"; with
-/// `gauges` also the dialog's gauges by vehicle.
-[[nodiscard]] std::string traceLine(const stage::Stage& stage, int frame, bool gauges);
+/// One frame: "frame", "time", "elements" (world matrices), "channels" and "inputs" by vehicle, "gauges" by vehicle
+/// unless it is one of vehiclesWithoutGauges(), "messages".
+[[nodiscard]] std::string traceLine(const stage::Stage& stage, int frame);
+
+/// The names of the vehicles that were recorded without their gauges, as older programs did.
+[[nodiscard]] std::vector<std::string> vehiclesWithoutGauges(const stage::Stage& stage);
 
 /// A trace that is read line by line: of a take, or of a file that `trace` wrote.
 class TraceSource {
@@ -33,9 +38,24 @@ struct TraceDifference {
     std::string right;
 };
 
-/// @param frames receives how many frames were compared
-/// @return whether there is a difference
+/// Something that only one of two traces has, such as an element of another name. All else is compared nevertheless.
+struct TraceSurplus {
+    int frame = 0;       ///< the first one
+    bool first = false;  ///< the first trace has it, otherwise the second
+    std::string what;    ///< "the element 'hills'"
+};
+
+struct TraceComparison {
+    int framesEqual = 0;                        ///< before the first difference, as far as both have the same parts
+    std::optional<TraceDifference> difference;  ///< nothing if what both have is equal
+    std::vector<TraceSurplus> surplus;
+    /// Vehicles whose gauges only one of the two has: these were not compared, all else was.
+    std::set<std::string> gaugesNotCompared;
+
+    [[nodiscard]] bool equal() const { return !difference && surplus.empty(); }
+};
+
 /// @throws CommandError for a line that is no line of a trace
-[[nodiscard]] bool findDifference(TraceSource& left, TraceSource& right, TraceDifference* difference, int* frames);
+[[nodiscard]] TraceComparison compareTraces(TraceSource& left, TraceSource& right);
 
 }  // namespace ond::command

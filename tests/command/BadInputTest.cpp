@@ -35,6 +35,20 @@ TEST_F(BadInput, WrongUse) {
     EXPECT_REFUSED((Words{"drive", "a.json", "b.json", "-o", path("a.glb")}), "does not know what to do with 'b.json'");
     EXPECT_REFUSED((Words{"presets", "lst"}), "there is no command 'lst'; did you mean 'list'?");
     EXPECT_REFUSED((Words{"trace"}), "give either a take or --compare with two");
+    EXPECT_REFUSED((Words{"trace", "a.glb", "b.glb"}), "trace: give one take, or --compare to compare two");
+    for (const Words& takes : {Words{"a.glb"}, Words{"a.glb", "b.glb", "c.glb"}}) {
+        Words compare{"trace", "--compare", "--json"};
+        compare.insert(compare.end(), takes.begin(), takes.end());
+        EXPECT_REFUSED(compare, "trace --compare: give two takes or traces, not " + std::to_string(takes.size()));
+    }
+    EXPECT_REFUSED((Words{"trace", "--compare", "a.glb", "b.glb", "--first", "3"}), "leave out --first");
+    EXPECT_REFUSED((Words{"presets"}), "presets: a command is missing; commands are list, show, extract and apply");
+    EXPECT_REFUSED((Words{"info"}), "info: the FILE is missing; write: quadrig info FILE");
+    EXPECT_REFUSED((Words{"export"}), "export: the TAKE is missing; write: quadrig export TAKE --output FILE");
+    EXPECT_REFUSED((Words{"presets", "show"}), "the PRESET is missing; write: quadrig presets show PRESET");
+    EXPECT_REFUSED((Words{"export", "--frame"}), "--frame needs a value: --frame FRAME");
+    EXPECT_REFUSED((Words{"trace", "--first", "1", "--first", "2"}), "--first is given 2 times; give it once");
+    EXPECT_REFUSED((Words{"trace", "--json=maybe"}), "an option that is on or off was given a value; leave it out");
     EXPECT_REFUSED((Words{"resume", "take.glb", "-o", path("a.glb")}), "say from which frame to resume with --at");
 }
 
@@ -43,6 +57,21 @@ TEST_F(BadInput, NoArgumentsShowTheHelpAndAreWrongUse) {
     EXPECT_EQ(answer.code, 2);
     EXPECT_EQ(answer.out, "");
     EXPECT_THAT(answer.err, HasSubstr("Each command has a help of its own"));
+}
+
+TEST_F(BadInput, TheHelpSaysWhatMayBeGivenSeveralTimes) {
+    const auto entryOf = [](const std::string& command, const std::string& name) {
+        const std::string help = done({command, "--help"}).out;
+        const std::size_t at = help.find(name);
+        EXPECT_NE(at, std::string::npos) << name;
+        return help.substr(at, help.find("\n  -", at) - at);
+    };
+    EXPECT_THAT(entryOf("drive", "  -g,--ground"), HasSubstr("several are possible"));
+    EXPECT_THAT(entryOf("drive", "  --hold"), HasSubstr("several are possible"));
+    for (const char* one : {"drive", "resume", "retake", "trace", "replay"})
+        EXPECT_THAT(entryOf(one, "  -o,--output"), ::testing::Not(HasSubstr("several"))) << one;
+    EXPECT_THAT(entryOf("export", "  -o,--output"), HasSubstr("may be given several times"));
+    EXPECT_THAT(entryOf("drive", "Channels:"), HasSubstr("starts at full"));
 }
 
 TEST_F(BadInput, Outputs) {
@@ -72,6 +101,11 @@ TEST_F(BadInput, Numbers) {
     EXPECT_REFUSED((Words{"drive", "--last", "5", "--length", "nan", "-o", out}), "--length: 'nan' is no number");
     EXPECT_REFUSED((Words{"drive", "--last", "5", "--at", "1", "-o", out}), "--at: give X,Z or X,Y,Z");
     EXPECT_REFUSED((Words{"drive", "--last", "5", "--at", "1,b", "-o", out}), "--at: 'b' is no number");
+    EXPECT_REFUSED(
+        (Words{"drive", "--key", "gas=0:0,1e6:1", "-o", out}),
+        "the input lasts 1000000 s, that is 25000000 frames to drive; for more than an hour say how far with "
+        "--last, up to 25000000");
+    EXPECT_REFUSED((Words{"drive", "--key", "gas=0:0,1e16:1", "-o", out}), "say how far with --last\n");
 }
 
 TEST_F(BadInput, ParametersAndState) {
@@ -162,9 +196,14 @@ TEST_F(BadInput, FramesOutsideOfATake) {
                    "--frame: 11 is not within frames 0 to 10");
     EXPECT_REFUSED((Words{"export", take, "--camera", "FolowCam", "-o", path("a.png")}), "did you mean 'FollowCam'?");
     EXPECT_REFUSED((Words{"export", take, "--size", "5x5", "-o", path("a.png")}), "5 is out of range; give 16 to 8192");
+    EXPECT_REFUSED((Words{"export", take, "--size", "20x", "-o", path("a.png")}),
+                   "--size: '20x' does not have the form WIDTHxHEIGHT");
+    EXPECT_REFUSED((Words{"export", take, "-o", path("a.mp4")}), ".csv or .png\n");
     EXPECT_REFUSED((Words{"export", take, "--step", "0", "-o", path("a.csv")}), "--step: 0 is out of range");
     EXPECT_REFUSED((Words{"export", take, "--vehicle", "kar", "-o", path("a.png")}), "did you mean 'car'?");
     EXPECT_REFUSED((Words{"trace", take, "--first", "11"}), "--first: frame 11 is not within");
+    EXPECT_REFUSED((Words{"trace", take, "--first", "8", "--last", "4"}),
+                   "--first: frame 8 lies behind --last, 4; give the earlier one as --first");
     EXPECT_REFUSED((Words{"presets", "apply", "famly", take, "-o", out}), "did you mean 'family'?");
 }
 
@@ -175,6 +214,19 @@ TEST_F(BadInput, AFullDiskLosesNothing) {
     EXPECT_EQ(answer.code, 2);
     EXPECT_THAT(answer.err, HasSubstr("cannot be written"));
     EXPECT_EQ(files(), (std::vector<std::string>{"full.glb"}));
+
+    // Of several outputs none is there, wherever the full one stands.
+    done({"drive", "--last", "5", "-q", "-o", path("take.glb")});
+    for (const Words& order : {Words{"table.csv", "full.glb"}, Words{"full.glb", "table.csv"}}) {
+        const Answer exported =
+            run({"export", path("take.glb"), "--force", "-o", path(order[0]), "-o", path(order[1])});
+        EXPECT_EQ(exported.code, 2);
+        EXPECT_EQ(exported.out, "");
+        EXPECT_THAT(exported.err, HasSubstr("cannot be written"));
+        EXPECT_EQ(files(), (std::vector<std::string>{"full.glb", "take.glb"}));
+    }
+    done({"export", path("take.glb"), "-o", path("table.csv"), "-o", path("plain.glb")});
+    EXPECT_EQ(files(), (std::vector<std::string>{"full.glb", "plain.glb", "table.csv", "take.glb"}));
 }
 
 }  // namespace

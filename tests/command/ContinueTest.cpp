@@ -98,6 +98,23 @@ TEST_F(Continued, OverdubReplacesOnlyTheChannelsThatHaveInput) {
     }
 }
 
+TEST_F(Continued, OverdubDoesNotShortenTheTake) {
+    done({"retake", take, "--at", "0", "--overdub", "--key", "skidbrake=0.5:0,0.6:1,1:0", "-q", "-o", path("dub.glb")});
+    const auto dub = trace(path("dub.glb"));
+    ASSERT_EQ(dub.size(), lines.size());
+    EXPECT_EQ(dub[15].at("inputs").at("car").at("Skid Brake"), 1.0);
+    EXPECT_EQ(dub.back().at("inputs").at("car").at("ABS Brake"), lines.back().at("inputs").at("car").at("ABS Brake"));
+    // Longer input and a last frame that is told still count.
+    done({"retake", take, "--at", "60", "--overdub", "--key", "gas=0:0,1:1", "-q", "-o", path("longer.glb")});
+    EXPECT_EQ(trace(path("longer.glb")).size(), 86u);
+    done({"retake", take, "--at", "0", "--overdub", "--key", "gas=0:0,1:1", "--last", "20", "-q", "-o",
+          path("told.glb")});
+    EXPECT_EQ(trace(path("told.glb")).size(), 21u);
+    // Without --overdub the new input is all there is.
+    done({"retake", take, "--at", "0", "--key", "gas=0:0,1:1", "-q", "-o", path("alone.glb")});
+    EXPECT_EQ(trace(path("alone.glb")).size(), 26u);
+}
+
 TEST_F(Continued, OneVehicleIsResumedWhileTheOtherKeepsWhatItDid) {
     const std::string file = put("drive.json", R"({"last": 30, "vehicles": [
         {"name": "a", "at": [0, 0], "inputs": [{"channel": "gas", "value": 1}]},
@@ -112,6 +129,24 @@ TEST_F(Continued, OneVehicleIsResumedWhileTheOtherKeepsWhatItDid) {
     EXPECT_NE(after[30].at("elements").at("b_CarBodyMesh"), before[30].at("elements").at("b_CarBodyMesh"));
     done({"retake", path("other.glb"), "-q", "-o", path("same.glb")});
     EXPECT_EQ(read(path("same.glb")), read(path("other.glb")));
+}
+
+TEST_F(Continued, TakeEndsWithTheVehicleThatWasDrivenFarthest) {
+    const std::string file = put("drive.json", R"({"last": 60, "vehicles": [
+        {"name": "a", "at": [0, 0], "inputs": [{"channel": "gas", "value": 1}]},
+        {"name": "b", "at": [8, 0], "inputs": [{"channel": "gas", "value": 1}]}]})");
+    done({"drive", file, "-q", "-o", path("two.glb")});
+    done({"resume", path("two.glb"), "--at", "0", "--vehicle", "b", "--hold", "steering=1", "--last", "20", "-q", "-o",
+          path("other.glb")});
+    EXPECT_THAT(done({"info", path("other.glb")}).out, ::testing::HasSubstr("frames 0 to 60"));
+    EXPECT_EQ(trace(path("other.glb")).size(), 61U);
+    done({"retake", path("other.glb"), "--at", "50", "--vehicle", "a", "--hold", "gas=-1", "-q", "-o",
+          path("again.glb")});
+    const auto before = trace(path("other.glb"));
+    const auto after = trace(path("again.glb"));
+    ASSERT_EQ(after.size(), 61U);
+    EXPECT_EQ(after[50].at("elements").at("a_CarBodyMesh"), before[50].at("elements").at("a_CarBodyMesh"));
+    EXPECT_NE(after[60].at("elements").at("a_CarBodyMesh"), before[60].at("elements").at("a_CarBodyMesh"));
 }
 
 }  // namespace

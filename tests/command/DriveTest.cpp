@@ -188,6 +188,24 @@ TEST_F(Drives, ABrokenRunKeepsWhatCameBefore) {
     EXPECT_EQ(run({"info", path("take.glb")}).code, 0);
 }
 
+TEST_F(Drives, ADivergingRunIsSavedUpToWhereItsNumbersFit) {
+    const Answer answer = run({"drive", "--set", "Skidding Maximum=50", "--hold", "skidding=1", "--hold", "gas=0.8",
+                               "--hold", "steering=0.3", "--last", "250", "--json", "-o", path("take.glb")});
+    EXPECT_EQ(answer.code, 1) << answer.err;
+    const json broken = json::parse(answer.out).at("breakdown");
+    ASSERT_FALSE(broken.is_null());
+    EXPECT_EQ(trace(path("take.glb")).size(), broken.at("frame").get<std::size_t>());
+}
+
+TEST_F(Drives, MoreFramesThanATakeHoldsAreRefusedBeforeTheyAreDriven) {
+    const Answer answer = run({"drive", "--last", "900000000", "-o", path("take.glb")});
+    EXPECT_EQ(answer.code, 2);
+    EXPECT_THAT(answer.err, HasSubstr("frames 0 to 900000000 are 900000001, but a take file of 4 GB holds 1160801"));
+    EXPECT_FALSE(exists(path("take.glb")));
+    const std::string file = put("drive.json", R"({"last": 600000, "vehicles": [{"name": "a"}, {"name": "b"}]})");
+    EXPECT_THAT(run({"drive", file, "-o", path("take.glb")}).err, HasSubstr("holds 580400 of 2 vehicles at most"));
+}
+
 TEST_F(Drives, SeveralVehiclesShareTheGround) {
     putMesh("one.obj", heightGrid(-40, 40, 4, -40, 0, 4, [](double, double) { return 0.0; }));
     putMesh("two.obj", heightGrid(-40, 40, 4, 0, 40, 4, [](double, double) { return 0.0; }));

@@ -4,8 +4,10 @@
 
 #include "CommandRun.h"
 #include "command/BinaryGltf.h"
+#include "stage/Glb.h"
 #include "stage/GroundFile.h"
 #include "stage/Stage.h"
+#include "stage/TakeFormat.h"
 #include "whole/Grounds.h"
 
 namespace ond::test {
@@ -40,6 +42,24 @@ std::vector<std::string> fieldsOf(const std::string& line) {
     return fields;
 }
 
+/// The bytes of a take with another extension, as `change` leaves it; it gets the whole document as well.
+template <typename Change>
+std::string changed(const std::string& take, Change change) {
+    const std::vector<unsigned char> whole(take.begin(), take.end());
+    const stage::GlbChunks chunks = stage::splitGlb(whole);
+    json document = json::parse(chunks.json);
+    change(document["extensions"][stage::kTakeExtension], document);
+    const auto bytes = stage::joinGlb(document.dump(), {chunks.binary, chunks.binary + chunks.binarySize});
+    return {bytes.begin(), bytes.end()};
+}
+
+/// The bytes of a take as a program wrote it that knew no gauges.
+std::string withoutGauges(const std::string& take) {
+    return changed(take, [](json& extension, json&) {
+        for (json& vehicle : extension["vehicles"]) vehicle["curves"].erase("gauges");
+    });
+}
+
 TEST_F(Exports, TableHoldsEveryElementAndCurve) {
     done({"export", take, "-o", path("take.csv")});
     std::istringstream text(read(path("take.csv")));
@@ -52,7 +72,7 @@ TEST_F(Exports, TableHoldsEveryElementAndCurve) {
         EXPECT_NE(found, header.end()) << name;
         return static_cast<std::size_t>(found - header.begin());
     };
-    EXPECT_EQ(header.size(), 2 + 7 * lines.front().at("elements").size() + 7 + 9 + 16);
+    EXPECT_EQ(header.size(), 2 + 7 * lines.front().at("elements").size() + 7 + 9 + 16 + 5);
     std::size_t row = 0;
     std::vector<std::vector<double>> before(lines.front().at("elements").size(), std::vector<double>(4, 0.0));
     for (; std::getline(text, line); ++row) {
@@ -78,6 +98,8 @@ TEST_F(Exports, TableHoldsEveryElementAndCurve) {
         }
         EXPECT_EQ(std::stod(fields[column("car.output.Velocity")]),
                   lines[row].at("channels").at("car").at("Velocity").get<double>());
+        EXPECT_EQ(std::stod(fields[column("car.gauge.Current Velocity")]),
+                  lines[row].at("gauges").at("car").at("Current Velocity").get<double>());
         EXPECT_EQ(std::stod(fields[column("car.input.Gas Pedal (Forw/Backw)")]), 1.0);
     }
     EXPECT_EQ(row, lines.size());
@@ -207,10 +229,63 @@ TEST_F(Exports, TraceTellsChannelsInputsAndGauges) {
     EXPECT_EQ(lines.size(), 26u);
     EXPECT_EQ(lines[5].at("channels").at("car").size(), 7u);
     EXPECT_EQ(lines[5].at("inputs").at("car").size(), 9u);
-    EXPECT_FALSE(lines[5].contains("gauges"));
-    EXPECT_EQ(lines.back().at("gauges").at("car").at("Current Velocity"),
-              lines.back().at("channels").at("car").at("Velocity"));
+    for (const json& line : lines) {
+        const json& gauges = line.at("gauges").at("car");
+        const json& channels = line.at("channels").at("car");
+        ASSERT_EQ(gauges.size(), 5u);
+        EXPECT_EQ(gauges.at("Current Velocity"), channels.at("Velocity"));
+        EXPECT_EQ(gauges.at("Current Velocity (% of max)").get<double>() / 100.0,
+                  channels.at("Velocity (Percent of Max)").get<double>());
+        EXPECT_GT(gauges.at("World Space Maximum Velocity Gauge").get<double>(), 1.0);
+    }
+    EXPECT_LT(lines.front().at("gauges").at("car").at("Current Velocity"),
+              lines.back().at("gauges").at("car").at("Current Velocity"))
+        << "each line has what the gauges read then";
     EXPECT_EQ(json::parse(done({"trace", take, "--first", "3", "--last", "3"}).out).at("frame"), 3);
+}
+
+TEST_F(Exports, TraceComparesGauges) {
+    done({"trace", take, "-o", path("take.jsonl")});
+    std::string text = read(path("take.jsonl"));
+    const std::string label = "\"Current Velocity\":";
+    std::size_t at = 0;
+    for (int line = 0; line <= 12; ++line) at = text.find(label, at) + label.size();
+    const Answer answer = run({"trace", "--compare", take, put("other.jsonl", text.insert(at, "1"))});
+    EXPECT_EQ(answer.code, 1);
+    EXPECT_THAT(answer.out, HasSubstr("frame 12: gauges: car: Current Velocity: "));
+    EXPECT_EQ(answer.err, "");
+}
+
+TEST_F(Exports, TakesOfBeforeThereWereGaugesGoOnWithoutThem) {
+    const std::string old = put("old.glb", withoutGauges(read(take)));
+    const Answer traced = done({"trace", old});
+    EXPECT_EQ(traced.out.find("gauges"), std::string::npos);
+    EXPECT_THAT(traced.err, HasSubstr("recorded 'car' without gauges"));
+    EXPECT_EQ(traced.err.find("without gauges"), traced.err.rfind("without gauges")) << "once, not once a line";
+    EXPECT_EQ(done({"trace", take}).err, "");
+
+    // All else is compared.
+    const Answer same = done({"trace", "--compare", take, old});
+    EXPECT_EQ(same.out, "equal: 26 frames\n");
+    EXPECT_THAT(same.err, HasSubstr("gauges of 'car'"));
+    EXPECT_EQ(json::parse(done({"trace", "--json", "--compare", old, take}).out).at("gaugesNotCompared"),
+              (json{"car"}));
+    EXPECT_EQ(done({"trace", "--compare", old, old}).err, "");
+    done({"resume", take, "--at", "10", "--hold", "gas=1", "--last", "20", "-q", "-o", path("new-on.glb")});
+    done({"resume", old, "--at", "10", "--hold", "gas=1", "--last", "20", "-q", "-o", path("old-on.glb")});
+    EXPECT_EQ(run({"trace", "--compare", old, path("new-on.glb")}).code, 1);
+    EXPECT_EQ(done({"trace", "--compare", path("new-on.glb"), path("old-on.glb")}).out, "equal: 21 frames\n");
+
+    // Driven again it is what it would be today.
+    done({"retake", old, "-q", "-o", path("again.glb")});
+    EXPECT_EQ(read(path("again.glb")), read(take));
+
+    EXPECT_EQ(json::parse(done({"info", "--json", old}).out).at("vehicles").at(0).at("curves").at("gauges"), 0);
+    EXPECT_EQ(json::parse(done({"info", "--json", take}).out).at("vehicles").at(0).at("curves").at("gauges"), 5);
+    EXPECT_THAT(done({"info", old}).out, HasSubstr("26 rows of 32 curves, no gauges\n"));
+    EXPECT_THAT(done({"info", take}).out, HasSubstr("26 rows of 32 curves and 5 gauges\n"));
+    done({"export", old, "-o", path("old.csv")});
+    EXPECT_EQ(read(path("old.csv")).find("gauge"), std::string::npos);
 }
 
 TEST_F(Exports, InfoTellsAboutTakesMeshesAndBlocks) {
@@ -240,9 +315,80 @@ TEST_F(Exports, InfoTellsAboutTakesMeshesAndBlocks) {
     const Answer text = done({"info", put("car.block", bytes)});
     EXPECT_THAT(text.out, HasSubstr("saved block, version 9201"));
     EXPECT_THAT(text.out, HasSubstr("cCarCambGravityOn: flag false"));
-    const json cut = json::parse(done({"info", "--json", put("cut.block", bytes.substr(0, bytes.size() / 2))}).out);
-    EXPECT_EQ(cut.at("damaged"), true);
+    EXPECT_EQ(text.code, 0);
+
+    const std::string half = put("cut.block", bytes.substr(0, bytes.size() / 2));
+    const Answer cut = run({"info", half});
+    EXPECT_EQ(cut.code, 1);
+    EXPECT_THAT(cut.err, HasSubstr("is a damaged saved block: "));
+    EXPECT_THAT(cut.err, HasSubstr(" of its 91 keys are missing\n"));
+    EXPECT_EQ(cut.out.find("\n  : "), std::string::npos) << "keys that are not there are not listed";
+    const json part = json::parse(run({"info", "--json", half}).out);
+    EXPECT_EQ(part.at("damaged"), true);
+    EXPECT_EQ(part.at("keys").size() + part.at("lost").get<std::size_t>(), 91u);
+    EXPECT_THAT(run({"info", put("more.block", bytes + "xx")}).err, HasSubstr("do not add up to its length"));
     EXPECT_EQ(json::parse(done({"info", "--json", take, path("wavy.obj")}).out).size(), 2u);
+}
+
+TEST_F(Exports, InfoTellsInASentenceWhatIsWrongWithATake) {
+    const auto expectDamage = [&](const std::string& name, const std::string& bytes, const std::string& sentence) {
+        const std::string file = put(name, bytes);
+        const Answer answer = run({"info", file});
+        EXPECT_EQ(answer.code, 1) << name;
+        EXPECT_THAT(answer.err, HasSubstr(sentence)) << name;
+        EXPECT_EQ(std::count(answer.err.begin(), answer.err.end(), '\n'), 1) << answer.err;
+        EXPECT_THAT(answer.out, HasSubstr("take")) << name;
+        const Answer told = run({"info", "--json", file});
+        EXPECT_EQ(told.code, 1) << name;
+        EXPECT_EQ(json::parse(told.out).at("damaged"), true) << name;
+    };
+    const std::string bytes = read(take);
+    expectDamage("version.glb", changed(bytes, [](json& own, json&) { own["version"] = 0; }), "version");
+    expectDamage("newer.glb", changed(bytes, [](json& own, json&) { own["version"] = 9; }), "by a newer version");
+    expectDamage("none.glb", changed(bytes, [](json& own, json&) { own["vehicles"] = json::array(); }), "no vehicle");
+    expectDamage("node.glb", changed(bytes, [](json& own, json&) { own["elements"][3]["node"] = 99; }),
+                 "elements[3].node");
+    expectDamage("frames.glb", changed(bytes, [](json& own, json&) { own.erase("frames"); }), "damaged take");
+    expectDamage("cut.glb",
+                 changed(bytes,
+                         [](json& own, json& document) {
+                             const auto block = own["vehicles"][0]["block"].get<std::size_t>();
+                             document["bufferViews"][block]["byteLength"] = 30000;
+                         }),
+                 "damaged saved state");
+    EXPECT_EQ(json::parse(done({"info", "--json", take}).out).at("damaged"), false);
+    EXPECT_THAT(done({"info", take}).out, HasSubstr(" 91 keys, 59 histories with "));
+}
+
+TEST_F(Exports, TraceComparesWhatBothHave) {
+    const std::string lines = done({"trace", take}).out;
+    std::string other;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+        auto frame = nlohmann::ordered_json::parse(line);
+        frame["elements"]["hills"] = frame["elements"]["wavy"];
+        frame["elements"].erase("wavy");
+        other += frame.dump() + "\n";
+    }
+    const std::string told =
+        "frame 0: only the first has the element 'wavy'\n"
+        "frame 0: only the second has the element 'hills'\n";
+    const Answer named = run({"trace", "--compare", take, put("named.jsonl", other)});
+    EXPECT_EQ(named.code, 1);
+    EXPECT_EQ(named.out, told + "all else is equal: 26 frames\n");
+
+    // From the end of the eleventh line back.
+    std::size_t end = 0;
+    for (int line = 0; line <= 10; ++line) end = other.find('\n', end) + 1;
+    other.insert(other.rfind("\"Velocity\":", end) + 11, "1");
+    const Answer differing = run({"trace", "--compare", take, put("differing.jsonl", other)});
+    EXPECT_EQ(differing.code, 1);
+    EXPECT_THAT(differing.out, ::testing::StartsWith(told + "frame 10: channels: car: Velocity: "));
+    const json object = json::parse(run({"trace", "--compare", "--json", take, path("differing.jsonl")}).out);
+    EXPECT_EQ(object.at("equal"), false);
+    EXPECT_EQ(object.at("onlyFirst").at(0).at("what"), "the element 'wavy'");
+    EXPECT_EQ(object.at("onlySecond").at(0).at("what"), "the element 'hills'");
+    EXPECT_EQ(object.at("difference").at("frame"), 10);
 }
 
 TEST_F(Exports, ReplayPageHoldsTheTake) {
