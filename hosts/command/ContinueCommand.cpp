@@ -1,6 +1,7 @@
 // quadrig resume, quadrig retake
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -160,8 +161,10 @@ int retake(const ContinueOptions& options, const Console& console) {
         throw CommandError("the new input is missing; give --input, --hold or --key");
     if (options.overdub && options.at.empty()) throw CommandError("--overdub needs --at and new input");
     Stage& stage = one.stage();
-    std::vector<bool> armed;
-    for (const auto& vehicle : stage.vehicles) armed.push_back(vehicle->armed);
+    // By name: the recording may begin with other vehicles.
+    const std::string chosen = stage.vehicles[static_cast<std::size_t>(one.vehicle)]->name;
+    std::map<std::string, bool> armed;
+    for (const auto& vehicle : stage.vehicles) armed[vehicle->name] = vehicle->armed;
     std::vector<stage::Track> before;
     for (const auto& element : stage.scene.elements) before.push_back(element->track);
     const stage::Journal journal = stage.journal;
@@ -181,11 +184,12 @@ int retake(const ContinueOptions& options, const Console& console) {
         stage.retake(journal, other, [&bar](int frame) { bar.show(frame); });
     }
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - started;
-    for (std::size_t i = 0; i < stage.vehicles.size(); ++i) stage.vehicles[i]->armed = armed[i];
+    for (const auto& vehicle : stage.vehicles)
+        if (const auto was = armed.find(vehicle->name); was != armed.end()) vehicle->armed = was->second;
     const int same = other ? other->at : one.recorded.second;
     // Other vehicles lose the runs that are left out.
     const bool leftOut = stage.journal.size() < journal.size();
-    const std::string compared = leftOut ? stage.vehicles[static_cast<std::size_t>(one.vehicle)]->name : "";
+    const std::string compared = leftOut ? chosen : "";
     const std::optional<int> difference = firstDifference(stage, before, one.recorded.first, same, compared);
     const int code = finish(one, one.recorded.first, wall.count(), options, console);
     if (!difference) return code;

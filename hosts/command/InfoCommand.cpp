@@ -74,7 +74,7 @@ std::string describeTake(const BinaryGltf& gltf, const json& take, std::size_t b
     for (const json& vehicle : take.at("vehicles")) object["vehicles"].push_back(describeVehicle(gltf, vehicle));
 
     const double perSecond = rate.at(0).get<double>() / rate.at(1).get<double>();
-    const int count = frames.at(1).get<int>() - frames.at(0).get<int>();
+    const double count = frames.at(1).get<double>() - frames.at(0).get<double>();
     std::string text = "take, version " + take.at("version").dump() + ", " + std::to_string(bytes) +
                        " bytes\n  frames " + frames.at(0).dump() + " to " + frames.at(1).dump() + " at " +
                        shortText(perSecond) + " a second, " + shortText(count / perSecond) + " s\n  " +
@@ -189,7 +189,10 @@ int info(const InfoOptions& options, const Console& console) {
         object.update(described);
         all.push_back(std::move(object));
     }
-    if (options.common.json) console.out << (all.size() == 1 ? all[0] : all).dump(2) << '\n';
+    // Names in damaged files may be no text.
+    if (options.common.json)
+        console.out << (all.size() == 1 ? all[0] : all).dump(2, ' ', false, ordered_json::error_handler_t::replace)
+                    << '\n';
     for (const std::string& sentence : damage) console.complain(sentence);
     return damage.empty() ? kFine : kFindings;
 }

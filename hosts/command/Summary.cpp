@@ -26,8 +26,8 @@ constexpr const char* kAirChannels[4] = {"WheelMesh_FL", "WheelMesh_FR", "WheelM
 
 /// What the wheels and the ground were like in each frame of a summary.
 struct Frames {
-    std::vector<bool> anyInAir, allInAir;  ///< wheels
-    std::vector<bool> nothingBelow;        ///< the body's middle is beyond the ground
+    std::vector<bool> allInAir;      ///< no wheel touches
+    std::vector<bool> nothingBelow;  ///< the body's middle is beyond the ground
 };
 
 std::size_t place(const Summary& summary, int frame) { return static_cast<std::size_t>(frame - summary.first); }
@@ -42,7 +42,6 @@ void measureAir(Summary& summary, const stage::Curves& curves, Frames& frames) {
         if (row == nullptr) continue;
         const auto inAir =
             std::count_if(columns.begin(), columns.end(), [&](int column) { return row[column] != 0.0; });
-        frames.anyInAir[place(summary, frame)] = inAir > 0;
         frames.allInAir[place(summary, frame)] = inAir == 4;
         if (inAir > 0) ++summary.wheelsInAir;
         if (inAir == 4) ++summary.allInAir;
@@ -146,7 +145,7 @@ Summary summarise(const Stage& stage, int index, int first, int last) {
     summary.seconds = stage.scene.clock.time(last) - stage.scene.clock.time(first);
     const double length = util::Length(vehicle.world("CarBodyMesh", first).row(2));
     const std::vector<bool> none(place(summary, std::max(first, last)) + 1, false);
-    Frames frames{none, none, none};
+    Frames frames{none, none};
     if (static_cast<std::size_t>(index) < stage.curves.size())
         measureAir(summary, stage.curves[static_cast<std::size_t>(index)], frames);
     measureGround(summary, vehicle, length, frames);
@@ -157,7 +156,7 @@ Summary summarise(const Stage& stage, int index, int first, int last) {
 }
 
 std::string Summary::speedText() const {
-    if (!topSpeedFrame) return "never on the ground";
+    if (!topSpeedFrame) return neverTouched() ? "never on the ground" : "no plausible speed";
     std::string text = "top speed on the ground " + fixed(topSpeed * 3.6, 1) + " km/h at frame ";
     text += std::to_string(*topSpeedFrame);
     if (!jumps.empty()) text += " (implausible steps left out)";

@@ -26,7 +26,7 @@ struct Summary {
     double seconds = 0.0;
     double distance = 0.0;             ///< that the body went until it fell, scene units
     double topSpeed = 0.0;             ///< from frame to frame while a wheel touches the ground, scene units per second
-    std::optional<int> topSpeedFrame;  ///< nothing if no wheel ever did
+    std::optional<int> topSpeedFrame;  ///< nothing if no wheel ever did, or in implausible steps only
     bool knowsAir = false;             ///< the curves tell of wheels in the air
     int wheelsInAir = 0;               ///< frames with at least one wheel in the air
     int allInAir = 0;                  ///< frames with all four

@@ -183,8 +183,4 @@ std::vector<Track> Scene::tracks() const {
     return all;
 }
 
-void Scene::setTracks(const std::vector<Track>& tracks) {
-    for (std::size_t i = 0; i < tracks.size(); ++i) elements[i]->track = tracks[i];
-}
-
 }  // namespace ond::stage

@@ -106,7 +106,6 @@ class Scene {
 
     /// All tracks, for the undo of a run.
     [[nodiscard]] std::vector<Track> tracks() const;
-    void setTracks(const std::vector<Track>& tracks);
 
   private:
     void write(Element& element, double time, const util::Matrix4& local);

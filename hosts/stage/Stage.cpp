@@ -104,7 +104,13 @@ Vehicle& Stage::replace(Vehicle& vehicle) {
     fresh->strict = vehicle.strict;
     fresh->misuse = complaintsOf(vehicle);
     std::vector<VehicleState> wiring;
-    for (const auto& each : vehicles) wiring.push_back({each->name, each->armed, {}, {}, each->channels()});
+    // Of the others only what hangs on the replaced one: what devices feed them stays.
+    for (const auto& each : vehicles) {
+        wiring.push_back({each->name, each->armed, {}, {}, each->channels()});
+        if (each.get() != &vehicle)
+            std::erase_if(wiring.back().channels,
+                          [&](const ChannelSettings& channel) { return channel.wire.vehicle != vehicle.name; });
+    }
     *place = std::move(fresh);
     (*place)->declare();
     wireChannels(wiring);

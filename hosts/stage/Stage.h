@@ -122,6 +122,7 @@ class Stage {
     void setState(int vehicle, const std::map<std::string, double>& values);
 
     /// What an axis gives instead of what was recorded: vehicle, channel, frame. Empty where the recorded value stands.
+    /// The vehicle is told by its place when retake() is called, though the recording may begin with others.
     /// An axis is known by the channels that it feeds; where it feeds several, all of them get the value.
     using Override = std::function<std::optional<double>(int, int, int)>;
     /// Where a recording is taken over, and by what.
@@ -144,7 +145,8 @@ class Stage {
 
     /// Complaints of all vehicles and of the undo stack, and what was not given back; empty when all is well.
     [[nodiscard]] std::vector<std::string> complaints() const;
-    /// Makes `curves` one per vehicle, with the columns that its channels call for; what is there stays.
+    /// Makes `curves` one per vehicle, with the columns that its channels call for, before rows from `frame` on are
+    /// written. What is there stays, unless it lacks columns and the vehicle takes part in the run.
     void prepareCurves(int frame);
     /// First and last frame of what is recorded of any vehicle; nothing before the first recorded run.
     [[nodiscard]] std::optional<std::pair<int, int>> recorded() const;
@@ -204,6 +206,7 @@ class Stage {
     void driveAgainTo(int frame);
     void driveRecorded(const RunRecord& run, int to, const TakeOver* other);
     [[nodiscard]] std::size_t runTakenOver(const Journal& runs, const TakeOver& other) const;
+    [[nodiscard]] TakeOver withPlacesOfNow(const TakeOver& other) const;
     void feed(const RunRecord& run, const TakeOver* other);
 
     // Of the present run.

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <set>
 #include <utility>
 
 #include "ond/util/DataChunk.h"
@@ -76,6 +77,10 @@ Snapshot Stage::snapshot() {
 
 void Stage::restore(const Snapshot& snapshot) {
     requireNoRun("the scene cannot be restored");
+    std::set<std::string> taken;
+    for (const VehicleState& state : snapshot.vehicles)
+        if (!taken.insert(state.name).second)
+            throw StageError("the scene cannot be restored: two of its vehicles have the name '" + state.name + "'");
     const std::vector<ElementState> before = statesOf(scene);
     const int nowBefore = scene.clock.now;
     undo.clear();
@@ -307,12 +312,26 @@ std::size_t Stage::runTakenOver(const Journal& runs, const TakeOver& other) cons
                             : ""));
 }
 
+/// The same with input that knows the vehicles by the places that they have now: the runs of a recording may begin with
+/// others.
+Stage::TakeOver Stage::withPlacesOfNow(const TakeOver& other) const {
+    TakeOver byName = other;
+    byName.input = [this, input = other.input, names = names()](int vehicle, int channel,
+                                                                int frame) -> std::optional<double> {
+        const auto place = std::find(names.begin(), names.end(), vehicles[static_cast<std::size_t>(vehicle)]->name);
+        if (place == names.end()) return std::nullopt;
+        return input(static_cast<int>(place - names.begin()), channel, frame);
+    };
+    return byName;
+}
+
 bool Stage::retake(const Journal& recording, const std::optional<TakeOver>& other,
                    const std::function<void(int)>& progressOfRetake) {
     requireNoRun("a recording cannot be driven again");
     if (recording.empty()) throw StageError("there is no recorded run to drive again");
     const Journal runs = recording;
     const std::size_t last = other ? runTakenOver(runs, *other) : runs.size() - 1;
+    const std::optional<TakeOver> byName = other ? std::optional<TakeOver>(withPlacesOfNow(*other)) : std::nullopt;
     const Snapshot before = snapshot();
     const Shown shownBefore = shown();
     const Journal journalBefore = journal;
@@ -326,15 +345,16 @@ bool Stage::retake(const Journal& recording, const std::optional<TakeOver>& othe
         for (std::size_t i = 0; i <= last && whole; ++i) {
             restore(runs[i].before != nullptr ? *runs[i].before : snapshot());
             const bool takenOver = other && i == last;
-            driveRecorded(runs[i], takenOver ? other->to : runs[i].to, takenOver ? &*other : nullptr);
+            driveRecorded(runs[i], takenOver ? byName->to : runs[i].to, takenOver ? &*byName : nullptr);
             whole = !m_breakdown;
         }
         return whole;
     } catch (...) {
         if (isRunning()) endRun(m_frame);
-        restore(before);
         journal = journalBefore;
-        putShown(shownBefore);
+        // Also if a vehicle of before no longer loads.
+        const AtEnd shownAgain([&] { putShown(shownBefore); });
+        restore(before);
         throw;
     }
 }

@@ -105,6 +105,7 @@ void requireBlock(const VehicleState& vehicle) {
 }
 
 void requireVehicles(const std::vector<VehicleState>& vehicles) {
+    if (vehicles.empty()) refuse("the scene has no vehicle, and a take is one of a vehicle");
     std::set<std::string> names;
     for (const VehicleState& vehicle : vehicles) {
         if (vehicle.block.empty())

@@ -229,6 +229,18 @@ TEST_F(Wired, DeviceOutsideOfTheSceneIsDrivenAgainThroughTheOwnAxis) {
     EXPECT_EQ(gas(*stage, kB).source, &gasAxis(*stage, kB));
 }
 
+TEST_F(Wired, DeviceOutsideOfTheSceneStaysWhenAnotherVehicleIsReplaced) {
+    CallLog log;
+    InputAxis stick("stick", log);
+    stick.wire(gas(*stage, kB));
+    unidevice::Property& brake = car(*stage, kB).property("ABS");
+    gasAxis(*stage, kA).wire(brake);
+    stage->replace(car(*stage, kA));
+    EXPECT_EQ(gas(*stage, kB).source, &stick);
+    EXPECT_EQ(brake.source, &gasAxis(*stage, kA)) << "the axis of the one that came in its place";
+    stick.unwire(gas(*stage, kB));
+}
+
 TEST_F(Wired, DuplicateIsFedByTheSameAxesOrByItsOwn) {
     gasAxis(*stage, kA).wire(gas(*stage, kB));
     car(*stage, kB).axis("Steering").wire(car(*stage, kB).property("ABS Brake"));

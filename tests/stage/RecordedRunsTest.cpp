@@ -219,6 +219,22 @@ TEST_F(RecordedRuns, RestoreThatFailsLeavesTheStageAsItIs) {
     EXPECT_EQ(keys("a"), 11U);
 }
 
+TEST_F(RecordedRuns, TwoVehiclesOfOneNameAreNotRestored) {
+    Snapshot two = stage->snapshot();
+    two.vehicles[1].name = "a";
+    EXPECT_THAT(error([&] { stage->restore(two); }), HasSubstr("two of its vehicles have the name 'a'"));
+    EXPECT_EQ(stage->vehicles[1]->name, "b");
+}
+
+TEST_F(RecordedRuns, FailedRetakeKeepsTheJournalThoughNothingLoadsAnyMore) {
+    run(0, 10);
+    refused = "b";
+    EXPECT_THROW((void)stage->retake(stage->journal, std::nullopt), StageError);
+    EXPECT_EQ(stage->journal.size(), 1U);
+    EXPECT_EQ(stage->curves.at(0).rows(), 11);
+    EXPECT_EQ(messagesOf(0), 10);
+}
+
 TEST_F(RecordedRuns, RetakeThatFailsLeavesTheStageAsItIs) {
     run(0, 10);
     run(10, 20, {"b"});
@@ -265,6 +281,29 @@ TEST(RecordedTake, OfAVehicleLessIsSavedAndOpenedAgain) {
     expectSame(*host, *opened);
 }
 
+TEST(RecordedTake, OfAVehicleLessIsTakenOverByTheVehicleThatIsLeft) {
+    const auto host = carOn(false);
+    host->addVehicle("second").put("Use Fast Ray Cast", 0.0);
+    host->run(0, 12);
+    const std::string first = host->vehicles[0]->name;
+    host->removeVehicle(*host->vehicles[0]);
+    // The recording begins with both, of which this is the second.
+    const auto gasOfTheOne = [&](int vehicle, int, int) -> std::optional<double> {
+        EXPECT_EQ(vehicle, 0);
+        return 1.0;
+    };
+    const Journal journal = host->journal;
+    ASSERT_TRUE(host->retake(journal, Stage::TakeOver{5, 12, gasOfTheOne, 0}));
+    ASSERT_EQ(host->vehicles.size(), 2U);
+    const auto inputAt = [&](const std::string& name, int frame) {
+        const RunInput& input = host->journal.at(0).inputs.at(static_cast<std::size_t>(host->vehicleNamed(name)));
+        return input.axes.at(static_cast<std::size_t>(frame * input.channels));
+    };
+    EXPECT_EQ(inputAt("second", 6), 1.0);
+    EXPECT_NE(inputAt("second", 5), 1.0);
+    EXPECT_NE(inputAt(first, 6), 1.0) << "it has gone from the scene that was taken over";
+}
+
 TEST(RecordedTake, OfAVehicleThatIsNotWholeIsRefused) {
     const OwnFolder folder;
     const auto host = carOn(false);
@@ -289,6 +328,11 @@ std::string refusal(const std::function<void(TakeContents&)>& change) {
 
 TEST(RecordedTake, WhatCouldNotBeOpenedIsNotWritten) {
     EXPECT_THAT(refusal([](TakeContents&) {}), "no error");
+    EXPECT_THAT(refusal([](TakeContents& c) {
+                    c.vehicles.clear();
+                    c.curves.clear();
+                }),
+                HasSubstr("no vehicle"));
     EXPECT_THAT(refusal([](TakeContents& c) { c.vehicles[0].block.clear(); }), HasSubstr("has no saved state"));
     EXPECT_THAT(refusal([](TakeContents& c) { c.vehicles[0].block.resize(9); }), HasSubstr("is damaged"));
     EXPECT_THAT(refusal([](TakeContents& c) { c.messages = {{1, 1, "Warning", "", 1}}; }), HasSubstr("'Warning'"));
