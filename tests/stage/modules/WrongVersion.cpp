@@ -1,6 +1,8 @@
 // A module of another version of the contract, whose descriptors a host of this version must not touch.
 #include <cstdint>
 
+#include "ond/ovs/CCameraPlugin.h"
+
 namespace {
 
 int g_asked = 0;
@@ -11,7 +13,7 @@ extern "C" {
 
 std::uint32_t getVersion() { return 251; }
 
-void* getPlugin(std::uint32_t /*index*/) {
+ond::ovs::CCameraPlugin* getPlugin(std::uint32_t /*index*/) {
     ++g_asked;
     return nullptr;
 }
