@@ -18,6 +18,13 @@ class Continued : public CommandRun {
         lines = trace(take);
         ASSERT_EQ(lines.size(), 66u);
     }
+    /// Drives the vehicles a and b side by side to `two.glb`.
+    void driveTwo(int last) {
+        const std::string file = put("drive.json", R"({"vehicles": [
+            {"name": "a", "at": [0, 0], "inputs": [{"channel": "gas", "value": 1}]},
+            {"name": "b", "at": [8, 0], "inputs": [{"channel": "gas", "value": 1}]}]})");
+        done({"drive", file, "--last", std::to_string(last), "-q", "-o", path("two.glb")});
+    }
 
     std::string take;
     std::vector<json> lines;
@@ -116,10 +123,7 @@ TEST_F(Continued, OverdubDoesNotShortenTheTake) {
 }
 
 TEST_F(Continued, OneVehicleIsResumedWhileTheOtherKeepsWhatItDid) {
-    const std::string file = put("drive.json", R"({"last": 30, "vehicles": [
-        {"name": "a", "at": [0, 0], "inputs": [{"channel": "gas", "value": 1}]},
-        {"name": "b", "at": [8, 0], "inputs": [{"channel": "gas", "value": 1}]}]})");
-    done({"drive", file, "-q", "-o", path("two.glb")});
+    driveTwo(30);
     done({"resume", path("two.glb"), "--at", "10", "--vehicle", "b", "--hold", "steering=1", "--last", "30", "-q", "-o",
           path("other.glb")});
     const auto before = trace(path("two.glb"));
@@ -132,10 +136,7 @@ TEST_F(Continued, OneVehicleIsResumedWhileTheOtherKeepsWhatItDid) {
 }
 
 TEST_F(Continued, TakeEndsWithTheVehicleThatWasDrivenFarthest) {
-    const std::string file = put("drive.json", R"({"last": 60, "vehicles": [
-        {"name": "a", "at": [0, 0], "inputs": [{"channel": "gas", "value": 1}]},
-        {"name": "b", "at": [8, 0], "inputs": [{"channel": "gas", "value": 1}]}]})");
-    done({"drive", file, "-q", "-o", path("two.glb")});
+    driveTwo(60);
     done({"resume", path("two.glb"), "--at", "0", "--vehicle", "b", "--hold", "steering=1", "--last", "20", "-q", "-o",
           path("other.glb")});
     EXPECT_THAT(done({"info", path("other.glb")}).out, ::testing::HasSubstr("frames 0 to 60"));

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "CCarCamObject.h"
-#include "run/GroundHost.h"
+#include "rig/CornerHost.h"
 
 namespace ond::ovs::addon {
 namespace {
@@ -27,19 +27,12 @@ struct AnsweringSurface final : SurfaceObject {
     std::function<bool(const V&, const V&, double&, V&)> answer;
 };
 
-/// Lends that surface, and puts every element where `corner` is.
-class AnsweringHost final : public test::GroundHost {
+/// Lends that surface.
+class AnsweringHost final : public test::CornerHost {
   public:
-    TransformObject* getTransformObject(MeshHandle*, double) override {
-        auto* transform = new Transform;
-        transform->world = corner;
-        ++openTransforms;
-        return transform;
-    }
     SurfaceObject* getSurfaceObject(MeshHandle*, double) override { return &surface; }
     void releaseSurfaceObject(SurfaceObject*) override {}
 
-    Matrix4 corner;
     AnsweringSurface surface;
 };
 

@@ -8,8 +8,8 @@
 #include "CCarCamObject.h"
 #include "ground/BulletLibrary.h"
 #include "ground/HostileMeshes.h"
+#include "rig/CornerHost.h"
 #include "rig/plain/PlainWheelUpdate.h"
-#include "run/GroundHost.h"
 
 namespace ond::ovs::addon {
 namespace {
@@ -18,18 +18,6 @@ using test::MeshKind;
 using test::PinnedRandom;
 using util::Matrix4;
 using V = util::Vector3<double>;
-
-/// All elements stand at `corner`: the relocators of the wheels are the only ones that are asked for.
-class TiltedHost final : public test::GroundHost {
-  public:
-    TransformObject* getTransformObject(MeshHandle*, double) override {
-        auto* transform = new Transform;
-        transform->world = corner;
-        ++openTransforms;
-        return transform;
-    }
-    Matrix4 corner;
-};
 
 /// Counts whole casts on their way to the world.
 class CountingCaster final : public btDefaultVehicleRaycaster {
@@ -237,7 +225,7 @@ class WheelProbing : public testing::Test {
         }
     }
 
-    TiltedHost host;
+    test::CornerHost host;
     test::GroundElement element{"Relocator"};
     CCarCamObject* vehicle = new CCarCamObject(CameraCreationRecord{{0, 0}, 0, "Car"});
     std::vector<std::unique_ptr<triMeshStorage>> storages;
