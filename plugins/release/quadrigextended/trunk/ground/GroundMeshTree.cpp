@@ -1,8 +1,10 @@
 #include "ground/GroundMeshTree.h"
 
-#include <array>
 #include <cmath>
+#include <numeric>
+#include <utility>
 
+#include "ground/GroundSplitting.h"
 #include "ground/LineTests.h"
 
 namespace ond::ovs::addon {
@@ -10,13 +12,6 @@ namespace ond::ovs::addon {
 namespace {
 
 using util::Vector3;
-
-// Most entries of the triangles of one axis' halves together, as a multiple of the node's, for which a split pays.
-constexpr double kMaxDuplication = 1.1;
-// Two on each axis.
-constexpr std::size_t kMaxCells = 8;
-// Fewest triangles that a half must have.
-constexpr int kMinTrianglesOfHalf = 3;
 
 bool isFinite(const Vector3<double>& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
@@ -35,60 +30,61 @@ bool isUsable(const util::CMesh& mesh, int face) {
     return true;
 }
 
-/// How many pieces each axis of a node is cut into, 1 or 2.
-struct Divisions {
-    int x;
-    int y;
-    int z;
-};
-
-/// Six halves of `box`: for each axis the part below its middle and the part above.
-std::array<AxisBox, 6> halvesOf(const AxisBox& box) {
-    const Vector3<double> middle = box.vMin + (box.vMax - box.vMin) / 2.0;
-    std::array<AxisBox, 6> halves;
-    halves.fill(box);
-    halves[0].vMax.x = middle.x;
-    halves[1].vMin.x = middle.x;
-    halves[2].vMax.y = middle.y;
-    halves[3].vMin.y = middle.y;
-    halves[4].vMax.z = middle.z;
-    halves[5].vMin.z = middle.z;
-    return halves;
+std::vector<std::uint32_t> numbersUpTo(std::size_t count) {
+    std::vector<std::uint32_t> numbers(count);
+    std::iota(numbers.begin(), numbers.end(), 0U);
+    return numbers;
 }
 
-int divisionsOfAxis(int low, int high, std::size_t triangles) {
-    const double ratio = (low + high) / static_cast<double>(triangles);
-    return ratio > kMaxDuplication || low < kMinTrianglesOfHalf || high < kMinTrianglesOfHalf ? 1 : 2;
-}
-
-Divisions divisionsOf(const AxisBox& box, const std::vector<Vector3<double>>& vertices) {
-    const std::array<AxisBox, 6> halves = halvesOf(box);
-    std::array<int, 6> count{};
-    for (std::size_t i = 0; i < vertices.size(); i += 3)
-        for (std::size_t half = 0; half < halves.size(); ++half)
-            if (triangleOverlapsBox(halves[half], vertices[i], vertices[i + 1], vertices[i + 2])) ++count[half];
-    const std::size_t triangles = vertices.size() / 3;
-    return {divisionsOfAxis(count[0], count[1], triangles), divisionsOfAxis(count[2], count[3], triangles),
-            divisionsOfAxis(count[4], count[5], triangles)};
-}
-
-/// Replaces `collected` by the triangles of `vertices` that overlap `box`, in their order.
-void collectOverlapping(const AxisBox& box, const std::vector<Vector3<double>>& vertices,
-                        std::vector<Vector3<double>>& collected) {
-    collected.clear();
-    for (std::size_t i = 0; i < vertices.size(); i += 3) {
-        if (!triangleOverlapsBox(box, vertices[i], vertices[i + 1], vertices[i + 2])) continue;
-        collected.insert(collected.end(), {vertices[i], vertices[i + 1], vertices[i + 2]});
-    }
+std::vector<std::uint32_t> numbersOf(const std::vector<SplitEntry>& entries) {
+    std::vector<std::uint32_t> numbers;
+    numbers.reserve(entries.size());
+    for (const SplitEntry& entry : entries) numbers.push_back(entry.number());
+    return numbers;
 }
 
 }  // namespace
 
 void GroundMeshTreeNode::buildFromMesh(const util::CMesh& mesh) {
-    aChildren.clear();
+    m_index.reset();
     setBoxFrom(mesh);
-    copyTriangles(mesh);
+    const std::shared_ptr<GroundTriangles> triangles = copyTriangles(mesh);
     subdivide(0);
+    if (triangles->corners.empty()) return;
+    sortVertices(*triangles);
+    m_index = GroundRayIndex::of(*this);
+}
+
+// Queries read the vertices of a leaf together.
+void GroundMeshTreeNode::sortVertices(GroundTriangles& triangles) const {
+    constexpr std::uint32_t kNone = 0xffffffffU;
+    std::vector<std::uint32_t> places(triangles.vertices.size(), kNone);
+    decltype(triangles.vertices) sorted;
+    sorted.reserve(triangles.vertices.size());
+    visitLeaves([&](const GroundMeshTreeNode& leaf) {
+        for (const std::uint32_t number : leaf.aTriangleVertices.numbers())
+            for (const std::uint32_t vertex : triangles.corners[number]) {
+                if (places[vertex] != kNone) continue;
+                places[vertex] = static_cast<std::uint32_t>(sorted.size());
+                sorted.push_back(triangles.vertices[vertex]);
+            }
+    });
+    // Triangles that no leaf holds keep their vertices, too.
+    for (auto& corners : triangles.corners)
+        for (std::uint32_t& vertex : corners) {
+            if (places[vertex] == kNone) {
+                places[vertex] = static_cast<std::uint32_t>(sorted.size());
+                sorted.push_back(triangles.vertices[vertex]);
+            }
+            vertex = places[vertex];
+        }
+    triangles.vertices.swap(sorted);
+}
+
+template <typename Visitor>
+void GroundMeshTreeNode::visitLeaves(const Visitor& visitor) const {
+    if (aChildren.empty()) visitor(*this);
+    for (const GroundMeshTreeNode& child : aChildren) child.visitLeaves(visitor);
 }
 
 void GroundMeshTreeNode::setBoxFrom(const util::CMesh& mesh) {
@@ -104,64 +100,77 @@ void GroundMeshTreeNode::setBoxFrom(const util::CMesh& mesh) {
     }
 }
 
-void GroundMeshTreeNode::copyTriangles(const util::CMesh& mesh) {
-    aTriangleVertices.clear();
-    aTriangleVertices.reserve(3 * static_cast<std::size_t>(mesh.getNumFaces()));
+std::shared_ptr<GroundTriangles> GroundMeshTreeNode::copyTriangles(const util::CMesh& mesh) {
+    auto triangles = std::make_shared<GroundTriangles>();
+    triangles->vertices.assign(mesh.vertices.begin(), mesh.vertices.end());
+    triangles->corners.reserve(static_cast<std::size_t>(mesh.getNumFaces()));
     for (int face = 0; face < mesh.getNumFaces(); ++face) {
         if (!isUsable(mesh, face)) continue;
+        auto& corners = triangles->corners.emplace_back();
         for (int corner = 0; corner < 3; ++corner)
-            aTriangleVertices.push_back(mesh.vertices[static_cast<std::size_t>(mesh.getFaceVertex(face, corner))]);
+            corners[static_cast<std::size_t>(corner)] = static_cast<std::uint32_t>(mesh.getFaceVertex(face, corner));
     }
+    std::vector<std::uint32_t> numbers = numbersUpTo(triangles->corners.size());
+    aTriangleVertices = TriangleVertices(triangles, std::move(numbers));
+    return triangles;
+}
+
+void GroundMeshTreeNode::subdivide(int depth) {
+    aChildren.clear();
+    if (aTriangleVertices.size() < 3 * kMinTrianglesToSplit) return;
+    const GroundSplitting splitting(*aTriangleVertices.all(), {vMin, vMax});
+    split(splitting, splitting.entriesOf(aTriangleVertices.numbers()), depth);
 }
 
 // The work on the cells is done in functions that have returned before the recursion goes deeper: meshes whose parts
 // differ by hundreds of orders of magnitude give trees a few thousand levels deep, and small frames carry these.
-void GroundMeshTreeNode::subdivide(int depth) {
-    if (aTriangleVertices.size() < 3 * kMinTrianglesToSplit) return;
-    aChildren = cells();
-    for (GroundMeshTreeNode& child : aChildren) child.subdivide(depth + 1);
-}
-
-std::vector<GroundMeshTreeNode> GroundMeshTreeNode::cells() const {
-    const Divisions n = divisionsOf({vMin, vMax}, aTriangleVertices);
-    const Vector3<double> size = vMax - vMin;
-    const Vector3<double> cellSize(size.x / n.x, size.y / n.y, size.z / n.z);
-    std::vector<GroundMeshTreeNode> cells;
-    cells.reserve(kMaxCells);
-    std::vector<Vector3<double>> collected;
-    for (int i = 0; i < n.x; ++i)
-        for (int j = 0; j < n.y; ++j)
-            for (int k = 0; k < n.z; ++k) {
-                const Vector3<double> moved(i * cellSize.x, j * cellSize.y, k * cellSize.z);
-                const AxisBox cell{vMin + moved, vMin + cellSize + moved};
-                collectOverlapping(cell, aTriangleVertices, collected);
-                if (collected.size() >= aTriangleVertices.size()) return {};
-                if (collected.empty()) continue;
-                GroundMeshTreeNode& child = cells.emplace_back();
-                child.vMin = cell.vMin;
-                child.vMax = cell.vMax;
-                child.aTriangleVertices = collected;
-            }
-    return cells;
+void GroundMeshTreeNode::split(const GroundSplitting& splitting, std::vector<SplitEntry> entries, int depth) {
+    if (entries.size() < kMinTrianglesToSplit) return;
+    std::vector<SplitCell> cells = splitting.cellsOf({vMin, vMax}, entries);
+    entries = {};
+    aChildren.resize(cells.size());
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        GroundMeshTreeNode& child = aChildren[i];
+        child.vMin = cells[i].box.vMin;
+        child.vMax = cells[i].box.vMax;
+        child.aTriangleVertices = TriangleVertices(aTriangleVertices.all(), numbersOf(cells[i].entries));
+        child.split(splitting, std::move(cells[i].entries), depth + 1);
+    }
 }
 
 bool GroundMeshTreeNode::rayQuery(const Vector3<double>& origin, const Vector3<double>& direction, double& t,
                                   Vector3<double>* normal) const {
+    GroundRayIndex::Found found{};
+    const auto answer = m_index ? m_index->query(origin, direction, found) : GroundRayIndex::Answer::unknown;
+    if (answer == GroundRayIndex::Answer::miss) return false;
+    if (answer == GroundRayIndex::Answer::unknown && !walk(origin, direction, found)) return false;
+    t = found.t;
+    if (!normal) return true;
+    const auto& vertices = aTriangleVertices.all()->vertices;
+    const Vector3<double>& a = vertices[found.corners[0]];
+    *normal = util::Normalized(util::Cross(vertices[found.corners[1]] - a, vertices[found.corners[2]] - a));
+    return true;
+}
+
+bool GroundMeshTreeNode::walk(const Vector3<double>& origin, const Vector3<double>& direction,
+                              GroundRayIndex::Found& found) const {
+    double t = 0.0;
     if (!lineMeetsBox({vMin, vMax}, origin, direction, t)) return false;
-    if (aChildren.empty()) return queryLeaf(origin, direction, t, normal);
+    if (aChildren.empty()) return walkLeaf(origin, direction, found);
     for (const GroundMeshTreeNode& child : aChildren)
-        if (child.rayQuery(origin, direction, t, normal)) return true;
+        if (child.walk(origin, direction, found)) return true;
     return false;
 }
 
-bool GroundMeshTreeNode::queryLeaf(const Vector3<double>& origin, const Vector3<double>& direction, double& t,
-                                   Vector3<double>* normal) const {
-    for (std::size_t i = 0; i < aTriangleVertices.size(); i += 3) {
-        const Vector3<double>& a = aTriangleVertices[i];
-        const Vector3<double>& b = aTriangleVertices[i + 1];
-        const Vector3<double>& c = aTriangleVertices[i + 2];
-        if (!lineMeetsTriangle(a, b, c, origin, direction, t)) continue;
-        if (normal) *normal = util::Normalized(util::Cross(b - a, c - a));
+bool GroundMeshTreeNode::walkLeaf(const Vector3<double>& origin, const Vector3<double>& direction,
+                                  GroundRayIndex::Found& found) const {
+    if (aTriangleVertices.empty()) return false;
+    const GroundTriangles& all = *aTriangleVertices.all();
+    for (const std::uint32_t number : aTriangleVertices.numbers()) {
+        if (!lineMeetsTriangle(all.corner(number, 0), all.corner(number, 1), all.corner(number, 2), origin, direction,
+                               found.t))
+            continue;
+        found.corners = all.corners[number];
         return true;
     }
     return false;

@@ -1,16 +1,24 @@
 // Spatial subdivision of the stored ground mesh, and the ray query on it.
 //
-// This is the plain form: it states what the answers are. A query ends at the first triangle on the line that it
-// looks at, which need not be the nearest and may lie behind the origin; callers start far above the ground.
+// What the answers are is told by a walk through the tree: a query ends at the first triangle on the line that it looks
+// at, which need not be the nearest and may lie behind the origin; callers start far above the ground. Two things
+// beside the tree make it fast and change no answer: GroundSplitting decides most overlaps by boxes, and GroundRayIndex
+// finds what the walk would have found.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
+#include "ground/GroundRayIndex.h"
+#include "ground/GroundTriangles.h"
 #include "ond/util/CMesh.h"
 #include "ond/util/Vector3.h"
 
 namespace ond::ovs::addon {
+
+class GroundSplitting;
+struct SplitEntry;
 
 class GroundMeshTreeNode {
   public:
@@ -23,13 +31,13 @@ class GroundMeshTreeNode {
     util::Vector3<double> vMax;
     /// Empty in a leaf.
     std::vector<GroundMeshTreeNode> aChildren;
-    /// Three in a row a triangle, copied from the mesh. Inner nodes keep theirs; queries read those of leaves.
-    std::vector<util::Vector3<double>> aTriangleVertices;
+    /// Three in a row a triangle. Inner nodes have theirs, too; queries read those of leaves.
+    TriangleVertices aTriangleVertices;
 
     /// Makes this node the root of a tree over `mesh`, in place of what it was; an empty mesh gives an empty tree.
     ///
     /// Faces with an index outside the vertices, or with a coordinate that is not finite, are left out; vertices that
-    /// are not finite do not count for the box.
+    /// are not finite do not count for the box. The tree keeps a copy of the vertices, one for all nodes.
     void buildFromMesh(const util::CMesh& mesh);
 
     /// Splits the node into up to eight equal cells of its box, and these likewise. An axis is split when each half has
@@ -51,11 +59,19 @@ class GroundMeshTreeNode {
 
   private:
     void setBoxFrom(const util::CMesh& mesh);
-    void copyTriangles(const util::CMesh& mesh);
-    /// The children that a split gives, not yet split themselves; empty if the node is to stay a leaf.
-    [[nodiscard]] std::vector<GroundMeshTreeNode> cells() const;
-    bool queryLeaf(const util::Vector3<double>& origin, const util::Vector3<double>& direction, double& t,
-                   util::Vector3<double>* normal) const;
+    [[nodiscard]] std::shared_ptr<GroundTriangles> copyTriangles(const util::CMesh& mesh);
+    /// Brings the vertices into the order in which the leaves name them.
+    void sortVertices(GroundTriangles& triangles) const;
+    template <typename Visitor>
+    void visitLeaves(const Visitor& visitor) const;
+    void split(const GroundSplitting& splitting, std::vector<SplitEntry> entries, int depth);
+    [[nodiscard]] bool walk(const util::Vector3<double>& origin, const util::Vector3<double>& direction,
+                            GroundRayIndex::Found& found) const;
+    [[nodiscard]] bool walkLeaf(const util::Vector3<double>& origin, const util::Vector3<double>& direction,
+                                GroundRayIndex::Found& found) const;
+
+    /// Of the root of a tree that was built from a mesh, else null. Shared by copies of the node, like the vertices.
+    std::shared_ptr<const GroundRayIndex> m_index;
 };
 
 }  // namespace ond::ovs::addon

@@ -1,5 +1,6 @@
 #include "ground/LineTests.h"
 
+#include "ground/LineSolve.h"
 #include "ond/util/Matrix4.h"
 
 namespace ond::ovs::addon {
@@ -8,15 +9,12 @@ namespace {
 
 using util::Vector3;
 
-struct LinePoint {
-    double u;
-    double v;
-    double t;
-};
+bool isWithinEdge(double t) { return t >= 0.0 && t <= 1.0; }
 
-/// Where the line meets the plane of `p` and `q` through `corner`; false if the determinant is exactly 0.
-bool solveLineOnPlane(const Vector3<double>& corner, const Vector3<double>& p, const Vector3<double>& q,
-                      const Vector3<double>& origin, const Vector3<double>& direction, LinePoint& point) {
+}  // namespace
+
+bool solveByInverse(const Vector3<double>& corner, const Vector3<double>& p, const Vector3<double>& q,
+                    const Vector3<double>& origin, const Vector3<double>& direction, LinePoint& point) {
     util::Matrix4 m;
     m.setRow(0, p);
     m.setRow(1, q);
@@ -26,10 +24,6 @@ bool solveLineOnPlane(const Vector3<double>& corner, const Vector3<double>& p, c
     point = {solution.x, solution.y, solution.z};
     return true;
 }
-
-bool isWithinEdge(double t) { return t >= 0.0 && t <= 1.0; }
-
-}  // namespace
 
 std::array<BoxEdge, 12> edgesOfBox(const AxisBox& box) {
     const Vector3<double> size = box.vMax - box.vMin;
@@ -72,8 +66,8 @@ bool boxContains(const AxisBox& box, const Vector3<double>& point) {
 bool lineMeetsTriangle(const Vector3<double>& a, const Vector3<double>& b, const Vector3<double>& c,
                        const Vector3<double>& origin, const Vector3<double>& direction, double& t) {
     LinePoint point;
-    if (!solveLineOnPlane(a, b - a, c - a, origin, direction, point)) return false;
-    if (!(point.u >= 0.0 && point.v >= 0.0 && point.u + point.v < 1.0)) return false;
+    if (!solveLineOnPlane<true>(a, b - a, c - a, origin, direction, point)) return false;
+    if (!isOnTriangle(point)) return false;
     t = point.t;
     return true;
 }
@@ -81,7 +75,7 @@ bool lineMeetsTriangle(const Vector3<double>& a, const Vector3<double>& b, const
 bool lineMeetsParallelogram(const BoxFace& face, const Vector3<double>& origin, const Vector3<double>& direction,
                             double& t) {
     LinePoint point;
-    if (!solveLineOnPlane(face.corner, face.p, face.q, origin, direction, point)) return false;
+    if (!solveLineOnPlane<true>(face.corner, face.p, face.q, origin, direction, point)) return false;
     if (!(point.u >= 0.0 && point.v >= 0.0 && point.u <= 1.0 && point.v <= 1.0)) return false;
     t = point.t;
     return true;
