@@ -3,7 +3,8 @@
 // Each vehicle has its own collision world, as in a host; on the plane they have none, which shows how much of the
 // difference is not the ground's. They start at different places of the terrain and drive a
 // curve of 100 frames (4 seconds), all of them one frame further in turn, so that each comes upon caches that the
-// others have used. Then some of them repeat their drive alone. Time is processor time per vehicle and frame. Counters:
+// others have used. In between some of their drives are repeated by a vehicle alone, so that the load of the machine
+// weighs on both alike. Time is processor time per vehicle and frame. Counters:
 //   fleet_us     median over the frames, with all vehicles
 //   alone_us     median over the frames of vehicles that drive alone
 //   ratio        fleet over alone
@@ -26,7 +27,7 @@ using namespace ond::bench;
 using namespace ond::ovs::addon;
 
 constexpr int kFrames = 100;
-constexpr int kAlone = 15;
+constexpr int kAlone = 20;
 
 /// Ready to drive from the place of vehicle number `i` of a fleet.
 std::unique_ptr<BenchCar> makeCar(Casting how, const GridTerrain& terrain, int i) {
@@ -44,18 +45,13 @@ std::unique_ptr<BenchCar> makeCar(Casting how, const GridTerrain& terrain, int i
     return car;
 }
 
-/// Processor time of frame after frame, seconds per vehicle.
-std::vector<double> drive(const std::vector<std::unique_ptr<BenchCar>>& cars, long& lateAllocations) {
-    std::vector<double> seconds;
-    long before = 0;
-    for (int frame = 1; frame <= kFrames; ++frame) {
-        if (frame == 10) before = heap.allocations;
-        const double start = threadSeconds();
-        for (const auto& car : cars) car->frame(frame);
-        seconds.push_back((threadSeconds() - start) / static_cast<double>(cars.size()));
-    }
-    lateAllocations += heap.allocations - before;
-    return seconds;
+using Cars = std::vector<std::unique_ptr<BenchCar>>;
+
+/// Drives all cars one frame further; processor time, seconds per vehicle.
+double drive(const Cars& cars, int frame) {
+    const double start = threadSeconds();
+    for (const auto& car : cars) car->frame(frame);
+    return (threadSeconds() - start) / static_cast<double>(cars.size());
 }
 
 void fleet(benchmark::State& state, Casting how) {
@@ -64,17 +60,17 @@ void fleet(benchmark::State& state, Casting how) {
     std::vector<double> together;
     std::vector<double> alone;
     long allocations = 0;
-    long ignored = 0;
     for ([[maybe_unused]] auto once : state) {
-        std::vector<std::unique_ptr<BenchCar>> cars;
+        Cars cars;
         for (int i = 0; i < count; ++i) cars.push_back(makeCar(how, terrain, i));
-        together = drive(cars, allocations);
-        cars.clear();
-        for (int i = 0; i < kAlone; ++i) {
-            std::vector<std::unique_ptr<BenchCar>> single;
-            single.push_back(makeCar(how, terrain, i * count / kAlone));
-            const std::vector<double> seconds = drive(single, ignored);
-            alone.insert(alone.end(), seconds.begin(), seconds.end());
+        for (int frame = 1; frame <= kFrames; ++frame) {
+            const long before = heap.allocations;
+            together.push_back(drive(cars, frame));
+            if (frame > 10) allocations += heap.allocations - before;
+            if (frame % (kFrames / kAlone) != 0) continue;
+            Cars single;
+            single.push_back(makeCar(how, terrain, frame * count / (kFrames + 1)));
+            for (int i = 1; i <= kFrames; ++i) alone.push_back(drive(single, i));
         }
         state.SetIterationTime(median(together));
     }

@@ -11,6 +11,8 @@
 //   allocations   of all passes together, with room for the keys; Bullet's included
 //   first_allocations  of the recording drive, which is the vehicle's first: its work space grows once
 //
+// largeOverSmall drives on two million triangles and on two thousand in turn; its ratio is that of the two frames.
+//
 // In stored mode nothing sees the rays on their way to the tree. There the rays replayed are those of a car that drives
 // the same curve in surface mode, which differ in the last digits only.
 //
@@ -223,6 +225,32 @@ void frame(benchmark::State& state, Casting how) {
     state.counters["ratio"] = median(ratios);
 }
 
+/// The same frame on two grounds of the same hills.
+void largeOverSmall(benchmark::State& state, Casting how) {
+    const GridTerrain smallTerrain(2000);
+    const GridTerrain largeTerrain(2000000);
+    Drive small(how, &smallTerrain);
+    Drive large(how, &largeTerrain);
+    std::vector<double> smallFrames;
+    std::vector<double> largeFrames;
+    std::vector<double> ratios;
+    while (state.KeepRunningBatch(kFrames)) {
+        const double smallSeconds = small.frames();
+        const double largeSeconds = large.frames();
+        state.SetIterationTime(smallSeconds + largeSeconds);
+        if (!small.isSound() || !large.isSound()) {
+            state.SkipWithError("a drive was not the recorded one");
+            return;
+        }
+        smallFrames.push_back(smallSeconds / kFrames * 1e6);
+        largeFrames.push_back(largeSeconds / kFrames * 1e6);
+        ratios.push_back(largeSeconds / smallSeconds);
+    }
+    state.counters["small_us"] = median(smallFrames);
+    state.counters["large_us"] = median(largeFrames);
+    state.counters["ratio"] = median(ratios);
+}
+
 void settings(benchmark::internal::Benchmark* bench, int passes) {
     bench->Iterations(passes * kFrames)->UseManualTime()->Unit(benchmark::kMicrosecond);
 }
@@ -246,3 +274,4 @@ BENCHMARK_CAPTURE(frame, plane, Casting::plane)->Apply(plane);
 BENCHMARK_CAPTURE(frame, bullet, Casting::bullet)->Apply(sizes);
 BENCHMARK_CAPTURE(frame, surface, Casting::surface)->Apply(sizes);
 BENCHMARK_CAPTURE(frame, stored, Casting::stored)->Apply(treeSizes);
+BENCHMARK_CAPTURE(largeOverSmall, bullet, Casting::bullet)->Apply(plane);

@@ -2,14 +2,21 @@
 //
 // In Bullet mode the start builds the collision world from the ground, in stored mode everything stands already, in
 // surface mode the ground stays with the host. The resumed run starts behind a recording of 10,000 frames, whose
-// histories the undo records copy. Counter:
+// histories the undo records copy.
+//
+// secondOverFirst starts cars of which each is the first on its ground, and starts each of them again. Counter:
+//   ratio         second start over first, without the stops
+// Of the others:
 //   kept_bytes    heap that one more run leaves behind, Bullet's included; absent where it is nothing
 // Read the medians, and of the times "CPU".
 #include <benchmark/benchmark.h>
 
+#include <vector>
+
 #include "BenchHost.h"
 #include "CountedHeap.h"
 #include "GridTerrain.h"
+#include "ThreadClock.h"
 #include "ond/ovs/CCamera.h"
 
 namespace {
@@ -39,6 +46,29 @@ void fresh(benchmark::State& state, Casting how) {
     const GridTerrain terrain(state.range(0));
     BenchCar car(how, &terrain);
     runs(state, car, 0.0);
+}
+
+/// The start alone; seconds of processor time.
+double timeOfStart(BenchCar& car) {
+    const double start = threadSeconds();
+    car.vehicle->startRun(0.0);
+    return threadSeconds() - start;
+}
+
+void secondOverFirst(benchmark::State& state, Casting how) {
+    const GridTerrain terrain(state.range(0));
+    std::vector<double> first;
+    std::vector<double> second;
+    for ([[maybe_unused]] auto once : state) {
+        BenchCar car(how, &terrain);
+        first.push_back(timeOfStart(car));
+        car.vehicle->stopRun(0.0);
+        second.push_back(timeOfStart(car));
+        car.vehicle->stopRun(0.0);
+    }
+    state.counters["first_us"] = median(first) * 1e6;
+    state.counters["second_us"] = median(second) * 1e6;
+    state.counters["ratio"] = median(second) / median(first);
 }
 
 /// One car for all repetitions: its tree takes most of a minute and more than a gigabyte.
@@ -92,6 +122,11 @@ BENCHMARK(freshOnPlane)->Apply(settings);
 BENCHMARK(resumed)->Apply(settings);
 BENCHMARK_CAPTURE(fresh, bullet, Casting::bullet)->Apply(sizes);
 BENCHMARK_CAPTURE(fresh, bullet, Casting::bullet)->Apply(largeSize);
+BENCHMARK_CAPTURE(secondOverFirst, bullet, Casting::bullet)
+    ->ArgName("triangles")
+    ->Arg(200000)
+    ->Iterations(11)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(fresh, surface, Casting::surface)->Apply(fixedSizes)->Arg(2000000);
 BENCHMARK_CAPTURE(fresh, stored, Casting::stored)->Apply(fixedSizes);
 BENCHMARK(freshOnLargeTree)->Apply(fixedRuns);

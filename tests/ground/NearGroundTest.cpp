@@ -236,6 +236,54 @@ TEST_F(NearGroundTest, FineTerrainIsAnsweredNearlyAlways) {
     EXPECT_LT(tally.unknown, tally.rays() / 50);
 }
 
+// A ray down a column that was gathered along: what is told of it is what the world says, and on a terrain it is told.
+TEST_F(NearGroundTest, RaysDownAColumn) {
+    PinnedRandom random(8);
+    int told = 0;
+    int tried = 0;
+    for (int i = 0; i < 60; ++i) {
+        const auto kind = static_cast<MeshKind>(random.bits() % static_cast<std::uint32_t>(MeshKind::count));
+        SCOPED_TRACE(testing::Message() << "world " << i << " kind " << static_cast<int>(kind));
+        World world;
+        for (std::uint32_t body = 0; body < 1 + random.bits() % 2; ++body)
+            world.add(test::hostileMesh(random, kind, 1.0));
+        if (!near.enter(world.bullet())) continue;
+        for (int ray = 0; ray < 40; ++ray) {
+            const bool aligned = random.chance(0.5);
+            const V at(random.in(-6, 6), random.in(0, 2), random.in(-6, 6));
+            const V top = aligned ? V(std::round(2 * at.x) / 2, 1.0, std::round(2 * at.z) / 2) : at;
+            const V direction = aligned ? V(0, -1, 0) : Normalized(V(0, -1, 0) + random.vector(0.4));
+            const double depth = random.in(0.0, 3.0);
+            const NearGround::Column column{top, top + depth * direction};
+            near.beginFan(0.25);
+            near.addDirection(direction, 300.0);
+            if (!near.gather(column.bottom, column.bottom, &column)) continue;
+            ++tried;
+            double t = -1.0;
+            V normal;
+            if (!near.castDown(direction, 300.0, t, normal)) continue;
+            ++told;
+            double wholeT = -1.0;
+            V wholeNormal;
+            EXPECT_TRUE(world.cast(top, direction, 300.0, wholeT, wholeNormal));
+            EXPECT_TRUE(sameBits(t, wholeT) && sameBits(normal, wholeNormal)) << t << ' ' << wholeT;
+            EXPECT_LE(t, depth);
+            EXPECT_FALSE(near.castDown(-1.0 * direction, 300.0, t, normal)) << "that is not down";
+        }
+    }
+    EXPECT_GT(told, tried / 4);
+    // Without a column nothing is told.
+    World world;
+    world.add(test::gridMesh(4, 1.0, [](double, double) { return 0.0; }));
+    ASSERT_TRUE(near.enter(world.bullet()));
+    near.beginFan(0.25);
+    near.addDirection({0, -1, 0}, 300.0);
+    ASSERT_TRUE(near.gather({0, 1, 0}, {0, 1, 0}));
+    double t = 0.0;
+    V normal;
+    EXPECT_FALSE(near.castDown({0, -1, 0}, 300.0, t, normal));
+}
+
 // What the shortcuts are not made for is left to the physics world.
 
 TEST_F(NearGroundTest, MovedScaledAndOtherBodiesAreRefused) {

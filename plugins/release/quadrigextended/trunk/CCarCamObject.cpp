@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "ground/BulletLibrary.h"
-#include "ground/NearGround.h"
 #include "parameters/Catalogue.h"
 #include "parameters/Gauges.h"
 #include "rig/RigBuilder.h"
@@ -33,8 +32,7 @@ void guarded(Operation operation) noexcept {
 
 }  // namespace
 
-CCarCamObject::CCarCamObject(const CameraCreationRecord& record)
-    : CCamera(record), pNearGround(std::make_unique<NearGround>()) {
+CCarCamObject::CCarCamObject(const CameraCreationRecord& record) : CCamera(record) {
     for (const rig::RigElement& element : rig::kRigElements)
         if (!element.atCorners) element.node(*this, 0)->parent = this;
     aWheelRelocatorNodes.reserve(kNumWheels);
@@ -121,11 +119,8 @@ int CCarCamObject::numCorners() const {
 void CCarCamObject::destroyPhysics() {
     m_vehicleRaycaster.reset();
     cPhysicsWorld.destroyWorld();
-    for (const auto& object : aCollisionObjects) {
-        // Bodies that were in the world are gone with it; what is left never entered it.
-        deleteBody(object->pRigidBody);
-        object->pTriMeshStorage.reset();
-    }
+    // Bodies that were in the world are gone with it; what is left never entered it.
+    for (const auto& object : aCollisionObjects) deleteBody(object->pRigidBody);
 }
 
 }  // namespace ond::ovs::addon

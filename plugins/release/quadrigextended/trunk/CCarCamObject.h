@@ -36,8 +36,6 @@ using util::AVar_Latest;
 using util::AVar_Linear;
 using util::AVar_Nearest;
 
-class NearGround;
-
 constexpr int kNumOutputs = 7;
 
 class CCarCamObject final : public CCamera, public CInterface::Callback, public FollowState {
@@ -82,7 +80,8 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     /// Corners with a wheel node, as far as the model has wheels: never more than four.
     [[nodiscard]] int numCorners() const;
 
-    /// Frees the physics world with its bodies and the ray caster. Nothing outside a run.
+    /// Frees the physics world with its bodies and the ray caster. Nothing outside a run. The shapes of the bodies stay
+    /// until the next run has its own, because they take long to build and most likely are the same.
     void destroyPhysics();
 
     addon::cCarCam cCarCam;
@@ -140,7 +139,6 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     bool bUseStaticMesh = true;  ///< "Use Fast Ray Cast"
     std::vector<std::unique_ptr<CollisionObjects>> aCollisionObjects;  ///< of all runs; older ones have no body
     std::unique_ptr<btDefaultVehicleRaycaster> m_vehicleRaycaster;     ///< on the world; null without one
-    std::unique_ptr<NearGround> pNearGround;                           ///< work space of the wheels' side rays
 
     // Nodes. The vectors hold one node per corner; nobody keeps a pointer into them.
     CCarBodyNode cCarBodyNode;

@@ -4,16 +4,10 @@
 #include <array>
 #include <cmath>
 
-#include "ground/BulletLibrary.h"
-
 namespace ond::ovs::addon {
 
 namespace {
 
-// A triangle's height on its longest edge, as a part of that edge, below which its normal is too inexact.
-constexpr double kFlattest = 1e-5;
-// Times distance and edge: what rounding makes of a squared height when a hit is as far away as that.
-constexpr double kRoundingOfHeight = 1000.0 * 2.3e-16;
 // Beyond it products of four coordinates come near to the ends of a double's range.
 constexpr double kLargestExtent = 1e9;
 
@@ -49,13 +43,6 @@ double largestCoordinate(const btVector3& v) { return v.absolute()[v.absolute().
 
 double squaredLongestEdge(const btVector3& a, const btVector3& b, const btVector3& c) {
     return std::max({(b - a).length2(), (c - b).length2(), (a - c).length2()});
-}
-
-const btVector3& MeshSurvey::corner(int triangle, int i) const { return m_corners[m_indices[3 * triangle + i]]; }
-
-bool MeshSurvey::isSound(double squaredNormal, double squaredEdge) const {
-    return squaredNormal >= kFlattest * kFlattest * squaredEdge * squaredEdge &&
-           squaredNormal >= kRoundingOfHeight * room() * squaredEdge * std::sqrt(squaredEdge);
 }
 
 MeshSurvey::MeshSurvey(btBvhTriangleMeshShape& shape, const btVector3* corners, const int* indices, int triangles)

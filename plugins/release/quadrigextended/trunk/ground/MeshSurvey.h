@@ -1,10 +1,10 @@
 // What must be known of a mesh shape before rays are cast at a few of its triangles instead of at all of them.
 #pragma once
 
+#include <cmath>
 #include <vector>
 
-class btBvhTriangleMeshShape;
-class btVector3;
+#include "ground/BulletLibrary.h"
 
 namespace ond::ovs::addon {
 
@@ -41,12 +41,27 @@ class MeshSurvey {
     /// Number of nodes of the shape's tree.
     [[nodiscard]] int numNodes() const { return m_numNodes; }
 
-    [[nodiscard]] const btVector3& corner(int triangle, int i) const;
+    [[nodiscard]] const btVector3& corner(int triangle, int i) const { return m_corners[m_indices[3 * triangle + i]]; }
+
+    // Hints that corners will be asked for soon; the first one before the second one.
+    void prefetchIndices(int triangle) const { __builtin_prefetch(m_indices + 3 * triangle); }
+    void prefetchCorners(int triangle) const {
+        for (int i = 0; i < 3; ++i) __builtin_prefetch(m_corners + m_indices[3 * triangle + i]);
+    }
 
     /// Whether what is said of sound triangles holds for this one.
-    [[nodiscard]] bool isSound(double squaredNormal, double squaredEdge) const;
+    /// @param squaredEdge of the longest edge
+    [[nodiscard]] bool isSound(double squaredNormal, double squaredEdge) const {
+        return squaredNormal >= kFlattest * kFlattest * squaredEdge * squaredEdge &&
+               squaredNormal >= kRoundingOfHeight * room() * squaredEdge * std::sqrt(squaredEdge);
+    }
 
   private:
+    // A triangle's height on its longest edge, as a part of that edge, below which its normal is too inexact.
+    static constexpr double kFlattest = 1e-5;
+    // Times distance and edge: what rounding makes of a squared height when a hit is as far away as that.
+    static constexpr double kRoundingOfHeight = 1000.0 * 2.3e-16;
+
     void collectOutliers(btBvhTriangleMeshShape& shape);
 
     const btVector3* m_corners = nullptr;

@@ -18,7 +18,7 @@ class MeshSurvey;
 /// Answers rays of a fan that starts from nearly one place as the ray caster on the physics world would, to the bit,
 /// or says that it cannot. Bullet's own triangle test decides, with the ray in its full length, on the triangles that
 /// could be hit nearby, in the order of Bullet's tree; what is done beside it only rules triangles out, with margins
-/// that are wider than all rounding. Coordinates are those of the world. Kept from frame to frame for its memory.
+/// that are wider than all rounding. Coordinates are those of the world.
 class NearGround {
   public:
     using Vector = util::Vector3<double>;
@@ -40,9 +40,20 @@ class NearGround {
     /// @param length of the rays along it
     void addDirection(const Vector& direction, double length);
 
-    /// Collects what rays of the fan could hit nearby, wherever in the box they start; false when that is too much or
-    /// the numbers are too large.
-    [[nodiscard]] bool gather(const Vector& low, const Vector& high);
+    /// Where a ray that is no part of the fan looks for ground.
+    struct Column {
+        Vector top;
+        Vector bottom;
+    };
+
+    /// Collects what rays of the fan could hit nearby, wherever in the box they start, and what a ray down the column
+    /// could hit within it, if there is one; false when that is too much or the numbers are too large.
+    [[nodiscard]] bool gather(const Vector& low, const Vector& high, const Column* column = nullptr);
+    /// Casts a ray from the top of the gathered column to its bottom and beyond. False when what is at hand does not
+    /// tell its nearest hit.
+    /// @param direction from top to bottom, of unit length
+    /// @param t,normal as the ray caster on the physics world would have them; set if true
+    [[nodiscard]] bool castDown(const Vector& direction, double length, double& t, Vector& normal);
     /// Narrows what was gathered to rays that start on the line from `origin` to `origin` + `rise`, within the box.
     void narrow(const Vector& origin, const Vector& rise);
     /// From where the next rays start. False when what is at hand does not do for rays from there: gather anew.
@@ -71,8 +82,11 @@ class NearGround {
         Vector corners[3];
         Vector normal;  ///< as long as the triangle's doubled area
         double squaredEdge;
-        Vector low;  ///< box that a hit lies in, its margins included
+        double edge;  ///< the longest one
+        Vector low;   ///< box that a hit lies in, its margins included
         Vector high;
+        double leastAcross;  ///< range of a hit along `m_across`
+        double mostAcross;
     };
     /// A candidate as it lies to the origin of rays: products of a direction with these tell where a ray passes.
     struct Facing {
@@ -85,16 +99,28 @@ class NearGround {
     };
     class Nearest;
 
-    template <class Visit>
-    void forEachLeaf(std::size_t body, const Vector& low, const Vector& high, Visit visit) const;
-    void addOutliersUpTo(std::size_t body, std::size_t& next, int node);
-    void gatherFrom(std::size_t body, const Vector& low, const Vector& high);
-    void addCandidate(std::size_t body, int node);
+    struct Box {
+        Vector low;
+        Vector high;
+    };
+
+    template <std::size_t kBoxes, class Visit>
+    void forEachLeaf(std::size_t body, const Box* boxes, Visit visit) const;
+    template <std::size_t kBoxes>
+    [[nodiscard]] bool collectLeaves(std::size_t body, const Box* boxes);
+    void addCandidate(std::size_t body, int node, int triangle);
     [[nodiscard]] double marginOf(std::size_t body) const;
     [[nodiscard]] bool covers(const Vector& origin) const;
-    void face(bool nearOnly);
+    void face(const Candidate& candidate, const Vector& origin, Facing& facing) const;
+    void faceNear();
+    [[nodiscard]] Answer castFrom(std::size_t first, const Vector& direction, double length, bool allFarAlike,
+                                  double& t, Vector& normal);
+    [[nodiscard]] Answer castFar(const Vector& direction, double length);
+    [[nodiscard]] bool takeHit(const Nearest& nearest, double length, double limit, double& t, Vector& normal) const;
+    [[nodiscard]] bool hitsGathered(const Vector& direction, double length);
     [[nodiscard]] bool hitsFartherOn(const Vector& direction, double length) const;
     [[nodiscard]] bool isNear(const Candidate& candidate, const Vector& origin) const;
+    [[nodiscard]] bool isAside(const Candidate& candidate, const Vector& origin, const Vector& direction) const;
     [[nodiscard]] bool couldHit(const Facing& facing, const Vector& direction, double limit) const;
     [[nodiscard]] bool isSurelyVisited(std::size_t body, int node, const btVector3& point) const;
     [[nodiscard]] Vector planeOfFan() const;
@@ -112,16 +138,28 @@ class NearGround {
     Vector m_high;
     Vector m_centre;
     double m_noise = 0.0;  ///< wider than what rounding does to coordinates here
-    std::vector<Candidate> m_candidates;
+    Column m_column;
+    bool m_hasColumn = false;
+    struct Leaf {
+        int node;
+        int triangle;
+    };
+    std::vector<Leaf> m_leaves;           ///< of the body that is being gathered from
+    std::vector<Candidate> m_candidates;  ///< as many as there can be, of which the first are in use; so the next ones
+    std::size_t m_numCandidates = 0;
     Vector m_across;          ///< unit, about perpendicular to the rays
     double m_nearSide = 0.0;  ///< range of the origins along it, relative to the centre
     double m_farSide = 0.0;
+    double m_leastAcross = 0.0;  ///< range of the directions and zero along it
+    double m_mostAcross = 0.0;
     std::vector<const Candidate*> m_narrowed;
+    std::size_t m_numNarrowed = 0;
     Vector m_origin;               ///< of the next rays
     Vector m_start;                ///< the same relative to the centre
     bool m_isFaced = false;        ///< `m_facing` is made for the origin
-    bool m_facesNearOnly = false;  ///< `m_facing` lacks what lies beyond the reach
-    std::vector<Facing> m_facing;
+    std::vector<Facing> m_facing;  ///< of what is within reach
+    std::size_t m_numFacing = 0;
+    std::size_t m_guess = 0;  ///< in `m_narrowed`: what a ray hit last that found nothing within reach
 };
 
 }  // namespace ond::ovs::addon

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "ground/MeshSurvey.h"
+#include "ground/StaticMesh.h"
 #include "ond/util/CMesh.h"
 
 class btCollisionShape;
@@ -13,28 +13,28 @@ class btVector3;
 
 namespace ond::ovs::addon {
 
-/// Largest number of triangles that Bullet's quantised tree can tell apart: it numbers them in 21 bits.
-inline constexpr int kMaxQuantisedTriangles = (1 << 21) - 1;
-
 /// Shape and arrays of one body. Lengths in scene units.
 ///
 /// Faces that Bullet could not survive are left out of the shape: those with an index outside the mesh's vertices, and
 /// those with a vertex that is not a number or lies 1e30 or more from the origin on an axis, which is where Bullet's
 /// infinity begins. Degenerate and duplicated triangles stay; no ray hits the former.
+///
+/// Static meshes with the same content have one shape and one set of arrays, which all their storages own together;
+/// nobody may change them.
 class triMeshStorage {
   public:
     /// How the library finds the arrays below; the shape keeps a pointer to it.
-    std::unique_ptr<btTriangleIndexVertexArray> pIndexVertexArray;
+    std::shared_ptr<btTriangleIndexVertexArray> pIndexVertexArray;
     /// One per vertex of the mesh, in its order; 32 bytes apart.
-    std::unique_ptr<btVector3[]> pVertices;
+    std::shared_ptr<btVector3[]> pVertices;
     /// Corners of the triangles; a triangle takes 12 bytes.
-    std::unique_ptr<int[]> pIndices;
+    std::shared_ptr<int[]> pIndices;
     /// How much space the shape's box takes, cubic scene units; or the mass that setShape() was given.
     double dVolume = 0.0;
-    /// Of a static mesh that is not scaled, else null. The shape's user pointer leads here.
-    std::unique_ptr<MeshSurvey> pSurvey;
+    /// Of a static mesh; null of other shapes.
+    std::shared_ptr<StaticMesh> pStaticMesh;
     /// Declared behind the arrays, so that it goes before them.
-    std::unique_ptr<btCollisionShape> pShape;
+    std::shared_ptr<btCollisionShape> pShape;
 
     triMeshStorage();
     triMeshStorage(const triMeshStorage&) = delete;
@@ -46,7 +46,8 @@ class triMeshStorage {
     [[nodiscard]] virtual btCollisionShape* getShape() const;
 
     /// Makes the triangles themselves the shape, with a bounding volume tree over them: for ground that stands still.
-    /// The tree is quantised up to kMaxQuantisedTriangles triangles.
+    /// The tree is quantised up to kMaxQuantisedTriangles triangles. Where the same was made before and is still in
+    /// use, this is but a comparison.
     /// @param transform where the shape stands when its volume is measured
     /// @param localScaling factors along the axes
     /// @param margin thickness that Bullet adds for collisions; rays do not see it
@@ -59,10 +60,6 @@ class triMeshStorage {
     void setShape(std::unique_ptr<btCollisionShape> shape, double mass, const btVector3& localScaling, double margin);
 
   private:
-    /// Fills the arrays; false when no face is usable, all fields then being empty.
-    [[nodiscard]] bool buildArrays(const util::CMesh& mesh);
-    void installMeshShape(std::unique_ptr<btCollisionShape> shape, const btTransform& transform,
-                          const btVector3& localScaling, double margin);
     void clear();
 };
 

@@ -16,7 +16,7 @@ class CollisionObjects final : public rig::SceneNode {
   public:
     /// Null after the run. In the world's hands while it is in one, else freed with this object.
     btRigidBody* pRigidBody = nullptr;
-    /// Shape of the body and its arrays.
+    /// Shape of the body and its arrays. Stays behind the run until the next one has begun.
     std::unique_ptr<triMeshStorage> pTriMeshStorage;
     /// Where the surface was entered, scene units.
     util::Matrix4 mSurface;

@@ -38,6 +38,12 @@ constexpr double kWider = 1.0 + 1e-9;
 constexpr double kFlattest = 1e-10;
 // How far the wheel may be lifted, in radii, before what is near is gathered anew.
 constexpr double kRise = 0.15;
+// How far up or down, in radii, the wheel is likely to go in a frame.
+constexpr double kSlack = 0.2;
+
+// Work space of an update; each finds what the last one left, of whatever vehicle, and takes only its memory. Shared,
+// so that a hundred vehicles do not drive one another's out of the processor's cache. There is one thread, the host's.
+NearGround sharedNearGround;
 
 /// What answers the rays.
 enum class Caster {
@@ -66,11 +72,14 @@ class Probe {
     void chooseSurface();
     void hang();
     void castSideRays();
-    void spreadFan(double a, int k);
+    [[nodiscard]] bool hasSideRays() const { return vehicle.iRayMultiplier >= 2; }
+    void spreadFan();
     void aimFan(std::size_t s);
     void castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray);
+    bool prepareNearGround(const Vector3<double>& from);
     bool enterNearGround();
-    bool gatherNearGround();
+    bool gatherNearGround(const Vector3<double>& from, const Vector3<double>& to,
+                          const NearGround::Column* column = nullptr);
     void place(std::size_t s, const Vector3<double>& off);
     bool startNearby();
     bool castNearby(std::size_t s, const CWheelNode::FanRay& ray);
@@ -136,7 +145,7 @@ Probe::Probe(CWheelNode& wheelNode, double time)
       normals(wheelNode.hits.normals),
       points(wheelNode.hits.points),
       dists(wheelNode.hits.dists),
-      nearGround(*wheelNode.parent->pNearGround) {
+      nearGround(sharedNearGround) {
     const WheelGeometry& geom = car.wheelGeom[node.iCorner];
     R = geom.radius * car.dWheelRadiusMult;
     node.mPrev2 = node.mPrev;
@@ -193,7 +202,7 @@ bool Probe::run() {
     if (!castCentreRays()) return false;
     chooseSurface();
     hang();
-    if (vehicle.iRayMultiplier >= 2) castSideRays();
+    if (hasSideRays()) castSideRays();
     settle();
     releaseGround();
     writeOutputs();
@@ -259,7 +268,9 @@ bool Probe::castCentreRay(std::size_t s) {
     }
     const double reach = reachAlong(dir);
     double t = 0.0;
-    for (int raises = 0; !cast(s, Transform(toLocal[s], from), dir, reach, t); ++raises) {
+    nearby = hasSideRays() && caster == Caster::physicsWorld && prepareNearGround(from);
+    const bool isFound = nearby && nearGround.castDown(dir, reach, t, nrm);
+    for (int raises = 0; !isFound && !cast(s, Transform(toLocal[s], from), dir, reach, t); ++raises) {
         // Not below covers numbers that have run away, too.
         if (!(raised < 2 * car.fBodyLength) || raises == kMostRaises) return false;
         raised += baseLift;
@@ -303,14 +314,10 @@ void Probe::hang() {
 void Probe::castSideRays() {
     // In the physics world the side rays count for what the centre ray has hit.
     if (caster == Caster::physicsWorld && !centreHit) return;
-    const double a = vehicle.dDegsPerRay / 180.0 * kPi;
-    int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
-    if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
     const int edges = vehicle.bAddRaysAtWheelEdges ? 1 : 0;
-    spreadFan(a, k);
     for (std::size_t s = 0; s < n; ++s) {
-        aimFan(s);
-        nearby = caster == Caster::physicsWorld && enterNearGround();
+        // In the physics world the fan was aimed before the centre ray was cast.
+        if (caster != Caster::physicsWorld) aimFan(s);
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
             isNarrowed = false;
@@ -321,8 +328,11 @@ void Probe::castSideRays() {
     }
 }
 
-/// The angles of the fan: `k` rays to each side, `a` radians apart.
-void Probe::spreadFan(double a, int k) {
+/// The angles of the fan.
+void Probe::spreadFan() {
+    const double a = vehicle.dDegsPerRay / 180.0 * kPi;
+    int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
+    if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
     const std::size_t count = 2 * static_cast<std::size_t>(k) + 1;
     if (node.fan.rays.size() == count && node.fan.step == a) return;
     node.fan.step = a;
@@ -340,6 +350,7 @@ void Probe::spreadFan(double a, int k) {
 
 /// The directions of the fan in the coordinates of surface `s`.
 void Probe::aimFan(std::size_t s) {
+    spreadFan();
     for (CWheelNode::FanRay& ray : node.fan.rays) {
         // The quaternion takes the whole angle, so that the ray stands at twice the angle from `down`. Recorded takes
         // rest on this fan.
@@ -383,6 +394,16 @@ void Probe::place(std::size_t s, const Vector3<double>& off) {
     nearby = nearby && startNearby();
 }
 
+/// Aims the fan and gathers what it and the centre ray from `from` can hit, taking it that the wheel stays about where
+/// it is on its line. Where it does not, the world answers the centre ray and the fan gathers anew.
+bool Probe::prepareNearGround(const Vector3<double>& from) {
+    aimFan(0);
+    if (!enterNearGround()) return false;
+    const NearGround::Column column{Transform(toLocal[0], from),
+                                    Transform(toLocal[0], P.position - (1.0 + kSlack) * R * up)};
+    return gatherNearGround(P.position - kSlack * R * up, P.position + (kSlack + kRise) * R * up, &column);
+}
+
 /// Whether side rays can be cast at what is near. Not so when somebody's own caster wants to see all of them.
 bool Probe::enterNearGround() {
     const btDefaultVehicleRaycaster* raycaster = vehicle.m_vehicleRaycaster.get();
@@ -399,28 +420,27 @@ bool Probe::enterNearGround() {
     nearT = R / std::sqrt(least) * kWider;
     nearGround.beginFan(nearT);
     for (const CWheelNode::FanRay& ray : node.fan.rays) nearGround.addDirection(ray.direction, ray.reach);
-    return gatherNearGround();
+    return true;
 }
 
-/// What the side rays could hit from where the wheel is now until it has been lifted by kRise.
-bool Probe::gatherNearGround() {
+/// What the side rays could hit while the wheel is between two places.
+bool Probe::gatherNearGround(const Vector3<double>& from, const Vector3<double>& to, const NearGround::Column* column) {
     const Vector3<double> aside = node.vInitScale.x * 0.5 * (vehicle.bAddRaysAtWheelEdges ? 1.0 : 0.0) * axle;
-    const Vector3<double> risen = H.position + kRise * R * up;
-    Vector3<double> low = Transform(toLocal[0], H.position);
+    Vector3<double> low = Transform(toLocal[0], from);
     Vector3<double> high = low;
-    for (const Vector3<double>& origin : {H.position - aside, H.position + aside, risen - aside, risen + aside}) {
+    for (const Vector3<double>& origin : {from - aside, from + aside, to - aside, to + aside}) {
         const Vector3<double> o = Transform(toLocal[0], origin);
         low = {std::min(low.x, o.x), std::min(low.y, o.y), std::min(low.z, o.z)};
         high = {std::max(high.x, o.x), std::max(high.y, o.y), std::max(high.z, o.z)};
     }
-    return nearGround.gather(low, high);
+    return nearGround.gather(low, high, column);
 }
 
 /// Has the near ground at hand for rays from `sideOrigin`.
 bool Probe::startNearby() {
     if (isNarrowed && nearGround.startFrom(sideOrigin)) return true;
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (attempt > 0 && !gatherNearGround()) return false;
+        if (attempt > 0 && !gatherNearGround(H.position, H.position + kRise * R * up)) return false;
         nearGround.narrow(sideOrigin, TransformNoProjection(toLocal[0], kRise * R * up, 0.0));
         isNarrowed = true;
         if (nearGround.startFrom(sideOrigin)) return true;

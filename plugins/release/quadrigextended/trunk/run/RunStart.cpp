@@ -62,6 +62,7 @@ class Start {
     void startCarModel();
     void initialVelocity();
     void startFollowing();
+    void startGround();
     void startPhysics();
     void cutHistories();
 
@@ -313,8 +314,7 @@ void Start::finish() {
     car.dBaseStiffnessBack = car.fStiffnessBack;
     car.dBaseDampingFront = car.fDampingFront;
     car.dBaseDampingBack = car.fDampingBack;
-    v.destroyPhysics();  // of a run that was not stopped
-    if (v.bUseStaticMesh) startPhysics();
+    startGround();
     if (v.bHideHelpersDuringRecording || v.bHideHelpers) rig::hideHelpers(v);
     cutHistories();
     updateMaximumGauges(v, car.fBodyLength);
@@ -357,6 +357,14 @@ void Start::startFollowing() {
     host.messageBox(
         "The TargetMesh is parented to the CarBodyMesh.\nThis will mess up the autonomous mode making the car spinn.",
         "Warning", 0);
+}
+
+/// The shapes of the last run are kept until the new ones are there, so that what did not change is found again.
+void Start::startGround() {
+    v.destroyPhysics();  // of a run that was not stopped
+    const std::size_t earlier = v.aCollisionObjects.size();
+    if (v.bUseStaticMesh) startPhysics();
+    for (std::size_t i = 0; i < earlier; ++i) v.aCollisionObjects[i]->pTriMeshStorage.reset();
 }
 
 void Start::startPhysics() {
