@@ -56,6 +56,47 @@ void appendToVector(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+/// Keys behind 90,000 others, with room for them, and the same structs behind as many in a plain vector.
+template <typename Variable>
+struct Recorded {
+    static constexpr int kKeys = 90000;
+    static constexpr int kMore = 5000;
+
+    Variable variable = filled<Variable>(kKeys);
+    std::vector<AVarKey<ValueOf<Variable>>> keys = variable.keys;
+
+    Recorded() {
+        variable.keys.reserve(kKeys + kMore);
+        keys.reserve(kKeys + kMore);
+    }
+};
+
+template <typename Variable>
+void goOn(benchmark::State& state) {
+    Recorded<Variable> recorded;
+    const ValueOf<Variable> value{};
+    for (auto _ : state) {
+        for (int i = recorded.kKeys; i < recorded.kKeys + recorded.kMore; ++i)
+            recorded.variable.setKey(i * kFrame, value);
+        benchmark::ClobberMemory();
+        recorded.variable.eraseFrom(recorded.kKeys * kFrame);
+    }
+    state.SetItemsProcessed(state.iterations() * recorded.kMore);
+}
+
+template <typename Variable>
+void goOnInVector(benchmark::State& state) {
+    Recorded<Variable> recorded;
+    const ValueOf<Variable> value{};
+    for (auto _ : state) {
+        for (int i = recorded.kKeys; i < recorded.kKeys + recorded.kMore; ++i)
+            recorded.keys.push_back({i * kFrame, value});
+        benchmark::ClobberMemory();
+        recorded.keys.resize(recorded.kKeys);
+    }
+    state.SetItemsProcessed(state.iterations() * recorded.kMore);
+}
+
 /// Values at times all over the recording, between keys, in an order that no cache foresees.
 template <typename Variable>
 void lookup(benchmark::State& state) {
@@ -102,6 +143,12 @@ BENCHMARK(append<Transform>)->Apply(sizes);
 BENCHMARK(appendToVector<Transform>)->Apply(sizes);
 BENCHMARK(append<Bool>)->Apply(sizes);
 BENCHMARK(appendToVector<Bool>)->Apply(sizes);
+BENCHMARK(goOn<Double>);
+BENCHMARK(goOnInVector<Double>);
+BENCHMARK(goOn<Transform>);
+BENCHMARK(goOnInVector<Transform>);
+BENCHMARK(goOn<Bool>);
+BENCHMARK(goOnInVector<Bool>);
 BENCHMARK(lookup<Double>)->Apply(sizes);
 BENCHMARK(lookup<Transform>)->Apply(sizes);
 BENCHMARK(serialise<Double>)->Apply(sizes);

@@ -1,5 +1,5 @@
 // Data chunks against a plain copy of the same bytes: a tree of the shape that a vehicle saves (some ninety leaves, a
-// few of which hold recordings), small without recordings and large with them.
+// few of which hold recordings), small without recordings and large with them; and a tree of many chunks of 8 bytes.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
@@ -47,6 +47,33 @@ void deserialise(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * size);
 }
 BENCHMARK(deserialise)->Apply(sizes);
+
+DataChunk manySmall(std::int64_t count) {
+    const char bytes[8] = {};
+    DataChunk root("root");
+    for (std::int64_t i = 0; i < count; ++i)
+        root.addChild(DataChunk("number" + std::to_string(i), bytes, sizeof bytes));
+    return root;
+}
+
+void serialiseManySmall(benchmark::State& state) {
+    DataChunk tree = manySmall(state.range(0));
+    for (auto _ : state) benchmark::DoNotOptimize(tree.serialize(nullptr));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(serialiseManySmall)->Arg(1000)->Arg(100000);
+
+void deserialiseManySmall(benchmark::State& state) {
+    DataChunk tree = manySmall(state.range(0));
+    int size = 0;
+    const void* block = tree.serialize(&size);
+    for (auto _ : state) {
+        DataChunk back;
+        benchmark::DoNotOptimize(back.deserialize(block, static_cast<std::size_t>(size)));
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(deserialiseManySmall)->Arg(1000)->Arg(100000);
 
 void copyOfTheSameBytes(benchmark::State& state) {
     DataChunk tree = vehicleTree(state.range(0));

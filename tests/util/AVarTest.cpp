@@ -759,7 +759,24 @@ TYPED_TEST(AVarOfEveryType, BehavesLikeThePlainFormOverRandomOperations) {
                     model.keys = keys;
                     break;
                 }
-                default: break;
+                case 10:
+                    // What others may do to the keys beside the operations.
+                    if (!random.chance(0.3)) break;
+                    if (random.chance(0.5)) variable.keys.reserve(variable.keys.size() + random.bits() % 40);
+                    if (random.chance(0.2)) variable.keys.shrink_to_fit();
+                    if (random.chance(0.3)) {
+                        variable.keys.push_back({t, value});
+                        model.keys.push_back({t, value});
+                    }
+                    break;
+                default: {
+                    if (!random.chance(0.2)) break;
+                    TypeParam taken(std::move(variable));
+                    if (random.chance(0.5)) variable.setKey(t, value);
+                    variable = std::move(taken);
+                    if (random.chance(0.5)) taken.setKey(t, value);
+                    break;
+                }
             }
             longest = std::max(longest, model.count());
             fallbacksSeen += model.count() == 0 ? 1 : 0;
@@ -798,6 +815,99 @@ TEST(AVarUnsorted, KeysEditedFromOutsideAreSearchedAfresh) {
     variable.setKey(2.0, 5.0);
     variable.setKey(3.0, 5.0);
     EXPECT_EQ(times(variable), (std::vector{2.0, 3.0}));
+}
+
+// --- Long blocks against the plain form
+
+enum class Order { ascending, oneFall, oneEqual, oneNan, nanFirst, infinities, any };
+
+/// Times of `count` keys at 25 frames a second, with at most one place that is out of order.
+std::vector<double> timesInOrder(PinnedRandom& random, Order order, std::size_t count) {
+    std::vector<double> result(count);
+    for (std::size_t i = 0; i < count; ++i) result[i] = static_cast<double>(i) * 0.04;
+    if (count < 2) {
+        if (count == 1 && order == Order::nanFirst) result[0] = kNan;
+        return result;
+    }
+    const std::size_t place = 1 + random.bits() % (count - 1);
+    switch (order) {
+        case Order::ascending: break;
+        case Order::oneFall: result[place] = -1.0; break;
+        case Order::oneEqual: result[place] = result[place - 1]; break;
+        case Order::oneNan: result[place] = kNan; break;
+        case Order::nanFirst: result[0] = kNan; break;
+        case Order::infinities:
+            result.front() = -kInfinity;
+            result.back() = kInfinity;
+            break;
+        case Order::any:
+            for (double& time : result) time = random.in(-1000, 1000);
+            break;
+    }
+    return result;
+}
+
+TYPED_TEST(AVarOfEveryType, LongBlocksAreReadAndGoOnLikeThePlainForm) {
+    using T = typename TestFixture::ValueType;
+    int replaced = 0;
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        PinnedRandom random(seed);
+        const auto order = static_cast<Order>(random.bits() % 7);
+        const std::size_t count = random.chance(0.3) ? random.bits() % 4 : random.bits() % 600;
+        typename TestFixture::ModelOfType model{{}, T()};
+        for (const double time : timesInOrder(random, order, count))
+            model.keys.push_back({time, randomValue<T>(random)});
+        const Bytes block = blockOf(model.keys);
+        const std::size_t shift = random.bits() % 8;
+        Bytes shifted(shift, 0xee);
+        shifted.insert(shifted.end(), block.begin(), block.end());
+
+        TypeParam variable;
+        for (std::uint32_t i = random.bits() % 700; i > 0; --i) variable.setKey(1000.0 - i, T());
+        variable.read(shifted.data() + shift, block.size());
+        ASSERT_EQ(written(variable), block);
+        TypeParam copy;
+        if (random.chance(0.5)) copy = variable;
+        // Mostly behind the last key, where a search may still find the time if the keys are out of order.
+        for (int step = 0; step < 20; ++step) {
+            const double last = model.count() > 0 ? model.timeOf(model.count() - 1) : 0.0;
+            double t = random.chance(0.8) ? last + 0.04 : random.in(-1000, 1000);
+            // The search looks at the middle first.
+            if (model.count() > 0 && random.chance(0.3)) t = model.timeOf((model.count() - 1) / 2);
+            const T value = randomValue<T>(random);
+            const int before = model.count();
+            ASSERT_EQ(bytesOf(variable.setKey(t, value)), bytesOf(model.set(t, value)));
+            replaced += model.count() == before && t > last ? 1 : 0;
+            if (random.chance(0.1)) {
+                variable.eraseFrom(t);
+                model.erase(t);
+            }
+        }
+        ASSERT_EQ(written(variable), blockOf(model.keys));
+        if (copy.getNumKeys() > 0) {
+            ASSERT_EQ(written(copy), block) << "a copy has keys of its own";
+        }
+    }
+    EXPECT_GT(replaced, 5) << "times behind the last key that the search finds";
+}
+
+TYPED_TEST(AVarOfEveryType, KeysWithRoomAheadAreTheSame) {
+    using T = typename TestFixture::ValueType;
+    PinnedRandom random(12);
+    TypeParam variable;
+    TypeParam roomy;
+    roomy.keys.reserve(300);
+    for (int i = 0; i < 1000; ++i) {
+        const T value = randomValue<T>(random);
+        if (i == 500) roomy.keys.reserve(2000);
+        const T* const stored = &variable.setKey(i * 0.04, value);
+        EXPECT_EQ(stored, &variable.keys.back().value);
+        const T* const roomyStored = &roomy.setKey(i * 0.04, value);
+        EXPECT_EQ(roomyStored, &roomy.keys.back().value);
+    }
+    EXPECT_EQ(variable.getNumKeys(), 1000);
+    EXPECT_EQ(written(variable), written(roomy));
 }
 
 TYPED_TEST(AVarOfEveryType, NoiseBlocksAreTakenWithoutHarm) {

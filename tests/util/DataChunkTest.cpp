@@ -219,6 +219,31 @@ TEST(DataChunk, CanBeAddedToItself) {
     EXPECT_EQ(payload(chunk.getChild(2)), ascii("x"));
 }
 
+TEST(DataChunk, TakesAChildOver) {
+    DataChunk chunk("root");
+    DataChunk child("child", "0123456789", 10);
+    child.addChild(DataChunk("deep", "x", 1));
+    const void* data = child.getData();
+    const Bytes before = flat(child);
+    chunk.addChild(std::move(child)).addChild("literal");
+    ASSERT_EQ(chunk.getNumChildren(), 2);
+    EXPECT_EQ(chunk.getChild(0).getData(), data) << "no copy was made";
+    EXPECT_EQ(flat(chunk.getChild(0)), before);
+    EXPECT_EQ(chunk.getChild(1).getName(), "literal");
+}
+
+TEST(DataChunk, TakesOverAChildOfItsOwn) {
+    for (int place = 0; place < 3; ++place) {
+        DataChunk chunk("root");
+        for (const char* name : {"a", "b", "c"}) chunk.addChild(DataChunk(name, name, 1).addChild("deep"));
+        const Bytes moved = flatCopy(chunk.getChild(place));
+        chunk.addChild(std::move(chunk.getChild(place)));
+        ASSERT_EQ(chunk.getNumChildren(), 4);
+        EXPECT_EQ(flatCopy(chunk.getChild(3)), moved);
+        EXPECT_EQ(flatCopy(chunk), plainFlat(chunk));
+    }
+}
+
 // --- Copies
 // --------------------------------------------------------------------------------------------------------------
 
@@ -287,6 +312,16 @@ TEST(DataChunkFlat, PointerStaysGoodWhileOthersSerialise) {
     EXPECT_EQ(Bytes(all + 13, all + parentSize), before);
     parent.getChild(0).setData("changed", 7);
     EXPECT_EQ(Bytes(all + 13, all + parentSize), before);
+}
+
+TEST(DataChunkFlat, GrowsAndShrinksWithTheTree) {
+    DataChunk chunk("a");
+    for (const int size : {1000, 10, 0, 5000, 4999, 1}) {
+        const Bytes data(static_cast<std::size_t>(size), static_cast<unsigned char>(size));
+        chunk.setData(data.data(), size);
+        EXPECT_EQ(flat(chunk), plainFlat(chunk));
+        EXPECT_EQ(flat(chunk), plainFlat(chunk)) << "again";
+    }
 }
 
 TEST(DataChunkFlat, SizeMayBeNull) {

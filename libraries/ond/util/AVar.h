@@ -15,7 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <limits>
+#include <iterator>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -118,8 +118,8 @@ class AVar {
     /// Bytes of one saved key: the time as a double and the value right behind it.
     static constexpr std::size_t kKeySize = 8 + detail::AVarValueBytes<T>::size;
 
-    /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading; who edits key times in
-    /// place must keep them ascending.
+    /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading and for making room; who
+    /// edits keys and leaves their number as it was must keep their times ascending.
     std::vector<AVarKey<T>> keys;
     /// What valueAt() gives while there are no keys.
     T fallback;
@@ -181,15 +181,30 @@ class AVar {
     void swap(AVar& other) noexcept {
         keys.swap(other.keys);
         std::swap(fallback, other.fallback);
-        std::swap(m_ascending, other.m_ascending);
+        std::swap(m_order, other.m_order);
     }
 
   protected:
     explicit AVar(const T& fallbackValue) : fallback(fallbackValue) {}
-    AVar(const AVar&) = default;
-    AVar& operator=(const AVar&) = default;
-    AVar(AVar&&) noexcept = default;
-    AVar& operator=(AVar&&) noexcept = default;
+    AVar(const AVar& other) : keys(other.keys), fallback(other.fallback) { takeOrderOf(other); }
+    AVar& operator=(const AVar& other) {
+        if (this == &other) return *this;
+        keys = other.keys;
+        fallback = other.fallback;
+        takeOrderOf(other);
+        return *this;
+    }
+    AVar(AVar&& other) noexcept
+        : keys(std::move(other.keys)),
+          fallback(std::move(other.fallback)),
+          m_order(std::exchange(other.m_order, KnownOrder{})) {}
+    AVar& operator=(AVar&& other) noexcept {
+        if (this == &other) return *this;
+        keys = std::move(other.keys);
+        fallback = std::move(other.fallback);
+        m_order = std::exchange(other.m_order, KnownOrder{});
+        return *this;
+    }
     ~AVar() = default;
 
   private:
@@ -205,13 +220,32 @@ class AVar {
         int before;  ///< without a match: last key ahead of the time, or -1
     };
     [[nodiscard]] Found search(double t) const;
-    T& setKeyAnywhere(double t, const T& value);
-    [[nodiscard]] bool allAscending() const { return m_ascending == keys.size(); }
-    void countAscending();
+    // Takes the value as such, since a reference to it would keep it in memory in the caller's loop.
+    [[gnu::noinline]] T& setKeyAnywhere(double t, T value);
 
-    /// Number of leading keys known to be in strictly ascending order. While that is all of them, a time behind the
-    /// last key needs no search to be known as new.
-    std::size_t m_ascending = 0;
+    /// Whether the times of all keys are numbers, each above the one ahead of it. Looks at the keys only where they
+    /// came from a block or were edited by others.
+    [[nodiscard]] bool allAscend();
+    [[nodiscard]] const AVarKey<T>* keysEnd() const { return keys.data() + keys.size(); }
+    void noteOrder(bool ascending) {
+        m_order = keys.empty() ? KnownOrder{}
+                  : ascending  ? KnownOrder{keysEnd(), nullptr}
+                               : KnownOrder{nullptr, keysEnd()};
+    }
+    void takeOrderOf(const AVar& other) {
+        const bool isKnown = other.m_order.ascendingTo == other.keysEnd() || other.m_order.mixedTo == other.keysEnd();
+        m_order = {};
+        if (isKnown) noteOrder(other.m_order.mixedTo == nullptr);
+    }
+
+    /// What is known of the order of the keys: it holds while `keys` ends where it ended then. While all are known to
+    /// ascend, a time behind the last key needs no search to be known as new. A place in memory and no count, because
+    /// comparing it is all that a new key then costs.
+    struct KnownOrder {
+        const AVarKey<T>* ascendingTo = nullptr;  ///< end of keys whose times strictly ascend; null if they do not
+        const AVarKey<T>* mixedTo = nullptr;      ///< end of keys whose times do not; null if they do
+    };
+    KnownOrder m_order;
 };
 
 /// Straight line between two keys.
@@ -291,18 +325,19 @@ T AVar<T>::valueAt(double t) const {
 }
 
 template <typename T>
-inline T& AVar<T>::setKey(double t, const T& value) {
-    // Recording: a new time behind all others. Kept apart and small, so that it melts into the caller's loop.
-    const std::size_t count = keys.size();
-    if (m_ascending == count && count != 0 && t > keys.back().time) {
-        m_ascending = count + 1;
+[[gnu::always_inline]] inline T& AVar<T>::setKey(double t, const T& value) {
+    // Recording: a new time behind all others, with room for it. Kept apart and small, so that it melts into the
+    // caller's loop. Without keys nothing is known, so that there is a last key here.
+    const AVarKey<T>* const end = keysEnd();
+    if (m_order.ascendingTo == end && keys.size() != keys.capacity() && t > end[-1].time) {
+        m_order.ascendingTo = end + 1;
         return keys.emplace_back(AVarKey<T>{t, value}).value;
     }
     return setKeyAnywhere(t, value);
 }
 
 template <typename T>
-T& AVar<T>::setKeyAnywhere(double t, const T& value) {
+T& AVar<T>::setKeyAnywhere(double t, T value) {
     int i = exactKeyIndex(t);
     if (i < 0) {
         i = insertKey(t, value);
@@ -314,9 +349,6 @@ T& AVar<T>::setKeyAnywhere(double t, const T& value) {
 
 template <typename T>
 int AVar<T>::insertKey(double t, const T& value) {
-    if (keys.empty()) m_ascending = 0;
-    // A time that is not a number compares with nothing, so that no order can be known behind it.
-    const bool stillAscending = allAscending() && t == t;
     int at = 0;
     if (!keys.empty() && !(t > keys.back().time)) {
         int i = getNumKeys() - 1;
@@ -329,8 +361,10 @@ int AVar<T>::insertKey(double t, const T& value) {
     } else {
         at = getNumKeys();
     }
+    // A time that is not a number compares with nothing, so that no order can be known behind it.
+    const bool ascending = t == t && allAscend();
     keys.insert(keys.begin() + at, AVarKey<T>{t, value});
-    m_ascending = stillAscending ? keys.size() : 0;
+    noteOrder(ascending);
     return at;
 }
 
@@ -340,19 +374,21 @@ void AVar<T>::eraseFrom(double t) {
     int i = nearestKeyIndex(t);
     if (t > getKeyTime(i)) ++i;
     if (i >= getNumKeys()) return;
+    const bool ascending = m_order.ascendingTo == keysEnd();
     keys.erase(keys.begin() + i, keys.end());
-    m_ascending = std::min(m_ascending, keys.size());
+    m_order = {};
+    if (ascending) noteOrder(true);
 }
 
 template <typename T>
-void AVar<T>::countAscending() {
-    m_ascending = 0;
-    double before = -std::numeric_limits<double>::infinity();
-    for (const AVarKey<T>& key : keys) {
-        if (!(key.time > before)) return;
-        before = key.time;
-        ++m_ascending;
-    }
+bool AVar<T>::allAscend() {
+    if (keys.empty() || m_order.ascendingTo == keysEnd()) return true;
+    if (m_order.mixedTo == keysEnd()) return false;
+    const double first = keys.front().time;
+    const auto doesNotRise = [](const AVarKey<T>& a, const AVarKey<T>& b) { return !(b.time > a.time); };
+    const bool ascending = first == first && std::adjacent_find(keys.begin(), keys.end(), doesNotRise) == keys.end();
+    noteOrder(ascending);
+    return ascending;
 }
 
 namespace detail {
@@ -363,6 +399,38 @@ inline constexpr bool kKeysAreTheirBytes =
     std::endian::native ==
         std::endian::little&& std::is_trivially_copyable_v<AVarKey<T>>&& std::is_standard_layout_v<AVarKey<T>> &&
     sizeof(AVarKey<T>) == AVar<T>::kKeySize;
+
+/// Walks through the keys of a saved block.
+template <typename T>
+struct SavedKeys {
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = AVarKey<T>;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const AVarKey<T>*;
+    using reference = AVarKey<T>;
+
+    const unsigned char* at;
+
+    AVarKey<T> operator*() const {
+        if constexpr (kKeysAreTheirBytes<T>) {
+            AVarKey<T> key;
+            std::memcpy(&key, at, sizeof key);
+            return key;
+        } else {
+            return {loadLittleEndian<double>(at), AVarValueBytes<T>::load(at + 8)};
+        }
+    }
+    SavedKeys& operator++() {
+        at += AVar<T>::kKeySize;
+        return *this;
+    }
+    SavedKeys operator++(int) {
+        const SavedKeys here = *this;
+        ++*this;
+        return here;
+    }
+    bool operator==(const SavedKeys& other) const = default;
+};
 
 }  // namespace detail
 
@@ -380,10 +448,11 @@ void AVar<T>::write(void* buffer, int bufferSize) const {
     if constexpr (detail::kKeysAreTheirBytes<T>) {
         if (!keys.empty()) std::memcpy(to, keys.data(), keyBytes);
     } else {
-        for (const AVarKey<T>& key : keys) {
-            storeLittleEndian(to, key.time);
-            detail::AVarValueBytes<T>::store(to + 8, key.value);
-            to += kKeySize;
+        // Not over `keys` itself, where each byte that is stored might change the vector's own members.
+        const AVarKey<T>* const end = keysEnd();
+        for (const AVarKey<T>* key = keys.data(); key != end; ++key, to += kKeySize) {
+            storeLittleEndian(to, key->time);
+            detail::AVarValueBytes<T>::store(to + 8, key->value);
         }
     }
 }
@@ -401,20 +470,14 @@ void AVar<T>::read(const void* buffer, std::size_t size) {
     if (!keysAreThere && count > kCountTakenOnTrust) return;
 
     keys.clear();
-    keys.resize(count);
-    m_ascending = 0;
-    if (!keysAreThere || payloadSize != static_cast<std::uint32_t>(count * kKeySize)) return;
-    from += kHeaderSize;
-    if constexpr (detail::kKeysAreTheirBytes<T>) {
-        if (!keys.empty()) std::memcpy(keys.data(), from, count * kKeySize);
-    } else {
-        for (AVarKey<T>& key : keys) {
-            key.time = loadLittleEndian<double>(from);
-            key.value = detail::AVarValueBytes<T>::load(from + 8);
-            from += kKeySize;
-        }
+    m_order = {};
+    if (!keysAreThere || payloadSize != static_cast<std::uint32_t>(count * kKeySize)) {
+        keys.resize(count);
+        return;
     }
-    countAscending();
+    from += kHeaderSize;
+    // Made from the bytes, and not made first and filled then: a long history costs little more than its memory.
+    keys.assign(detail::SavedKeys<T>{from}, detail::SavedKeys<T>{from + count * kKeySize});
 }
 
 }  // namespace ond::util

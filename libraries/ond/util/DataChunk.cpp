@@ -14,6 +14,10 @@ namespace {
 
 constexpr std::size_t kHeaderSize = 12;
 
+/// Lists of children that a block announces are made in one go up to this number of chunks, and grow as they are read
+/// beyond it: a damaged block can announce them many times over.
+constexpr std::size_t kMostRoomAhead = 262144;
+
 /// Never written to, since all access to it is const.
 const DataChunk& sharedConstEmpty() {
     static const DataChunk empty;
@@ -108,8 +112,13 @@ void DataChunk::setData(const void* bytes, int size) {
     std::vector<unsigned char>(first, first + count).swap(data);
 }
 
-DataChunk& DataChunk::addChild(const DataChunk& child) {
-    children.push_back(DataChunk(child));
+DataChunk& DataChunk::addChild(const DataChunk& child) { return addChild(DataChunk(child)); }
+
+DataChunk& DataChunk::addChild(DataChunk&& child) {
+    // Taken before the list grows, which `child` may be part of.
+    DataChunk taken(std::move(child));
+    taken.flat = RawBytes();
+    children.push_back(std::move(taken));
     return *this;
 }
 
@@ -170,17 +179,21 @@ const void* DataChunk::serialize(int* size) {
     visitInFlatOrder([&total](const DataChunk& c) { total += kHeaderSize + c.name.size() + c.data.size(); });
     const bool fits = total <= static_cast<std::size_t>(std::numeric_limits<int>::max());
     if (size != nullptr) *size = fits ? static_cast<int>(total) : 0;
-    flat.clear();
+    if (!fits || flat.capacity() < total) flat = RawBytes();
     if (!fits) return nullptr;
-    flat.reserve(total);
-    visitInFlatOrder([this](const DataChunk& c) {
-        unsigned char header[kHeaderSize];
-        storeLittleEndian(header, static_cast<std::int32_t>(c.data.size()));
-        storeLittleEndian(header + 4, static_cast<std::int32_t>(c.children.size()));
-        storeLittleEndian(header + 8, static_cast<std::int32_t>(c.name.size()));
-        flat.insert(flat.end(), header, header + kHeaderSize);
-        flat.insert(flat.end(), c.name.begin(), c.name.end());
-        flat.insert(flat.end(), c.data.begin(), c.data.end());
+    flat.resize(total);
+    unsigned char* to = flat.data();
+    const auto put = [&to](const void* bytes, std::size_t count) {
+        if (count != 0) std::memcpy(to, bytes, count);
+        to += count;
+    };
+    visitInFlatOrder([&](const DataChunk& c) {
+        storeLittleEndian(to, static_cast<std::int32_t>(c.data.size()));
+        storeLittleEndian(to + 4, static_cast<std::int32_t>(c.children.size()));
+        storeLittleEndian(to + 8, static_cast<std::int32_t>(c.name.size()));
+        to += kHeaderSize;
+        put(c.name.data(), c.name.size());
+        put(c.data.data(), c.data.size());
     });
     return flat.data();
 }
@@ -191,6 +204,8 @@ struct DataChunk::Reader {
     std::size_t left;
     /// The payload that the root had before. The block may lie in it, so it must outlive the reading.
     std::vector<unsigned char> replaced = {};
+    /// Chunks that room may still be made for ahead of their reading, all levels together.
+    std::size_t room = std::min(left / kHeaderSize, kMostRoomAhead);
 
     /// Reads a header, name and payload into `chunk`; returns how many children are announced behind them. 0 on damage.
     int readOwn(DataChunk& chunk) {
@@ -214,6 +229,11 @@ struct DataChunk::Reader {
         left -= kHeaderSize + nameBytes + dataBytes;
         if (childCount > kChildrenTakenOnTrust && static_cast<std::size_t>(childCount) > left / kHeaderSize)
             return fail();
+        const auto announced = static_cast<std::size_t>(childCount);
+        if (announced <= room) {
+            chunk.children.reserve(chunk.children.size() + announced);
+            room -= announced;
+        }
         return childCount;
     }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "ond/util/RawBytes.h"
+
 namespace ond::util {
 
 namespace xml {
@@ -61,6 +63,8 @@ class DataChunk {
 
     /// Appends a copy of `child`, also beside one of its name, and returns this chunk.
     DataChunk& addChild(const DataChunk& child);
+    /// Appends `child` itself, which must not hold this chunk; what it has serialised stays behind.
+    DataChunk& addChild(DataChunk&& child);
 
     /// The foremost child called `name`. Without one it is an empty chunk that all failed lookups share: what is
     /// written into it is gone with the next of them.
@@ -108,7 +112,7 @@ class DataChunk {
     void visitInFlatOrder(Visit visit) const;
     [[nodiscard]] const DataChunk* find(const std::string& childName) const;
 
-    std::vector<unsigned char> flat;
+    RawBytes flat;
     std::vector<DataChunk> children;
     std::vector<unsigned char> data;
     std::string name;

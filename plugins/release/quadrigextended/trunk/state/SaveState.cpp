@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <string>
 
 #include "CCarCamObject.h"
 #include "ond/ovs/CCameraPlugin.h"
 #include "ond/util/LittleEndian.h"
+#include "ond/util/RawBytes.h"
 #include "state/SavedKeys.h"
 #include "state/SavedRecordFields.h"
 
@@ -134,11 +134,10 @@ std::uint64_t saveState(CCarCamObject& vehicle) {
 
     BlockWriter counter(nullptr);
     writeBlock(vehicle, name, groundText, counter);
-    // Not a vector, which would fill the block with zeros first.
-    const auto block = std::make_unique_for_overwrite<unsigned char[]>(counter.size());
-    BlockWriter writer(block.get());
+    util::RawBytes block(counter.size());
+    BlockWriter writer(block.data());
     writeBlock(vehicle, name, groundText, writer);
-    vehicle.hostInterface->storeChunk(block.get(), counter.size());
+    vehicle.hostInterface->storeChunk(block.data(), block.size());
     return 0;
 }
 

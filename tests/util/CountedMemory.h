@@ -1,0 +1,55 @@
+// Counts the bytes that a test program holds through operator new. For the one file of a program: it replaces the
+// global operators new and delete.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace ond::test {
+
+class CountedMemory {
+  public:
+    /// Bytes held at present.
+    [[nodiscard]] static std::size_t now() { return s_now; }
+
+    /// Most bytes held during `work` beyond those held before it.
+    template <typename Work>
+    [[nodiscard]] static std::size_t peakOf(Work work) {
+        const std::size_t before = s_now;
+        s_peak = before;
+        work();
+        return s_peak - before;
+    }
+
+    static void* take(std::size_t size) {
+        auto* block = static_cast<unsigned char*>(std::malloc(size + kHead));
+        if (block == nullptr) throw std::bad_alloc();
+        *reinterpret_cast<std::size_t*>(block) = size;
+        const std::size_t held = s_now += size;
+        if (held > s_peak) s_peak = held;
+        return block + kHead;
+    }
+    static void giveBack(void* memory) {
+        if (memory == nullptr) return;
+        unsigned char* block = static_cast<unsigned char*>(memory) - kHead;
+        s_now -= *reinterpret_cast<std::size_t*>(block);
+        std::free(block);
+    }
+
+  private:
+    /// Each block carries its size in front; 16 bytes keep it aligned.
+    static constexpr std::size_t kHead = 16;
+    inline static std::atomic<std::size_t> s_now{0};
+    inline static std::atomic<std::size_t> s_peak{0};
+};
+
+}  // namespace ond::test
+
+void* operator new(std::size_t size) { return ond::test::CountedMemory::take(size); }
+void* operator new[](std::size_t size) { return ond::test::CountedMemory::take(size); }
+void operator delete(void* memory) noexcept { ond::test::CountedMemory::giveBack(memory); }
+void operator delete[](void* memory) noexcept { ond::test::CountedMemory::giveBack(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { ond::test::CountedMemory::giveBack(memory); }
+void operator delete[](void* memory, std::size_t /*size*/) noexcept { ond::test::CountedMemory::giveBack(memory); }
