@@ -23,7 +23,8 @@ ROOMS = {
     "object": (TRUNK, ["util", "ovs", "unidevice", "car", "ground", "rig", "run", "parameters", "state"]),
     "module": (f"{TRUNK}/module", ["util", "ovs", "unidevice", "object"]),
     "stage": ("hosts/stage", ["util", "ovs", "unidevice"]),
-    "command": ("hosts/command", ["util", "ovs", "unidevice", "stage"]),
+    "validate": ("hosts/validate", ["util", "ovs", "unidevice", "stage"]),
+    "command": ("hosts/command", ["util", "ovs", "unidevice", "stage", "validate"]),
 }
 # The input channel record is the one header of unidevice that the car model may see.
 CAR_MAY_SEE = {"ond/unidevice/InputChannel.h"}

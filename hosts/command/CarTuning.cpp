@@ -96,7 +96,7 @@ constexpr const char* kFeelKeys[] = {kWeight,
                                      "dMinGroundDistance",
                                      "dMaximumSpringChangeVelocityRel"};
 
-nlohmann::ordered_json channelsOf(const Vehicle& vehicle) {
+nlohmann::ordered_json changedChannels(const Vehicle& vehicle) {
     nlohmann::ordered_json channels = nlohmann::ordered_json::object();
     for (const auto& property : vehicle.properties) {
         nlohmann::ordered_json changed = nlohmann::ordered_json::object();
@@ -218,7 +218,7 @@ std::string extractPreset(Stage& stage, int index, const std::string& name) {
             state[key] = stateValue(root.getChild(key));
     }
     if (!state.empty()) preset["state"] = state;
-    const nlohmann::ordered_json channels = channelsOf(vehicle);
+    const nlohmann::ordered_json channels = changedChannels(vehicle);
     if (!channels.empty()) preset["channels"] = channels;
     return preset.dump(2) + "\n";
 }

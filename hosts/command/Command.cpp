@@ -26,6 +26,11 @@ int dispatch(const Options& options, const Console& console) {
     if (options.command == "info") return info(options.info, quietIf(console, options.info.common));
     if (options.command == "presets") return presets(options.presets, quietIf(console, options.presets.common));
     if (options.command == "replay") return replay(options.replay, quietIf(console, options.replay.common));
+    if (options.command == "validate") {
+        Console own = console;
+        own.quiet = console.quiet || options.validate.quiet;
+        return validateModule(options.validate, own);
+    }
     throw CommandError("there is no command '" + options.command + "'");
 }
 

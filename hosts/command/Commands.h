@@ -16,5 +16,6 @@ namespace ond::command {
 [[nodiscard]] int info(const InfoOptions& options, const Console& console);
 [[nodiscard]] int presets(const PresetsOptions& options, const Console& console);
 [[nodiscard]] int replay(const ReplayOptions& options, const Console& console);
+[[nodiscard]] int validateModule(const ValidateOptions& options, const Console& console);
 
 }  // namespace ond::command

@@ -18,5 +18,6 @@ void addTrace(CLI::App& app, TraceOptions& options);
 void addInfo(CLI::App& app, InfoOptions& options);
 void addPresets(CLI::App& app, PresetsOptions& options);
 void addReplay(CLI::App& app, ReplayOptions& options);
+void addValidate(CLI::App& app, ValidateOptions& options);
 
 }  // namespace ond::command

@@ -148,6 +148,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
     addInfo(app, options.info);
     addPresets(app, options.presets);
     addReplay(app, options.replay);
+    addValidate(app, options.validate);
     app.footer(
         "Exit codes: 0 done, 1 done with findings, 2 wrong use, bad input or a failure.\n"
         "What is asked for goes to stdout, everything else to stderr.");

@@ -79,6 +79,16 @@ struct ReplayOptions {
     std::string take, title, page;
 };
 
+struct ValidateOptions {
+    std::string module;  ///< to check
+    std::vector<std::string> only, skip;
+    std::string level, seed, timeout, jobs;
+    bool list = false;
+    bool inProcess = false;
+    bool quiet = false;
+    bool json = false;
+};
+
 /// What the command line asks for: one of the commands, or a text to show.
 struct Options {
     std::string command;  ///< empty if there is only `text` to show
@@ -89,6 +99,7 @@ struct Options {
     InfoOptions info;
     PresetsOptions presets;
     ReplayOptions replay;
+    ValidateOptions validate;
 
     std::string text;  ///< help or version, for stdout; a complaint, for stderr
     int exitCode = 0;  ///< 0 for text that was asked for
