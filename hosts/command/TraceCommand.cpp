@@ -1,4 +1,7 @@
 // quadrig trace
+#include <bit>
+#include <cstdint>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "command/CommandError.h"
@@ -7,6 +10,7 @@
 #include "command/Numbers.h"
 #include "command/OutputFile.h"
 #include "command/TakeSession.h"
+#include "command/TraceCompare.h"
 #include "command/TraceLines.h"
 #include "stage/WholeFile.h"
 
@@ -22,25 +26,54 @@ std::string listed(const Names& names) {
     return enumerated(quoted);
 }
 
+std::string bitsOf(double value) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%016llx", static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(value)));
+    return text;
+}
+
+nlohmann::ordered_json objectOf(const TraceDifference& difference) {
+    nlohmann::ordered_json object{{"frame", difference.frame}};
+    if (difference.time) object["time"] = *difference.time;
+    if (!difference.vehicle.empty()) object["vehicle"] = difference.vehicle;
+    object["what"] = difference.what;
+    object["left"] = difference.left;
+    object["right"] = difference.right;
+    if (difference.numbers) {
+        const auto [left, right] = *difference.numbers;
+        object["leftBits"] = bitsOf(left);
+        object["rightBits"] = bitsOf(right);
+        object["ulps"] = ulpsBetween(left, right);
+    }
+    return object;
+}
+
 std::string jsonOf(const TraceComparison& result) {
     nlohmann::ordered_json object{{"equal", result.equal()}, {"framesEqual", result.framesEqual}};
     if (!result.gaugesNotCompared.empty()) object["gaugesNotCompared"] = result.gaugesNotCompared;
     for (const TraceSurplus& one : result.surplus)
         object[one.first ? "onlyFirst" : "onlySecond"].push_back({{"frame", one.frame}, {"what", one.what}});
-    if (result.difference)
-        object["difference"] = {{"frame", result.difference->frame},
-                                {"what", result.difference->what},
-                                {"left", result.difference->left},
-                                {"right", result.difference->right}};
+    if (result.difference) object["difference"] = objectOf(*result.difference);
     return object.dump();
 }
 
-std::string sentenceOf(const TraceDifference& difference) {
+/// The frame, the place and both values; below them when, whose, and by how much.
+std::string textOf(const TraceDifference& difference) {
     std::string text = "frame " + std::to_string(difference.frame) + ": " + difference.what;
     if (!difference.left.empty() || !difference.right.empty())
         text += ": " + (difference.left.empty() ? "nothing" : difference.left) + " against " +
                 (difference.right.empty() ? "nothing" : difference.right);
-    return text;
+    text += "\n";
+    std::vector<std::string> further;
+    if (difference.time) further.push_back("at " + shortText(*difference.time, 10) + " s");
+    if (!difference.vehicle.empty()) further.push_back("of vehicle '" + difference.vehicle + "'");
+    if (difference.numbers) {
+        const auto [left, right] = *difference.numbers;
+        further.push_back("bits " + bitsOf(left) + " against " + bitsOf(right));
+        further.push_back(std::to_string(ulpsBetween(left, right)) + " ulp apart");
+    }
+    for (std::size_t i = 0; i < further.size(); ++i) text += (i == 0 ? "  " : ", ") + further[i];
+    return further.empty() ? text : text + "\n";
 }
 
 std::string sentenceOf(const TraceSurplus& one) {
@@ -54,7 +87,7 @@ std::string textOf(const TraceComparison& result) {
     for (std::size_t i = 0; i < result.surplus.size() && i < kNamed; ++i) text += sentenceOf(result.surplus[i]) + "\n";
     if (result.surplus.size() > kNamed)
         text += "and " + std::to_string(result.surplus.size() - kNamed) + " more that only one of the two has\n";
-    if (result.difference) return text + sentenceOf(*result.difference) + "\n";
+    if (result.difference) return text + textOf(*result.difference);
     return text + (result.surplus.empty() ? "equal: " : "all else is equal: ") + std::to_string(result.framesEqual) +
            " frames\n";
 }
@@ -106,9 +139,10 @@ int trace(const TraceOptions& options, const Console& console) {
     if (const auto without = vehiclesWithoutGauges(*session.stage); !without.empty())
         console.note("an older version recorded " + listed(without) +
                      " without gauges, so they are left out; 'quadrig retake' drives the take again with them");
+    const TraceWriter writer(*session.stage);
     std::string text;
     for (int frame = first; frame <= last; ++frame) {
-        std::string line = traceLine(*session.stage, frame) + "\n";
+        std::string line = writer.line(frame) + "\n";
         if (options.output.files.empty())
             console.out << line;
         else

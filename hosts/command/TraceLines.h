@@ -1,10 +1,6 @@
-// The frames of a take as lines of JSON, and the first difference between two of them.
+// The frames of a take as lines of JSON. docs/command.md tells what is in a line.
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -12,50 +8,45 @@
 
 namespace ond::command {
 
-/// One frame: "frame", "time", "elements" (world matrices), "channels" and "inputs" by vehicle, "gauges" by vehicle
-/// unless it is one of vehiclesWithoutGauges(), "messages".
-[[nodiscard]] std::string traceLine(const stage::Stage& stage, int frame);
+/// Writes frames of one stage, whose elements and vehicles stay the same meanwhile.
+class TraceWriter {
+  public:
+    /// @param stage must stay while lines are written
+    explicit TraceWriter(const stage::Stage& stage);
+    /// One frame, without an end of line: "frame", "time", "elements" (world matrices), "channels" and "inputs" by
+    /// vehicle, "gauges" by vehicle unless it is one of vehiclesWithoutGauges(), "messages". A number is the shortest
+    /// text that reads back as the same double; one that is not finite is null.
+    [[nodiscard]] std::string line(int frame) const;
+
+  private:
+    /// An element with its name as JSON writes it.
+    struct Named {
+        std::string key;
+        const stage::Element* element = nullptr;
+    };
+    struct Value {
+        std::string key;
+        std::size_t column = 0;
+    };
+    struct Section {
+        const char* name;
+        stage::CurveKind kind;
+        bool optional;  ///< missing for vehicles, and as a whole, where nothing of it was recorded
+        std::vector<std::vector<Value>> values;  ///< by vehicle
+    };
+
+    void appendElements(std::string& text, double time) const;
+    void appendSection(std::string& text, const Section& section, int frame) const;
+    void appendMessages(std::string& text, int frame) const;
+    [[nodiscard]] bool lacks(const Section& section, std::size_t vehicle) const;
+
+    const stage::Stage& m_stage;
+    std::vector<Named> m_elements;
+    std::vector<std::string> m_vehicles;  ///< their names as JSON writes them
+    std::vector<Section> m_sections;
+};
 
 /// The names of the vehicles that were recorded without their gauges, as older programs did.
 [[nodiscard]] std::vector<std::string> vehiclesWithoutGauges(const stage::Stage& stage);
-
-/// A trace that is read line by line: of a take, or of a file that `trace` wrote.
-class TraceSource {
-  public:
-    virtual ~TraceSource() = default;
-    /// @return false behind the last line
-    [[nodiscard]] virtual bool next(std::string* line) = 0;
-};
-
-/// @param path of a take, or of a trace if it ends with .jsonl
-[[nodiscard]] std::unique_ptr<TraceSource> openTrace(const std::string& path, const std::string& module);
-
-/// The first place in which two traces differ.
-struct TraceDifference {
-    int frame = 0;
-    std::string what;  ///< "car_CarBodyMesh[12]", "car: Velocity", "the frames end"
-    std::string left;  ///< the values as text; empty where there is none
-    std::string right;
-};
-
-/// Something that only one of two traces has, such as an element of another name. All else is compared nevertheless.
-struct TraceSurplus {
-    int frame = 0;       ///< the first one
-    bool first = false;  ///< the first trace has it, otherwise the second
-    std::string what;    ///< "the element 'hills'"
-};
-
-struct TraceComparison {
-    int framesEqual = 0;                        ///< before the first difference, as far as both have the same parts
-    std::optional<TraceDifference> difference;  ///< nothing if what both have is equal
-    std::vector<TraceSurplus> surplus;
-    /// Vehicles whose gauges only one of the two has: these were not compared, all else was.
-    std::set<std::string> gaugesNotCompared;
-
-    [[nodiscard]] bool equal() const { return !difference && surplus.empty(); }
-};
-
-/// @throws CommandError for a line that is no line of a trace
-[[nodiscard]] TraceComparison compareTraces(TraceSource& left, TraceSource& right);
 
 }  // namespace ond::command

@@ -63,7 +63,7 @@ GlbChunks splitGlb(const std::vector<unsigned char>& bytes) {
     return chunks;
 }
 
-std::vector<unsigned char> joinGlb(const std::string& json, const std::vector<unsigned char>& binary) {
+std::vector<unsigned char> joinGlb(const std::string& json, std::vector<unsigned char> binary) {
     // Blanks behind the JSON text take the data of the second chunk to a multiple of 8.
     const std::size_t data = (kHeader + kChunkHeader + json.size() + kChunkHeader + 7) / 8 * 8;
     const std::size_t jsonSize = data - kChunkHeader - kHeader - kChunkHeader;
@@ -71,21 +71,22 @@ std::vector<unsigned char> joinGlb(const std::string& json, const std::vector<un
     const std::size_t total = binary.empty() ? data - kChunkHeader : data + binarySize;
     if (total > std::numeric_limits<std::uint32_t>::max())
         throw StageError("the take has " + std::to_string(total) + " bytes; a binary glTF file holds 4 GiB at most");
-    std::vector<unsigned char> bytes;
-    bytes.reserve(total);
-    addWord(bytes, kMagic);
-    addWord(bytes, kVersion);
-    addWord(bytes, total);
-    addWord(bytes, jsonSize);
-    addWord(bytes, kJson);
-    bytes.insert(bytes.end(), json.begin(), json.end());
-    bytes.resize(kHeader + kChunkHeader + jsonSize, ' ');
-    if (binary.empty()) return bytes;
-    addWord(bytes, binarySize);
-    addWord(bytes, kBinary);
-    bytes.insert(bytes.end(), binary.begin(), binary.end());
-    bytes.resize(total, 0);
-    return bytes;
+    std::vector<unsigned char> front;
+    front.reserve(data);
+    addWord(front, kMagic);
+    addWord(front, kVersion);
+    addWord(front, total);
+    addWord(front, jsonSize);
+    addWord(front, kJson);
+    front.insert(front.end(), json.begin(), json.end());
+    front.resize(kHeader + kChunkHeader + jsonSize, ' ');
+    if (binary.empty()) return front;
+    addWord(front, binarySize);
+    addWord(front, kBinary);
+    // Takes of an hour have hundreds of megabytes: they are moved, not copied, where there is room behind them.
+    binary.resize(binarySize, 0);
+    binary.insert(binary.begin(), front.begin(), front.end());
+    return binary;
 }
 
 }  // namespace ond::stage

@@ -29,8 +29,9 @@ struct GlbChunks {
 /// @throws FileDamage if the bytes are not a whole binary glTF of version 2
 [[nodiscard]] GlbChunks splitGlb(const std::vector<unsigned char>& bytes);
 
-/// A binary glTF; without `binary` it has the JSON chunk alone. The binary data begins at a multiple of 8.
+/// A binary glTF; without `binary` it has the JSON chunk alone. The binary data begins at a multiple of 8. Made in the
+/// memory of `binary` where its capacity is enough.
 /// @throws StageError above the 4 GiB that the container can tell
-[[nodiscard]] std::vector<unsigned char> joinGlb(const std::string& json, const std::vector<unsigned char>& binary);
+[[nodiscard]] std::vector<unsigned char> joinGlb(const std::string& json, std::vector<unsigned char> binary);
 
 }  // namespace ond::stage

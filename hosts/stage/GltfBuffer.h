@@ -24,6 +24,9 @@ class GltfBuffer {
     /// @param document gets "bufferViews" and "accessors"; must outlive this
     explicit GltfBuffer(nlohmann::ordered_json& document) : m_document(document) {}
 
+    /// Room for so many bytes, so that what is there is not copied when more comes.
+    void reserve(std::size_t size) { m_bytes.reserve(size); }
+
     /// A view of its own for the bytes.
     /// @return its index, or -1 for no bytes
     int blob(const void* data, std::size_t size);

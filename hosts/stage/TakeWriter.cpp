@@ -253,6 +253,31 @@ class ExtensionWriter {
     GltfBuffer& m_buffer;
 };
 
+/// Of a key: its time and matrix, and what the animation holds of it in single precision.
+constexpr std::size_t kBytesPerKey = (1 + 16) * sizeof(double) + (1 + 3 + 4 + 3) * sizeof(float);
+/// For descriptions and shapes.
+constexpr std::size_t kBytesBeside = 1U << 16U;
+
+std::size_t roomOf(const std::vector<VehicleState>& vehicles) {
+    std::size_t room = 0;
+    for (const VehicleState& vehicle : vehicles) room += vehicle.block.size();
+    return room;
+}
+
+/// About how many bytes the take will have, rather more than less. What is not used of it costs no memory.
+std::size_t roomFor(const TakeContents& contents) {
+    std::size_t room = kBytesBeside + roomOf(contents.vehicles);
+    for (const TakeElement& element : contents.elements) room += kBytesPerKey * element.state.track.keys.size();
+    for (const Curves& curves : contents.curves) room += sizeof(double) * curves.values.size();
+    for (const RunRecord& run : contents.journal) {
+        for (const RunInput& input : run.inputs) room += sizeof(double) * input.axes.size();
+        if (run.before == nullptr) continue;
+        room += roomOf(run.before->vehicles);
+        for (const ElementState& element : run.before->elements) room += kBytesPerKey * element.track.keys.size();
+    }
+    return room;
+}
+
 }  // namespace
 
 std::vector<unsigned char> takeBytes(const TakeContents& contents, const TakeOptions& options) {
@@ -261,11 +286,12 @@ std::vector<unsigned char> takeBytes(const TakeContents& contents, const TakeOpt
     Json document{{"asset", {{"version", "2.0"}, {"generator", "quadrig"}}}};
     if (options.withExtension) document["extensionsUsed"] = Json::array({kTakeExtension});
     GltfBuffer buffer(document);
+    if (options.withExtension && options.exactTracks) buffer.reserve(roomFor(contents));
     const TakePlaces places = writeTakeScene(contents, options, document, buffer);
     if (options.withExtension)
         document["extensions"][kTakeExtension] = ExtensionWriter(contents, options.exactTracks, places, buffer).write();
-    const std::vector<unsigned char> binary = buffer.take();
-    return joinGlb(document.dump(-1, ' ', false, Json::error_handler_t::replace), binary);
+    std::vector<unsigned char> binary = buffer.take();
+    return joinGlb(document.dump(-1, ' ', false, Json::error_handler_t::replace), std::move(binary));
 }
 
 }  // namespace ond::stage

@@ -42,7 +42,7 @@ std::uint64_t mathLibraryFingerprint() {
     return hash.value();
 }
 
-void expectGoldenHash(const std::string& name, std::uint64_t hash) {
+void expectGoldenHash(const std::string& name, std::uint64_t hash, const std::string& advice) {
     const std::string platform = hex(mathLibraryFingerprint());
     const std::string line = platform + " " + hex(hash);
     std::filesystem::create_directories(QUADRIG_HASH_OUT);
@@ -53,11 +53,12 @@ void expectGoldenHash(const std::string& name, std::uint64_t hash) {
     std::string recordedHash;
     while (recorded >> recordedPlatform >> recordedHash)
         if (recordedPlatform == platform) {
-            EXPECT_EQ(recordedHash, hex(hash)) << "the bits of '" << name << "' have changed";
+            EXPECT_EQ(recordedHash, hex(hash)) << "the bits of '" << name << "' have changed\n" << advice;
             return;
         }
-    GTEST_SKIP() << "no hash of '" << name << "' is recorded for this C library and processor; to record it, add\n"
-                 << line << "\nto tests/determinism/recorded/" << name << ".txt";
+    const std::string toRecord = "to record it, add\n" + line + "\nto tests/determinism/recorded/" + name + ".txt";
+    ASSERT_FALSE(recordedPlatform.empty()) << "no hash of '" << name << "' is recorded; " << toRecord;
+    GTEST_SKIP() << "no hash of '" << name << "' is recorded for this C library and processor; " << toRecord;
 }
 
 }  // namespace ond::test

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace ond::test {
 
@@ -14,6 +15,12 @@ class BitHash {
     void add(std::uint64_t bits) {
         for (int i = 0; i < 8; ++i) {
             m_hash ^= (bits >> (8 * i)) & 0xff;
+            m_hash *= 0x100000001b3;
+        }
+    }
+    void add(std::string_view text) {
+        for (const char c : text) {
+            m_hash ^= static_cast<unsigned char>(c);
             m_hash *= 0x100000001b3;
         }
     }
@@ -29,7 +36,8 @@ class BitHash {
 
 /// Writes the hash of this build to the build folder, where the check compares all builds of one machine, and compares
 /// it with the hash recorded in tests/determinism/recorded/NAME.txt. On a platform without a record the test is
-/// skipped with the line to add.
-void expectGoldenHash(const std::string& name, std::uint64_t hash);
+/// skipped with the line to add; without any record it fails.
+/// @param advice where the hash is another one: how to find out why
+void expectGoldenHash(const std::string& name, std::uint64_t hash, const std::string& advice = {});
 
 }  // namespace ond::test
