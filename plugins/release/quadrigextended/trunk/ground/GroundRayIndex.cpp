@@ -58,7 +58,7 @@ struct Hit {
 
 // The query for processors with eight lanes, and for all others.
 #if defined(__x86_64__)
-#define GROUND_LANES __attribute__((target("avx2")))
+#define GROUND_LANES __attribute__((target("avx2,bmi")))
 namespace {
 namespace wide {
 [[nodiscard]] GROUND_LANES inline unsigned bitsOf(EightMasks mask) {
@@ -92,7 +92,7 @@ std::shared_ptr<const GroundRayIndex> GroundRayIndex::of(const GroundMeshTreeNod
 GroundRayIndex::GroundRayIndex(GroundRayTables tables, [[maybe_unused]] Lanes lanes)
     : m_tables(std::move(tables)), m_query(&narrow::query) {
 #if defined(__x86_64__)
-    if (lanes == Lanes::best && __builtin_cpu_supports("avx2")) m_query = &wide::query;
+    if (lanes == Lanes::best && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi")) m_query = &wide::query;
 #endif
 }
 
