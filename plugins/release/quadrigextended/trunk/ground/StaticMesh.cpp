@@ -1,7 +1,9 @@
 #include "ground/StaticMesh.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -40,13 +42,17 @@ int copyUsableFaces(const util::CMesh& mesh, int* indices) {
     return faces;
 }
 
-static_assert(sizeof(util::Vector3<double>) == 3 * sizeof(double), "vertices are compared by their bits");
-static_assert(sizeof(StaticMesh::Form) == 20 * sizeof(double), "forms are compared by their bits");
+bool sameBits(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
 
 bool sameVertices(const btVector3* a, const std::vector<util::Vector3<double>>& b) {
     for (std::size_t i = 0; i < b.size(); ++i)
-        if (std::memcmp(&a[i].m_floats[0], &b[i], sizeof b[i]) != 0) return false;
+        if (!sameBits(a[i].x(), b[i].x) || !sameBits(a[i].y(), b[i].y) || !sameBits(a[i].z(), b[i].z)) return false;
     return true;
+}
+
+bool sameForm(const StaticMesh::Form& a, const StaticMesh::Form& b) {
+    return std::equal(a.transform.begin(), a.transform.end(), b.transform.begin(), sameBits) &&
+           std::equal(a.scaling.begin(), a.scaling.end(), b.scaling.begin(), sameBits) && sameBits(a.margin, b.margin);
 }
 
 StaticMesh::Form formOf(const btTransform& transform, const btVector3& localScaling, double margin) {
@@ -117,7 +123,7 @@ StaticMesh::~StaticMesh() = default;
 
 bool StaticMesh::isMadeOf(const util::CMesh& mesh, const Form& form) const {
     if (mesh.getNumVertices() != m_numVertices || mesh.getNumFaces() != m_numFaces) return false;
-    if (std::memcmp(&form, &m_form, sizeof form) != 0) return false;
+    if (!sameForm(form, m_form)) return false;
     const int* const faces = m_faces.empty() ? arrays.indices.get() : m_faces.data();
     return std::memcmp(faces, mesh.faces.data(), 3 * sizeof(int) * static_cast<std::size_t>(m_numFaces)) == 0 &&
            sameVertices(arrays.vertices.get(), mesh.vertices);
