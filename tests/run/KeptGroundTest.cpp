@@ -70,7 +70,7 @@ TEST(KeptGround, AChangeCountsFromTheNextRunOnAndTheOldShapeGoes) {
     EXPECT_TRUE(first.expired());
     EXPECT_NEAR(runner.height(), 3.0, 1e-9);
     runner.stop();
-    runner.car->cMesh_storedGroundMesh.vertices[0].y = std::nextafter(3.0, 4.0);
+    runner.car->cMesh_storedGroundMesh.whole().vertices[0].y = std::nextafter(3.0, 4.0);
     runner.start();
     EXPECT_TRUE(second.expired()) << "the smallest change there is";
 }

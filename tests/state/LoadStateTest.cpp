@@ -331,7 +331,7 @@ TEST_F(StoredGround, IsReadFromTheVerboseFormToo) {
     setText(mesh.toXml(true).toString("\n", "\t", ""));
     ASSERT_EQ(load(car, block), 0u);
     EXPECT_EQ(car->cMesh_storedGroundMesh.getNumFaces(), 1);
-    EXPECT_EQ(car->cMesh_storedGroundMesh.vertices.at(1).x, 2.0);
+    EXPECT_EQ(car->cMesh_storedGroundMesh.whole().vertices.at(1).x, 2.0);
 }
 
 TEST_F(StoredGround, EndsAtTheFirstNulOrWithItsLeaf) {
@@ -380,7 +380,7 @@ TEST_F(StoredGround, WithFacesOutsideItsVerticesIsKeptAsItIs) {
         Car other;
         putRig(other.host);
         ASSERT_EQ(load(other, block), 0u);
-        EXPECT_EQ(other->cMesh_storedGroundMesh.faces, mesh.faces) << wrong;
+        EXPECT_EQ(other->cMesh_storedGroundMesh.copy().faces, mesh.faces) << wrong;
         EXPECT_TRUE(other->bStoreGroundMeshData) << wrong;
     }
 }

@@ -43,11 +43,12 @@ Bytes payload(const DataChunk& chunk) {
 
 void storeGround(Car& car, int faces) {
     car->bStoreGroundMeshData = true;
-    car->cMesh_storedGroundMesh.setNumVertices(3);
-    car->cMesh_storedGroundMesh.setVertex(1, 1.0, 0.1, 0.0);
-    car->cMesh_storedGroundMesh.setVertex(2, 0.0, 0.2, 1.0 / 3.0);
-    car->cMesh_storedGroundMesh.setNumFaces(faces);
-    if (faces > 0) car->cMesh_storedGroundMesh.setFace(0, 0, 2, 1);
+    util::CMesh& mesh = car->cMesh_storedGroundMesh.whole();
+    mesh.setNumVertices(3);
+    mesh.setVertex(1, 1.0, 0.1, 0.0);
+    mesh.setVertex(2, 0.0, 0.2, 1.0 / 3.0);
+    mesh.setNumFaces(faces);
+    if (faces > 0) mesh.setFace(0, 0, 2, 1);
     car->mBulletGroundMesh.setRow(3, {1.0, 2.0, 3.0});
 }
 

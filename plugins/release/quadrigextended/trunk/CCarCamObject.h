@@ -17,11 +17,11 @@
 #include "car/Follow.h"
 #include "ground/GroundMeshTree.h"
 #include "ground/PhysicsWorld.h"
+#include "ground/StoredGroundMesh.h"
 #include "ond/ovs/CCamera.h"
 #include "ond/ovs/CInterface.h"
 #include "ond/unidevice/Property.h"
 #include "ond/util/AVar.h"
-#include "ond/util/CMesh.h"
 #include "rig/BodyNodes.h"
 #include "rig/CameraNodes.h"
 #include "rig/CollisionObjects.h"
@@ -195,10 +195,10 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     double dAccelerationGauge60 = 0.0;      ///< read-out, seconds
 
     // Stored ground
-    bool bStoreGroundMeshData = false;   ///< "Store Ground Mesh Data"
-    util::Matrix4 mBulletGroundMesh;     ///< where the stored mesh stood in the world
-    util::CMesh cMesh_storedGroundMesh;  ///< the ground, in the coordinates of its element
-    GroundMeshTreeNode cGroundMeshTree;  ///< over the stored mesh
+    bool bStoreGroundMeshData = false;        ///< "Store Ground Mesh Data"
+    util::Matrix4 mBulletGroundMesh;          ///< where the stored mesh stood in the world
+    StoredGroundMesh cMesh_storedGroundMesh;  ///< the ground, in the coordinates of its element
+    GroundMeshTreeNode cGroundMeshTree;       ///< over the stored mesh
 
     DataChunkSaveStruct sDataChunkSaveStruct;  ///< refreshed by each save
 };

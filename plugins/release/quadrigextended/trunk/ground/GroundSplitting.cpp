@@ -119,7 +119,7 @@ GroundSplitting::GroundSplitting(const GroundTriangles& triangles, const AxisBox
         for (const std::uint32_t vertex : corners) widen(triangles.vertices[vertex], m_box);
 }
 
-std::vector<SplitEntry> GroundSplitting::entriesOf(const std::vector<std::uint32_t>& numbers) const {
+std::vector<SplitEntry> GroundSplitting::entriesOf(const TriangleNumbers& numbers) const {
     std::vector<SplitEntry> entries;
     entries.reserve(numbers.size());
     for (const std::uint32_t number : numbers) entries.push_back(entryOf(number));

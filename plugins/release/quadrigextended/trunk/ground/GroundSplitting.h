@@ -45,7 +45,7 @@ class GroundSplitting {
     GroundSplitting(const GroundTriangles& triangles, const AxisBox& box);
 
     /// Of triangles `numbers`, in that order.
-    [[nodiscard]] std::vector<SplitEntry> entriesOf(const std::vector<std::uint32_t>& numbers) const;
+    [[nodiscard]] std::vector<SplitEntry> entriesOf(const TriangleNumbers& numbers) const;
     /// The cells that a split of `box` gives; empty if the node is to stay a leaf.
     [[nodiscard]] std::vector<SplitCell> cellsOf(const AxisBox& box, const std::vector<SplitEntry>& entries) const;
 

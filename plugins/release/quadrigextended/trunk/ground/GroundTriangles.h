@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ground/LargePages.h"
+#include "ground/TriangleNumbers.h"
 #include "ond/util/Vector3.h"
 
 namespace ond::ovs::addon {
@@ -40,41 +41,47 @@ class TriangleVertices {
         using pointer = const value_type*;
         using reference = const value_type&;
 
-        const_iterator(const TriangleVertices* list, std::size_t at) : m_list(list), m_at(at) {}
-        reference operator*() const { return (*m_list)[m_at]; }
-        pointer operator->() const { return &(*m_list)[m_at]; }
+        const_iterator(const GroundTriangles* all, TriangleNumbers::const_iterator triangle)
+            : m_all(all), m_triangle(triangle) {}
+        reference operator*() const { return m_all->corner(*m_triangle, m_corner); }
+        pointer operator->() const { return &**this; }
         const_iterator& operator++() {
-            ++m_at;
+            if (++m_corner < 3) return *this;
+            m_corner = 0;
+            ++m_triangle;
             return *this;
         }
-        friend bool operator==(const const_iterator& a, const const_iterator& b) { return a.m_at == b.m_at; }
+        friend bool operator==(const const_iterator& a, const const_iterator& b) {
+            return a.m_triangle == b.m_triangle && a.m_corner == b.m_corner;
+        }
         friend bool operator!=(const const_iterator& a, const const_iterator& b) { return !(a == b); }
 
       private:
-        const TriangleVertices* m_list;
-        std::size_t m_at;
+        const GroundTriangles* m_all;
+        TriangleNumbers::const_iterator m_triangle;
+        std::size_t m_corner = 0;
     };
 
     TriangleVertices() = default;
-    TriangleVertices(std::shared_ptr<const GroundTriangles> all, std::vector<std::uint32_t> numbers)
+    TriangleVertices(std::shared_ptr<const GroundTriangles> all, TriangleNumbers numbers)
         : m_all(std::move(all)), m_numbers(std::move(numbers)) {}
 
     /// Three times the number of triangles.
     [[nodiscard]] std::size_t size() const { return 3 * m_numbers.size(); }
     [[nodiscard]] bool empty() const { return m_numbers.empty(); }
-    /// `i` below size().
+    /// `i` below size(). To see all, iterate.
     [[nodiscard]] const value_type& operator[](std::size_t i) const { return m_all->corner(m_numbers[i / 3], i % 3); }
-    [[nodiscard]] const_iterator begin() const { return {this, 0}; }
-    [[nodiscard]] const_iterator end() const { return {this, size()}; }
+    [[nodiscard]] const_iterator begin() const { return {m_all.get(), m_numbers.begin()}; }
+    [[nodiscard]] const_iterator end() const { return {m_all.get(), m_numbers.end()}; }
 
     /// Of the triangles within the ground's, ascending.
-    [[nodiscard]] const std::vector<std::uint32_t>& numbers() const { return m_numbers; }
+    [[nodiscard]] const TriangleNumbers& numbers() const { return m_numbers; }
     /// Null in a list without triangles.
     [[nodiscard]] const std::shared_ptr<const GroundTriangles>& all() const { return m_all; }
 
   private:
     std::shared_ptr<const GroundTriangles> m_all;
-    std::vector<std::uint32_t> m_numbers;
+    TriangleNumbers m_numbers;
 };
 
 }  // namespace ond::ovs::addon

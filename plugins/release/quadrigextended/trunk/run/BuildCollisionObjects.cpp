@@ -104,7 +104,7 @@ void addSurface(CCarCamObject& vehicle, MeshHandle& element, bool& bKinematic) {
 
 void addStoredMesh(CCarCamObject& vehicle) {
     CollisionObjects& entry = newEntry(vehicle);
-    setMesh(entry, vehicle.cMesh_storedGroundMesh, true);
+    setMesh(entry, vehicle.cMesh_storedGroundMesh.whole(), true);
     addBody(vehicle, entry);
     entry.pRigidBody->setActivationState(DISABLE_DEACTIVATION);
     makeKinematic(*entry.pRigidBody);

@@ -1,5 +1,7 @@
 #include "run/GroundCapture.h"
 
+#include <utility>
+
 #include "CCarCamObject.h"
 #include "ond/ovs/SurfaceObject.h"
 #include "ond/ovs/TransformObject.h"
@@ -17,13 +19,13 @@ void captureSurface(CCarCamObject& v, MeshHandle& ground, SurfaceObject& surface
     CInterface& host = *v.hostInterface;
     util::CMesh mesh;
     surface.getMesh(mesh);
-    v.cMesh_storedGroundMesh = mesh;
+    v.cMesh_storedGroundMesh = std::move(mesh);
     if (v.cMesh_storedGroundMesh.getNumFaces() < 1) return refuse(v, "Mesh Invalid");
     if (TransformObject* transform = host.getTransformObject(&ground, host.getCurrentTime())) {
         transform->readWorldMatrix(v.mBulletGroundMesh);
         host.releaseTransformObject(transform);
     }
-    if (!v.bUseStaticMesh) v.cGroundMeshTree.buildFromMesh(v.cMesh_storedGroundMesh);
+    if (!v.bUseStaticMesh) v.cMesh_storedGroundMesh.buildTree(v.cGroundMeshTree);
 }
 
 void captureParent(CCarCamObject& v) {

@@ -243,7 +243,7 @@ bool readGroundMesh(const Load& load) {
         return true;
     }
     if (!load.read("mBulletGroundMesh")) v.mBulletGroundMesh = {};
-    if (!v.bUseStaticMesh) v.cGroundMeshTree.buildFromMesh(v.cMesh_storedGroundMesh);
+    if (!v.bUseStaticMesh) v.cMesh_storedGroundMesh.buildTree(v.cGroundMeshTree);
     return true;
 }
 
