@@ -531,6 +531,7 @@ TEST(GroundMeshTreeAgainstAllTriangles, AHitIsTheAnswerOfOneTriangleAndAMissIsAM
          {test::gridMesh(48, 0.9, test::hills), test::triangleCloud(random, 800, 20.0, 3.0)}) {
         const GroundMeshTreeNode tree = treeOf(mesh);
         ASSERT_FALSE(tree.aChildren.empty());
+        const std::vector<V> all(tree.aTriangleVertices.begin(), tree.aTriangleVertices.end());
         Hits hits;
         for (int i = 0; i < 1500; ++i) {
             SCOPED_TRACE(i);
@@ -541,11 +542,9 @@ TEST(GroundMeshTreeAgainstAllTriangles, AHitIsTheAnswerOfOneTriangleAndAMissIsAM
             ++(hit ? hits.hit : hits.missed);
             bool met = false;
             bool same = false;
-            for (std::size_t v = 0; v < tree.aTriangleVertices.size(); v += 3) {
+            for (std::size_t v = 0; v < all.size(); v += 3) {
                 double triangleT = 0.0;
-                if (!lineMeetsTriangle(tree.aTriangleVertices[v], tree.aTriangleVertices[v + 1],
-                                       tree.aTriangleVertices[v + 2], origin, direction, triangleT))
-                    continue;
+                if (!lineMeetsTriangle(all[v], all[v + 1], all[v + 2], origin, direction, triangleT)) continue;
                 met = true;
                 same = same || triangleT == t;
             }

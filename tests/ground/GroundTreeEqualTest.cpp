@@ -289,6 +289,91 @@ TEST(GroundTreeEqual, LinesAlongFacesOfBoxesGiveTheSameAnswers) {
     EXPECT_GT(counts.missed, 1000);
 }
 
+/// As many triangles as groups of them hold in the index, one fewer and one more.
+TEST(GroundTreeEqual, AnyNumberOfTrianglesGivesTheSameTreeAndAnswers) {
+    Counts counts;
+    for (const int triangles : {1, 2, 7, 8, 9, 10, 15, 16, 17, 63, 64, 65, 112, 113, 126, 127, 128, 129, 512})
+        for (int i = 0; i < test::repetitions(); ++i) {
+            const std::uint64_t seed =
+                kSeed + 11000 + 1000 * static_cast<std::uint64_t>(i) + static_cast<unsigned>(triangles);
+            SCOPED_TRACE("seed " + std::to_string(seed) + ": " + std::to_string(triangles));
+            PinnedRandom random(seed);
+            compareMesh(test::triangleCloud(random, triangles, 3.0, 1.0), random, 100, counts);
+            if (HasFatalFailure()) return;
+        }
+    EXPECT_GT(counts.hit, 200);
+    EXPECT_GT(counts.missed, 200);
+}
+
+/// One ground over the other, each so little higher that only the last digits of the answers differ.
+TEST(GroundTreeEqual, LinesThroughManyLayersGiveTheFirstOfThem) {
+    PinnedRandom random(kSeed + 6);
+    for (const int layers : {2, 8, 9, 63, 64, 65, 200}) {
+        SCOPED_TRACE(layers);
+        util::CMesh mesh;
+        std::vector<double> heights;
+        for (int layer = 0; layer < layers; ++layer) heights.push_back(layer * 0x1p-40);
+        for (std::size_t i = heights.size(); i > 1; --i) std::swap(heights[i - 1], heights[pick(random, i)]);
+        for (const double height : heights)
+            test::append(mesh, test::gridMesh(2, 1.0, [height](double x, double z) { return height + x * z; }));
+        const Both both(mesh);
+        ASSERT_EQ(test::treeDifference(both.tree, both.expected), "");
+        Counts counts;
+        for (int i = 0; i < 150; ++i) {
+            const V through{random.in(-1.0, 1.0), 0.0, random.in(-1.0, 1.0)};
+            const V direction = i % 2 == 0 ? V(0, -1, 0) : V(0.25 * through.z, -1, 0.25);
+            compareAnswer(both, {through - 10.0 * direction, direction}, counts);
+            if (HasFatalFailure()) return;
+        }
+        EXPECT_GT(counts.hit, 100);
+    }
+}
+
+std::size_t leavesThatList(const test::plain::PlainGroundTree& node, const std::array<V, 3>& triangle) {
+    std::size_t count = 0;
+    for (const test::plain::PlainGroundTree& child : node.aChildren) count += leavesThatList(child, triangle);
+    if (!node.aChildren.empty()) return count;
+    const std::vector<V>& list = node.aTriangleVertices;
+    for (std::size_t i = 0; i < list.size(); i += 3)
+        if (list[i] == triangle[0] && list[i + 1] == triangle[1] && list[i + 2] == triangle[2]) ++count;
+    return count;
+}
+
+/// Far off the origin the upper borders of cells are rounded, here to below those of the mesh: a triangle with all its
+/// corners beyond is in no leaf, and no line finds it.
+TEST(GroundTreeEqual, TrianglesThatNoLeafListsGiveTheSameAnswers) {
+    constexpr double kFar = 0x1p44;
+    constexpr double kStep = 0x1p-8;  // the last digit there
+    std::size_t unlisted = 0;
+    Counts counts;
+    for (std::uint64_t seed = kSeed + 90000; seed < kSeed + 90000 + 5 * static_cast<std::uint64_t>(test::repetitions());
+         ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        PinnedRandom random(seed);
+        const std::size_t width = 9 + 4 * pick(random, 6);
+        const double end = kFar + kStep * static_cast<double>(width);
+        std::vector<test::Triangle> triangles{{V(kFar, 0, kFar), V(kFar, 0, kFar + kStep), V(kFar + kStep, 0, kFar)},
+                                              {V(end, 0, kFar), V(end, 0, end), V(kFar, 0, end)}};
+        for (int i = 0; i < 150; ++i) {
+            const double x = kFar + kStep * static_cast<double>(pick(random, width));
+            const double z = kFar + kStep * static_cast<double>(pick(random, width));
+            triangles.push_back({V(x, 0, z), V(x, 0, z + kStep), V(x + kStep, 0, z)});
+        }
+        const Both both(test::meshOf(triangles));
+        ASSERT_EQ(test::treeDifference(both.tree, both.expected), "");
+        for (const test::Triangle& triangle : triangles) {
+            if (leavesThatList(both.expected, triangle) == 0) ++unlisted;
+            for (const double high : {3.0, -500.0})
+                compareAnswer(both, {V(triangle[0].x, high, triangle[0].z), V(0, -1, 0)}, counts);
+            if (HasFatalFailure()) return;
+        }
+        compareRays(both, random, 100, counts);
+        if (HasFatalFailure()) return;
+    }
+    EXPECT_GT(unlisted, 0u);
+    EXPECT_GT(counts.hit, 500);
+}
+
 /// Copied, moved, assigned and rebuilt trees answer after the tree they come from is gone.
 TEST(GroundTreeEqual, CopiesStandOnTheirOwn) {
     PinnedRandom random(kSeed + 3);

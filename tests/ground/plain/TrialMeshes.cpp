@@ -242,6 +242,89 @@ util::CMesh few(PinnedRandom& random) {
     return random.chance(0.5) ? lattice(random, triangles) : soup(random, triangles);
 }
 
+util::CMesh stacked(PinnedRandom& random, int triangles) {
+    const int count = 2 + static_cast<int>(pick(random, random.chance(0.3) ? 80 : 8));
+    const double apart = random.chance(0.3) ? 0.0 : magnitude(random, -17.0, -3.0);
+    util::CMesh ground = terrain(random, std::max(4, triangles / count));
+    util::CMesh mesh;
+    for (int layer = 0; layer < count; ++layer) {
+        appendMesh(mesh, ground);
+        for (V& v : ground.vertices) v += V(0, apart, 0);
+    }
+    return mesh;
+}
+
+void addBody(util::CMesh& mesh, const V& low, const V& high) {
+    const auto corner = [&](unsigned i) {
+        return V((i & 4U) != 0 ? high.x : low.x, (i & 2U) != 0 ? high.y : low.y, (i & 1U) != 0 ? high.z : low.z);
+    };
+    constexpr std::array<std::array<unsigned, 4>, 6> kSides{
+        {{0, 1, 3, 2}, {4, 6, 7, 5}, {0, 4, 5, 1}, {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 5, 7, 3}}};
+    for (const auto& side : kSides) addQuad(mesh, corner(side[0]), corner(side[1]), corner(side[2]), corner(side[3]));
+}
+
+util::CMesh bodies(PinnedRandom& random, int triangles) {
+    util::CMesh mesh = random.chance(0.5) ? terrain(random, triangles / 2) : util::CMesh();
+    const bool exact = random.chance(0.5);
+    const auto number = [&](double most) {
+        return exact ? 0.5 * static_cast<double>(1 + pick(random, static_cast<std::size_t>(2.0 * most)))
+                     : random.in(0.1, most);
+    };
+    for (int i = std::max(1, triangles / 24); i > 0; --i) {
+        const V low = V{number(8), number(3), number(8)} - V(4, 2, 4);
+        addBody(mesh, low, low + V{number(4), number(2), number(4)});
+    }
+    return mesh;
+}
+
+util::CMesh longAcross(PinnedRandom& random, int triangles) {
+    const double spacing = gridSpacing(random);
+    const int cells = gridCells(random, triangles);
+    const double half = 0.5 * cells * spacing;
+    const util::CMesh ground = random.chance(0.5)
+                                   ? gridMesh(cells, spacing, [](double, double) { return 0.0; })
+                                   : gridMesh(cells, spacing, [&](double x, double z) { return 0.1 * x + 0.2 * z; });
+    std::vector<Triangle> list;
+    for (std::size_t left = 1 + pick(random, 12); left > 0; --left) {
+        const double slope = random.chance(0.3) ? 0.0 : 0.3;
+        const auto height = [&] { return random.in(-slope, slope) * half; };
+        const double thickness = random.chance(0.3) ? magnitude(random, -9.0, -1.0) : 1.0;
+        const V a{-half, height(), random.in(-half, half)};
+        const V b{half, height(), random.in(-half, half)};
+        list.push_back({a, b, a + 0.5 * (b - a) + thickness * V{random.in(-half, half), height(), half}});
+    }
+    util::CMesh mesh = meshOf(list);
+    if (random.chance(0.5)) {
+        appendMesh(mesh, ground);
+        return mesh;
+    }
+    util::CMesh groundFirst = ground;
+    appendMesh(groundFirst, mesh);
+    return groundFirst;
+}
+
+util::CMesh alone(PinnedRandom& random, int triangles) {
+    const std::size_t kinds = 1 + pick(random, 3);
+    const std::size_t copies = 1 + pick(random, static_cast<std::size_t>(std::max(1, std::min(triangles, 200) / 3)));
+    std::vector<Triangle> list;
+    for (std::size_t kind = 0; kind < kinds; ++kind) {
+        const double size = magnitude(random, -6.0, 0.5);
+        const V a = random.vector(3.0);
+        const V along = size * util::Normalized(random.vector(1.0));
+        const double width = size * magnitude(random, -12.0, 0.0);
+        const V aside = width * util::Normalized(random.vector(1.0));
+        const Triangle triangle{a, a + along, a + random.in(-0.2, 1.2) * along + aside};
+        const double apart = random.chance(0.5) ? 0.0 : size * magnitude(random, -16.0, -7.0);
+        for (std::size_t copy = 0; copy < copies; ++copy) {
+            list.push_back(triangle);
+            for (V& v : list.back()) v += random.vector(apart);
+        }
+    }
+    util::CMesh mesh = meshOf(list);
+    mesh.vertices.insert(mesh.vertices.end(), {V(-5, -5, -5), V(5, 5, 5)});
+    return mesh;
+}
+
 using Face = std::array<int, 3>;
 
 std::vector<Face> facesOf(const util::CMesh& mesh) {
@@ -384,9 +467,10 @@ void applyOnce(PinnedRandom& random, Twist twist, util::CMesh& mesh) {
     }
 }
 
-constexpr std::array kShapeNames{"terrain",  "flat", "tilted plane", "walls",         "kerbs", "overhangs",
-                                 "layers",   "soup", "lattice",      "sphere",        "cube",  "slivers",
-                                 "one huge", "fan",  "all the same", "unequal parts", "few"};
+constexpr std::array kShapeNames{"terrain",  "flat",        "tilted plane", "walls",         "kerbs", "overhangs",
+                                 "layers",   "soup",        "lattice",      "sphere",        "cube",  "slivers",
+                                 "one huge", "fan",         "all the same", "unequal parts", "few",   "stacked",
+                                 "bodies",   "long across", "alone"};
 static_assert(kShapeNames.size() == static_cast<std::size_t>(Shape::count));
 
 constexpr std::array kTwistNames{"shuffled",    "doubled",         "collapsed",      "axes swapped", "turned",
@@ -415,6 +499,10 @@ util::CMesh meshOfShape(PinnedRandom& random, Shape shape, int triangles) {
         case Shape::allTheSame: return allTheSame(random, triangles);
         case Shape::unequalParts: return unequalParts(random, triangles);
         case Shape::few: return few(random);
+        case Shape::stacked: return stacked(random, triangles);
+        case Shape::bodies: return bodies(random, triangles);
+        case Shape::longAcross: return longAcross(random, triangles);
+        case Shape::alone: return alone(random, triangles);
         case Shape::count: break;
     }
     return {};

@@ -26,6 +26,10 @@ enum class Shape {
     allTheSame,
     unequalParts,  ///< each a fraction of the size of the one before
     few,           ///< too few for a split, or just enough
+    stacked,       ///< one ground many times, hardly apart, so that a line meets many of it
+    bodies,        ///< closed ones, on a ground and through each other
+    longAcross,    ///< among many small ones, some that lie across all of them
+    alone,         ///< a few, often slivers, again and again, in a box that is wider than they are
     count
 };
 

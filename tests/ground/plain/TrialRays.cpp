@@ -33,12 +33,14 @@ double share(PinnedRandom& random) {
     return random.chance(0.6) ? 0.125 * static_cast<double>(pick(random, 9)) : random.in(0.0, 1.0);
 }
 
-void collectBoxes(const plain::PlainGroundTree& root, std::vector<plain::AxisBox>& boxes) {
+void collectBoxes(const plain::PlainGroundTree& root, std::vector<plain::AxisBox>& boxes,
+                  std::vector<const plain::PlainGroundTree*>& leaves) {
     std::vector<const plain::PlainGroundTree*> pending{&root};
     while (!pending.empty() && boxes.size() < kMaxBoxes) {
         const plain::PlainGroundTree* node = pending.back();
         pending.pop_back();
         boxes.push_back({node->vMin, node->vMax});
+        if (node->aChildren.empty()) leaves.push_back(node);
         for (const plain::PlainGroundTree& child : node->aChildren) pending.push_back(&child);
     }
 }
@@ -83,7 +85,7 @@ V hostileVector(PinnedRandom& random) {
 }  // namespace
 
 TrialRays::TrialRays(const plain::PlainGroundTree& tree) : m_tree(tree) {
-    collectBoxes(tree, m_boxes);
+    collectBoxes(tree, m_boxes, m_leaves);
     const V size = tree.vMax - tree.vMin;
     m_size = std::max({size.x, size.y, size.z});
     if (!(m_size > 0.0 && m_size < kInfinity)) m_size = 1.0;
@@ -200,10 +202,98 @@ TrialRay TrialRays::residueRay(PinnedRandom& random) const {
     return ray;
 }
 
+TrialRay TrialRays::borderRay(PinnedRandom& random) const {
+    const plain::AxisBox box = this->box(random);
+    const V size = box.vMax - box.vMin;
+    V at;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double eighths = 0.125 * static_cast<double>(4 * pick(random, 3));
+        component(at, axis) = component(box.vMin, axis) + eighths * component(size, axis);
+        if (random.chance(0.2)) component(at, axis) = component(box.vMax, axis);
+        if (random.chance(0.3)) component(at, axis) = std::nextafter(component(at, axis), sign(random) * kInfinity);
+    }
+    TrialRay ray;
+    switch (pick(random, 5)) {
+        case 0: ray.direction = unitAxis(random); break;
+        case 1: {
+            // Along a diagonal of the cell or of one of its faces.
+            const double x = static_cast<double>(pick(random, 3)) - 1.0;
+            const double y = static_cast<double>(pick(random, 3)) - 1.0;
+            ray.direction = V(x * size.x, y * size.y, size.z);
+            break;
+        }
+        case 2:
+            ray.direction = random.vector(1.0);
+            component(ray.direction, pick(random, 3)) = sign(random) * 0.0;
+            break;
+        case 3: ray.direction = pointOfBox(random, this->box(random)) - at; break;
+        default: ray.direction = target(random, triangle(random)) - at; break;
+    }
+    ray.origin = at - distance(random) * ray.direction;
+    // What the line does not move along stays on the border.
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        if (component(ray.direction, axis) == 0.0) component(ray.origin, axis) = component(at, axis);
+    return ray;
+}
+
+TrialRay TrialRays::planeRay(PinnedRandom& random) const {
+    const plain::PlainGroundTree& leaf = *m_leaves[pick(random, m_leaves.size())];
+    const std::vector<V>& list = leaf.aTriangleVertices;
+    if (list.empty()) return aimedRay(random);
+    const std::size_t first = 3 * pick(random, list.size() / 3);
+    const V& a = list[first];
+    const V p = list[first + 1] - a;
+    const V q = list[first + 2] - a;
+    const V normal = util::Cross(p, q);
+    std::size_t widest = 0;
+    for (std::size_t axis = 1; axis < 3; ++axis)
+        if (std::fabs(component(normal, axis)) > std::fabs(component(normal, widest))) widest = axis;
+    V at = pointOfBox(random, {leaf.vMin, leaf.vMax});
+    if (component(normal, widest) != 0.0)
+        component(at, widest) -= util::Dot(normal, at - a) / component(normal, widest);
+    TrialRay ray;
+    const double u = random.chance(0.5) ? 0.125 * static_cast<double>(pick(random, 17)) - 1.0 : random.in(-1.0, 1.0);
+    ray.direction = u * p + (random.chance(0.5) ? random.in(-1.0, 1.0) : sign(random)) * q;
+    if (random.chance(0.4))
+        ray.direction += (util::Length(ray.direction) * magnitude(random, -17.0, -1.0)) * util::Normalized(normal);
+    ray.origin = at - distance(random) * ray.direction;
+    return ray;
+}
+
+TrialRay TrialRays::narrowlyPastRay(PinnedRandom& random) const {
+    const std::array<V, 3> aimed = triangle(random);
+    const std::size_t from = pick(random, 3);
+    const V p = aimed[(from + 1) % 3] - aimed[from];
+    const V q = aimed[(from + 2) % 3] - aimed[from];
+    const double longest = std::max({util::Length(p), util::Length(q), util::Length(q - p)});
+    const V cross = util::Cross(p, q);
+    const double fullness = util::Length(cross) / (longest * longest);
+    if (!(fullness > 0.0 && longest < kInfinity)) return aimedRay(random);
+    const V normal = util::Normalized(cross);
+    const V sides = std::array{p, q, q - p, util::Cross(normal, p)}[pick(random, 4)];
+    const V within = util::Normalized(random.chance(0.5) ? sides : random.in(-1.0, 1.0) * p + q);
+    // To the plane of the triangle.
+    const double angle = random.chance(0.5) ? magnitude(random, -3.5, 0.0) : magnitude(random, -9.0, 0.5);
+    const double sizes = random.chance(0.5) ? random.in(-3.0, 3.0) : sign(random);
+    const double away = sizes * m_size * (random.chance(0.3) ? magnitude(random, 0.0, 9.0) : 1.0);
+    const double rounding = 0x1p-53 * (std::fabs(away) + longest) / std::min(1.0, fullness * std::min(angle, 1.0));
+    const V aside = std::array{within, util::Cross(normal, within), util::Normalized(p + q)}[pick(random, 3)];
+    V at = aimed[from] + share(random) * p;
+    const double past = std::min(rounding * magnitude(random, -2.0, 1.5), 4.0 * m_size);
+    at += (sign(random) * past) * aside;
+    TrialRay ray;
+    ray.direction = within + (sign(random) * angle) * normal;
+    ray.origin = at - away * ray.direction;
+    return ray;
+}
+
 TrialRay TrialRays::ray(PinnedRandom& random) const {
-    switch (pick(random, 12)) {
+    switch (pick(random, 16)) {
         case 0: return grazingRay(random);
         case 1: return random.chance(0.3) ? residueRay(random) : grazingRay(random);
+        case 2: return borderRay(random);
+        case 3: return planeRay(random);
+        case 4: return narrowlyPastRay(random);
         default: return aimedRay(random);
     }
 }

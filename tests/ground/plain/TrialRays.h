@@ -25,6 +25,12 @@ class TrialRays {
     [[nodiscard]] TrialRay ray(PinnedRandom& random) const;
     /// Nearly along a face of a box, past one of its edges.
     [[nodiscard]] TrialRay grazingRay(PinnedRandom& random) const;
+    /// Through borders, corners and middles of cells of the tree, exactly or one step of doubles beside them.
+    [[nodiscard]] TrialRay borderRay(PinnedRandom& random) const;
+    /// In the plane of a triangle, or next to it, through the cell of a leaf that lists the triangle.
+    [[nodiscard]] TrialRay planeRay(PinnedRandom& random) const;
+    /// Past a triangle by about what the rounding of the exact test amounts to there.
+    [[nodiscard]] TrialRay narrowlyPastRay(PinnedRandom& random) const;
     /// The box of a node.
     [[nodiscard]] plain::AxisBox box(PinnedRandom& random) const;
     /// One of the tree's triangles; of none, zeros.
@@ -45,6 +51,7 @@ class TrialRays {
 
     const plain::PlainGroundTree& m_tree;
     std::vector<plain::AxisBox> m_boxes;
+    std::vector<const plain::PlainGroundTree*> m_leaves;
     double m_size;  ///< of the root's box
 };
 

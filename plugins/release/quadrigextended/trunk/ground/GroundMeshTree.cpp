@@ -1,7 +1,6 @@
 #include "ground/GroundMeshTree.h"
 
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 #include "ground/GroundSplitting.h"
@@ -30,17 +29,10 @@ bool isUsable(const util::CMesh& mesh, int face) {
     return true;
 }
 
-std::vector<std::uint32_t> numbersUpTo(std::size_t count) {
-    std::vector<std::uint32_t> numbers(count);
-    std::iota(numbers.begin(), numbers.end(), 0U);
-    return numbers;
-}
-
-std::vector<std::uint32_t> numbersOf(const std::vector<SplitEntry>& entries) {
-    std::vector<std::uint32_t> numbers;
-    numbers.reserve(entries.size());
-    for (const SplitEntry& entry : entries) numbers.push_back(entry.number());
-    return numbers;
+TriangleNumbers numbersOf(const std::vector<SplitEntry>& entries) {
+    TriangleNumbers::Packer numbers;
+    for (const SplitEntry& entry : entries) numbers.add(entry.number());
+    return numbers.take();
 }
 
 }  // namespace
@@ -78,6 +70,8 @@ void GroundMeshTreeNode::sortVertices(GroundTriangles& triangles) const {
             }
             vertex = places[vertex];
         }
+    // Vertices that no triangle names are gone.
+    sorted.shrink_to_fit();
     triangles.vertices.swap(sorted);
 }
 
@@ -110,8 +104,9 @@ std::shared_ptr<GroundTriangles> GroundMeshTreeNode::copyTriangles(const util::C
         for (int corner = 0; corner < 3; ++corner)
             corners[static_cast<std::size_t>(corner)] = static_cast<std::uint32_t>(mesh.getFaceVertex(face, corner));
     }
-    std::vector<std::uint32_t> numbers = numbersUpTo(triangles->corners.size());
-    aTriangleVertices = TriangleVertices(triangles, std::move(numbers));
+    triangles->corners.shrink_to_fit();
+    const auto count = static_cast<std::uint32_t>(triangles->corners.size());
+    aTriangleVertices = TriangleVertices(triangles, TriangleNumbers::upTo(count));
     return triangles;
 }
 
@@ -127,7 +122,7 @@ void GroundMeshTreeNode::subdivide(int depth) {
 void GroundMeshTreeNode::split(const GroundSplitting& splitting, std::vector<SplitEntry> entries, int depth) {
     if (entries.size() < kMinTrianglesToSplit) return;
     std::vector<SplitCell> cells = splitting.cellsOf({vMin, vMax}, entries);
-    entries = {};
+    entries = std::vector<SplitEntry>();  // empty braces would keep the memory
     aChildren.resize(cells.size());
     for (std::size_t i = 0; i < cells.size(); ++i) {
         GroundMeshTreeNode& child = aChildren[i];
@@ -146,9 +141,8 @@ bool GroundMeshTreeNode::rayQuery(const Vector3<double>& origin, const Vector3<d
     if (answer == GroundRayIndex::Answer::unknown && !walk(origin, direction, found)) return false;
     t = found.t;
     if (!normal) return true;
-    const auto& vertices = aTriangleVertices.all()->vertices;
-    const Vector3<double>& a = vertices[found.corners[0]];
-    *normal = util::Normalized(util::Cross(vertices[found.corners[1]] - a, vertices[found.corners[2]] - a));
+    const Vector3<double>& a = *found.corners[0];
+    *normal = util::Normalized(util::Cross(*found.corners[1] - a, *found.corners[2] - a));
     return true;
 }
 
@@ -170,7 +164,7 @@ bool GroundMeshTreeNode::walkLeaf(const Vector3<double>& origin, const Vector3<d
         if (!lineMeetsTriangle(all.corner(number, 0), all.corner(number, 1), all.corner(number, 2), origin, direction,
                                found.t))
             continue;
-        found.corners = all.corners[number];
+        found.corners = {&all.corner(number, 0), &all.corner(number, 1), &all.corner(number, 2)};
         return true;
     }
     return false;

@@ -57,6 +57,9 @@ class GroundMeshTreeNode {
     bool rayQuery(const util::Vector3<double>& origin, const util::Vector3<double>& direction, double& t,
                   util::Vector3<double>* normal) const;
 
+    /// Of the root of a tree that was built from a mesh; null for others, and where sizes rule it out.
+    [[nodiscard]] const GroundRayIndex* index() const { return m_index.get(); }
+
   private:
     void setBoxFrom(const util::CMesh& mesh);
     [[nodiscard]] std::shared_ptr<GroundTriangles> copyTriangles(const util::CMesh& mesh);

@@ -3,9 +3,11 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "ground/GroundRayTables.h"
+#include "ground/GroundTriangles.h"
 
 namespace ond::ovs::addon {
 
@@ -19,15 +21,26 @@ class GroundRayIndexBuilder {
     [[nodiscard]] bool build(const GroundMeshTreeNode& root);
 
   private:
-    /// A triangle of a leaf while its group is made into boxes. Relative to the middle of the mesh.
-    struct Item {
-        std::array<float, 3> low;
-        std::array<float, 3> high;
-        std::array<float, 3> normal;  ///< unit length, turned to the positive side of its group's axis
-        std::uint32_t number;
+    /// A box, relative to the middle of the mesh.
+    struct Box {
+        AxisFloats low;
+        AxisFloats high;
     };
-    using Items = std::vector<Item>;
-    /// A node of the tree with its number in `cells`.
+    /// A triangle on its way into the boxes.
+    struct Item {
+        std::array<float, 3> middle;  ///< of its box, twice that
+        std::uint32_t number;         ///< in the ground
+    };
+    /// What a triangle is like.
+    struct Shape {
+        Box box;
+        AxisFloats middle;             ///< of it, twice that
+        util::Vector3<double> normal;  ///< unit length, turned to the positive side of its group's axis
+        double longest;                ///< side, squared
+        std::uint32_t number;          ///< in the ground
+        std::size_t group;             ///< 0 to 2, or kOdd for one that only the exact test can tell about
+    };
+    /// A node of the ground's tree with its number in `cells`.
     struct Branch {
         const GroundMeshTreeNode* node;
         std::uint32_t cell;
@@ -37,53 +50,98 @@ class GroundRayIndexBuilder {
         util::Vector3<double> axis;
         double width;  ///< radians; above a right angle for all directions
     };
-    /// What has been made of a node of the tree.
+    /// What has been made of some triangles.
     struct Added {
         std::uint32_t child;
-        std::array<float, 3> low;  ///< box of the triangles
-        std::array<float, 3> high;
+        Box box;    ///< around them
+        Box cells;  ///< around the cells of all leaves that list one of them
         Cone cone;
     };
-    static constexpr int kOdd = 3;
+    /// A leaf that lists a triangle which an earlier one lists, too.
+    struct Further {
+        std::uint32_t triangle;
+        std::uint32_t leaf;
+    };
+    /// How many may be on one side of a cut.
+    struct Range {
+        std::size_t least;
+        std::size_t most;
+    };
+    static constexpr std::size_t kOdd = 3;
+    /// Triangles in a group of eight on average, where that is free; some lanes stay empty so that groups can be cut
+    /// where they overlap least.
+    static constexpr std::size_t kMean = 7;
+    /// Triangles whose groups stand together under one set of boxes.
+    static constexpr std::ptrdiff_t kMostLast = 128;
 
     [[nodiscard]] bool isModerate() const;
+    [[nodiscard]] bool isThick(const AxisBox& box) const;
+    [[nodiscard]] AxisFloats relative(const util::Vector3<double>& point) const;
+
+    // The cells of the tree and the ways to its leaves.
     [[nodiscard]] std::uint32_t addCell(const GroundMeshTreeNode& node, std::uint32_t parent);
-    [[nodiscard]] Added addNode(const Branch& branch);
-    /// Up to eight nodes that make up an inner node, in the order of the tree.
+    /// What stands for it in `cellBoxes`.
+    [[nodiscard]] std::uint32_t addNode(const Branch& branch);
+    /// Up to eight nodes that make up a node, in the order of the tree.
     [[nodiscard]] std::vector<Branch> branchesOf(const Branch& branch);
-    [[nodiscard]] Added addInner(const Branch& branch);
-    [[nodiscard]] Added addLeaf(const GroundMeshTreeNode& node, std::uint32_t cell);
+    [[nodiscard]] std::uint32_t addInner(const Branch& branch);
+    [[nodiscard]] std::uint32_t addLeaf(const Branch& branch);
     /// The path from a cell up.
     [[nodiscard]] GroundPath pathOf(std::uint32_t cell);
     /// The same in `paths`, made if there is none.
     [[nodiscard]] std::uint32_t addPath(std::uint32_t cell);
-    /// Makes triangles a part of the last leaf.
-    void addPart(Item* first, Item* last, Added& leaf);
-    /// Makes one of the groups parts of the last leaf, as many as can be or as `most` allows: 1, 2, 4 or 8.
-    void addParts(Items& items, std::size_t most, Added& leaf);
-    [[nodiscard]] std::uint32_t addBoxes(Item* first, Item* last);
-    [[nodiscard]] std::uint32_t addTriangles(const Item* first, const Item* last);
-    /// Sorts the upper half of the items, along the axis on which they spread most, behind the lower.
-    [[nodiscard]] static Item* halve(Item* first, Item* last);
-    /// The group of a triangle, 0 to 2, or kOdd for one that is to be tested always.
-    [[nodiscard]] int groupOf(std::uint32_t number, Item& item) const;
+    /// Of a cell; every line may meet those that are too thin to tell.
+    [[nodiscard]] Box boxOfCell(const AxisBox& cell) const;
+    /// Makes the lists of triangles that several leaves list.
+    void addShared();
 
-    [[nodiscard]] static Cone coneOf(const Item* first, const Item* last);
+    // The triangles.
+    void addTriangles();
+    [[nodiscard]] Shape shapeOf(std::uint32_t number) const;
+    [[nodiscard]] Added addItems(Item* first, Item* last, bool isOdd);
+    /// Makes up to kMostLast triangles boxes of up to eight triangles each.
+    [[nodiscard]] Added addLast(const Item* first, const Item* last, bool isOdd);
+    /// @param first, last places in `m_shapes`
+    [[nodiscard]] Added addEight(const std::uint8_t* first, const std::uint8_t* last, bool isOdd);
+    /// Brings places of `m_shapes` in the order of their middles as far as it counts for a cut in a range.
+    void sortAlong(std::size_t axis, std::uint8_t* first, const Range& range, std::size_t count) const;
+    [[nodiscard]] Box boxOf(const std::uint8_t* first, const std::uint8_t* last) const;
+    /// Parts of up to eight: where each begins.
+    void cutLast(std::uint8_t* first, std::uint8_t* last, std::uint8_t** begins, std::size_t parts);
+    void setCorners(EightTriangles& eight, int lane, std::uint32_t number) const;
+    /// The place of a vertex of the ground among those of the eight triangles that are being added.
+    [[nodiscard]] std::uint8_t vertexOf(std::uint32_t vertex);
+    /// Parts with about as many items each: where each begins.
+    static void cut(Item* first, Item* last, std::ptrdiff_t parts, std::vector<Item*>& begins);
+    /// Boxes around nothing.
+    [[nodiscard]] std::uint32_t addBoxes();
+    /// Makes something the box at a place of the boxes with number `at`.
+    void addBox(std::uint32_t at, std::size_t place, const Added& added);
+    [[nodiscard]] Box cellsOf(std::uint32_t triangle) const;
+
+    [[nodiscard]] static Cone coneOf(const std::array<util::Vector3<double>, 8>& normals, std::size_t count);
     static void setCone(GroundCones& cones, int lane, const Cone& cone);
-    /// The least cone around both.
+    /// A narrow cone around both.
     [[nodiscard]] static Cone join(const Cone& a, const Cone& b);
     [[nodiscard]] static float leastSquare(const Cone& cone);
-    static void boxOf(const Item* first, const Item* last, std::array<float, 3>& low, std::array<float, 3>& high);
-    static void widen(Added& node, const std::array<float, 3>& low, const std::array<float, 3>& high);
-    [[nodiscard]] bool isThick(const AxisBox& box) const;
-    [[nodiscard]] std::array<float, 3> relative(const util::Vector3<double>& point) const;
+    [[nodiscard]] static Added nothingAdded();
+    [[nodiscard]] static std::size_t longestSide(const Box& box);
+    /// Half of the surface.
+    [[nodiscard]] static float areaOf(const Box& box);
+    static void widen(Box& box, const Box& other);
+    static void widen(Box& box, const AxisFloats& point);
+    static void widen(Added& all, const Added& other);
 
     GroundRayTables& m_tables;
-    bool m_isFull = false;  ///< more of something than can be numbered
-    std::array<Items, 3> m_groups;
-    std::uint32_t m_leaf = 0;            ///< the one that is being made
-    std::size_t m_parts = 0;             ///< of it so far
+    std::shared_ptr<const GroundTriangles> m_all;
     std::vector<std::uint32_t> m_paths;  ///< per cell, kEnd where there is none yet
+    std::vector<Box> m_leafCells;
+    std::vector<std::uint32_t> m_leafOf;  ///< per triangle, as EightTriangles names it; kNone in no leaf
+    std::vector<Further> m_further;
+    std::uint32_t m_nothing = 0;                 ///< what stands for no triangles
+    std::vector<Shape> m_shapes;                 ///< of those that are being made groups of eight
+    std::vector<std::uint32_t> m_vertexNumbers;  ///< of eight triangles
+    std::vector<util::Vector3<double>> m_vertices;
 };
 
 }  // namespace ond::ovs::addon

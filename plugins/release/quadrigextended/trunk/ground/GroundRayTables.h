@@ -2,24 +2,28 @@
 // can compare where the processor has lanes enough.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <vector>
 
-#include "ground/GroundTriangles.h"
 #include "ground/LargePages.h"
 #include "ground/LineTests.h"
+#include "ond/util/Vector3.h"
 
 namespace ond::ovs::addon {
 
 /// Eight single-precision numbers. Only for what rules things out with a margin: answers come from doubles.
 using EightFloats = float __attribute__((vector_size(32)));
+
+/// A single-precision number for each of x, y, z, and one that counts for nothing.
+using AxisFloats = float __attribute__((vector_size(16)));
 
 /// Eight axis-aligned boxes. Coordinates relative to the middle of the mesh, rounded to nearest.
 struct alignas(64) EightBoxes {
@@ -34,56 +38,109 @@ struct alignas(64) EightBoxes {
                 border[axis + 3][lane] = -kInfinity;
             }
     }
-    void set(int lane, const std::array<float, 3>& low, const std::array<float, 3>& high) {
+    void set(int lane, const AxisFloats& low, const AxisFloats& high) {
         for (std::size_t axis = 0; axis < 3; ++axis) {
             border[axis][lane] = low[axis];
             border[axis + 3][lane] = high[axis];
         }
     }
     /// Makes a box that every line may meet.
-    void setEverything(int lane) { set(lane, {-kInfinity, -kInfinity, -kInfinity}, {kInfinity, kInfinity, kInfinity}); }
+    void setEverything(int lane) { set(lane, AxisFloats{} - kInfinity, AxisFloats{} + kInfinity); }
     /// Makes a box that no line surely meets.
     void setUnsure(int lane) {
         constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-        set(lane, {nan, nan, nan}, {nan, nan, nan});
+        set(lane, AxisFloats{} + nan, AxisFloats{} + nan);
     }
 
   private:
     static constexpr float kInfinity = std::numeric_limits<float>::infinity();
 };
 
-/// Eight triangles, a lane each. Coordinates as above.
+/// Eight numbers of steps.
+using EightSteps = std::uint16_t __attribute__((vector_size(16)));
+using SixteenSteps = std::array<EightSteps, 2>;
+
+/// Where borders of boxes can be: in equal steps from the lower end of all triangles to the upper one, along each axis.
+/// Coordinates as above.
+struct GroundSteps {
+    static constexpr int kMost = 65535;
+
+    AxisFloats low{};
+    AxisFloats step{};
+
+    /// Around everything.
+    void set(const AxisFloats& from, const AxisFloats& to) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double wide = static_cast<double>(to[axis]) - static_cast<double>(from[axis]);
+            low[axis] = from[axis];
+            step[axis] = std::nextafter(static_cast<float>(wide / kMost), std::numeric_limits<float>::infinity());
+        }
+    }
+    /// The last step that is not above a coordinate.
+    [[nodiscard]] std::uint16_t below(std::size_t axis, float at) const {
+        return static_cast<std::uint16_t>(std::clamp(std::floor(stepsTo(axis, at)), 0.0, double{kMost}));
+    }
+    /// The first step that is not below a coordinate.
+    [[nodiscard]] std::uint16_t above(std::size_t axis, float at) const {
+        return static_cast<std::uint16_t>(std::clamp(std::ceil(stepsTo(axis, at)), 0.0, double{kMost}));
+    }
+
+  private:
+    [[nodiscard]] double stepsTo(std::size_t axis, float at) const {
+        return (static_cast<double>(at) - static_cast<double>(low[axis])) / static_cast<double>(step[axis]);
+    }
+};
+
+/// Eight triangles, a lane each, with what the exact test of each of them needs right behind.
 struct alignas(64) EightTriangles {
-    /// First corner, and from it to the second and to the third, along x, y, z.
+    /// First corner, and from it to the second and to the third, along x, y, z. Coordinates as above; not a number in a
+    /// lane without a triangle.
     std::array<EightFloats, 3> corner{};
     std::array<EightFloats, 3> second{};
     std::array<EightFloats, 3> third{};
-    /// Which triangles they are, for the exact test.
-    struct Name {
-        std::array<std::uint32_t, 3> corners{};  ///< in the vertices of the ground
-        std::uint32_t number = kNone;            ///< in its triangles; kNone in a lane without one
-    };
-    std::array<Name, 8> name{};
+    /// Which triangles of the ground they are; kNone in a lane without one.
+    std::array<std::uint32_t, 8> number{};
+    /// The leaf of the tree that lists it, in `leaves`; or kMany and where the list of such leaves is, in `shared`.
+    std::array<std::uint32_t, 8> leaf{};
+    /// Their corners, in `vertices`.
+    std::array<std::array<std::uint8_t, 3>, 8> corners{};
     /// Longest side of the eight.
     float longest = 0.0F;
 
     static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::uint32_t kMany = 1U << 31;
+
+    /// The exact corners, those that triangles have in common once, in the coordinates of the ground.
+    [[nodiscard]] const util::Vector3<double>* vertices() const {
+        return std::launder(reinterpret_cast<const util::Vector3<double>*>(this + 1));
+    }
 };
 
-/// What stands under a box: the two topmost bits tell the kind, the rest is the number, in `inner` or in `nodes`.
+/// What stands under a box: the two topmost bits tell the kind, the rest is the number.
 namespace ground_child {
 inline constexpr std::uint32_t kKind = 3U << 30;
-inline constexpr std::uint32_t kInner = 0U << 30;      ///< inner node of the tree
-inline constexpr std::uint32_t kLeaf = 1U << 30;       ///< leaf of the tree
-inline constexpr std::uint32_t kBoxes = 2U << 30;      ///< boxes below a leaf
-inline constexpr std::uint32_t kTriangles = 3U << 30;  ///< up to eight triangles of a leaf
-inline constexpr std::uint32_t kSafe = 1U << 29;       ///< on the way only: all normals below are safe with the line
-inline constexpr std::uint32_t kMost = kSafe - 1;      ///< largest number
+inline constexpr std::uint32_t kBoxes = 0U << 30;      ///< boxes, in `boxes` or `cellBoxes`
+inline constexpr std::uint32_t kTriangles = 1U << 30;  ///< up to eight triangles, in `triangles`
+inline constexpr std::uint32_t kOdd = 2U << 30;        ///< the same that only the exact test can tell about
+inline constexpr std::uint32_t kLeaf = 3U << 30;       ///< a leaf of the tree, in `leaves`
+inline constexpr unsigned kSafeBit = 29;
+inline constexpr std::uint32_t kSafe = 1U << kSafeBit;  ///< on the way only: all normals below are safe with the line
+inline constexpr std::uint32_t kMost = kSafe - 1;       ///< largest number
 }  // namespace ground_child
 
-/// Up to eight parts of what a node of the tree, or a box below a leaf, holds: the boxes of the triangles in each.
-struct GroundBoxes {
-    EightBoxes contents;
+/// Up to sixteen boxes around triangles with what stands under each.
+struct alignas(64) GroundBoxes {
+    static constexpr std::size_t kCount = 16;
+
+    /// Lower borders along x, y, z, then upper ones, in steps; a lane per box.
+    std::array<SixteenSteps, 6> border{};
+    /// Eight triangles that are none where there is no box.
+    std::array<std::uint32_t, kCount> child{};
+};
+
+/// Up to eight cells of the tree, with what stands under each.
+struct GroundCellBoxes {
+    EightBoxes cells;
     std::array<std::uint32_t, 8> child{};
 };
 
@@ -96,73 +153,53 @@ struct GroundCones {
     EightFloats leastSquare{-1.0F, -1.0F, -1.0F, -1.0F, -1.0F, -1.0F, -1.0F, -1.0F};
 };
 
-/// What is asked of an inner node of the tree while normals are not known to be safe.
+/// What is asked of half of sixteen boxes while the normals below are not known to be safe.
 struct GroundGuard {
     GroundCones cones;
-    EightBoxes cells;  ///< the children's
+    EightBoxes cells;  ///< around the cells of all leaves that list a triangle below
 };
 
-/// The cells of a leaf and of the seven nodes above it; the root's again where there are no more.
+/// The cells of a node of the tree and of the seven nodes above it; the root's again where there are no more.
 struct GroundPath {
     EightBoxes boxes;
-    std::uint32_t next = 0;  ///< the path of what is above these; kEnd when the root is among them
+    std::uint32_t next = 0;  ///< in `paths`, of what is above these; kEnd when the root is among them
+    std::uint32_t cell = 0;  ///< the node's, in `cells`
 
     static constexpr std::uint32_t kEnd = 0xffffffffU;
-};
-
-/// A leaf of the tree. Its parts hold triangles with similar normals.
-struct GroundLeaf {
-    GroundBoxes parts;
-    GroundPath path;
-    GroundCones cones;
-    /// Triangles that are tested always, in `odd`.
-    std::uint32_t firstOdd = 0;
-    std::uint32_t oddCount = 0;
-    /// In `cells`.
-    std::uint32_t cell = 0;
 };
 
 /// A node of the tree.
 struct GroundCell {
     AxisBox box;
-    std::uint32_t parent;  ///< its own number in the root
+    std::uint32_t parent;  ///< in `cells`; its own number in the root
 };
 
-/// Leaves of the tree, each with what is below it right behind it, so that a line that has come to a leaf finds the
-/// rest nearby. Numbered in units of 64 bytes.
-class GroundNodes {
+/// Triangles in groups of eight, in one piece. Numbered in units of 64 bytes.
+class GroundEights {
   public:
-    /// Adds a node; the number tells where.
-    template <typename Node>
-    [[nodiscard]] std::uint32_t add(const Node& node) {
-        static_assert(std::is_trivially_copyable_v<Node> && alignof(Node) <= sizeof(Unit));
+    /// The number tells where.
+    [[nodiscard]] std::uint32_t add(const EightTriangles& eight, const std::vector<util::Vector3<double>>& vertices) {
+        static_assert(std::is_trivially_copyable_v<EightTriangles> && sizeof(EightTriangles) % sizeof(Unit) == 0);
         const std::size_t at = m_units.size();
-        m_units.resize(at + unitsOf<Node>());
-        std::memcpy(m_units[at].bytes.data(), &node, sizeof(Node));
+        const std::size_t bytes = vertices.size() * sizeof(util::Vector3<double>);
+        m_units.resize(at + sizeof(EightTriangles) / sizeof(Unit) + (bytes + sizeof(Unit) - 1) / sizeof(Unit));
+        std::byte* memory = m_units[at].bytes.data();
+        std::memcpy(memory, &eight, sizeof eight);
+        if (bytes > 0) std::memcpy(memory + sizeof eight, vertices.data(), bytes);
         return static_cast<std::uint32_t>(at);
     }
-    /// @param number of a node of this kind
-    template <typename Node>
-    [[nodiscard]] const Node& at(std::uint32_t number) const {
-        return *std::launder(reinterpret_cast<const Node*>(m_units[number].bytes.data()));
+    [[nodiscard]] const EightTriangles& at(std::uint32_t number) const {
+        return *std::launder(reinterpret_cast<const EightTriangles*>(m_units[number].bytes.data()));
     }
-    /// The same, to be changed. Adding moves nodes.
-    template <typename Node>
-    [[nodiscard]] Node& at(std::uint32_t number) {
-        return *std::launder(reinterpret_cast<Node*>(m_units[number].bytes.data()));
+    [[nodiscard]] const char* address(std::uint32_t number) const {
+        return reinterpret_cast<const char*>(m_units[number].bytes.data());
     }
-    [[nodiscard]] const void* address(std::uint32_t number) const { return &m_units[number]; }
     [[nodiscard]] std::size_t size() const { return m_units.size(); }
-    void reserve(std::size_t units) { m_units.reserve(units); }
+    /// Room for so many triangles that share their corners as those of a surface do.
+    void reserveTriangles(std::size_t count) { m_units.reserve(count / 8 * 10 + 64); }
     /// Gives back what is not used, if it is much.
     void shrink() {
-        if (m_units.capacity() / 8 > m_units.size() / 7) m_units.shrink_to_fit();
-    }
-
-    /// How many units a node takes.
-    template <typename Node>
-    [[nodiscard]] static constexpr std::size_t unitsOf() {
-        return (sizeof(Node) + sizeof(Unit) - 1) / sizeof(Unit);
+        if (m_units.capacity() / 16 > m_units.size() / 15) m_units.shrink_to_fit();
     }
 
   private:
@@ -173,17 +210,40 @@ class GroundNodes {
 };
 
 struct GroundRayTables {
-    std::shared_ptr<const GroundTriangles> all;
-    std::vector<GroundBoxes> inner;   ///< inner nodes of the tree
-    std::vector<GroundGuard> guards;  ///< of `inner`
-    GroundNodes nodes;                ///< leaves and what is below them
-    std::vector<std::uint32_t> odd;
-    std::vector<GroundCell> cells;
-    std::vector<GroundPath> paths;  ///< above those of leaves
+    /// A tree of boxes over all triangles that the leaves of the ground's tree list, each triangle once.
+    GroundSteps steps;
+    std::vector<GroundBoxes, LargePages<GroundBoxes>> boxes;
+    std::vector<std::array<GroundGuard, 2>, LargePages<std::array<GroundGuard, 2>>> guards;  ///< of `boxes`
+    GroundEights triangles;
     std::uint32_t root = 0;
+    /// How many leaves, then which, ascending: of triangles that more than one leaf lists.
+    std::vector<std::uint32_t> shared;
+    /// The way to each leaf, in the order of the walk.
+    std::vector<GroundPath, LargePages<GroundPath>> leaves;
+    std::vector<GroundPath> paths;  ///< above those of leaves
+    /// The cells of the ground's tree, in its order.
+    std::vector<GroundCellBoxes> cellBoxes;
+    std::uint32_t cellRoot = 0;
+    std::vector<GroundCell> cells;
     util::Vector3<double> middle;
     double radius = 0.0;  ///< half the longest side of the root
     double offset = 0.0;  ///< largest coordinate of the middle
 };
+
+namespace ground_line {
+/// Lines that run along an axis by less than this, but not by nothing, are left to the walk: their determinants with
+/// faces of boxes may be below the smallest normal number.
+inline constexpr double kLeastSlope = 1e-200;
+/// In half sizes of the mesh: from there on the origin of a line is far.
+inline constexpr double kFar = 4.0;
+
+/// Distance within which single precision cannot tell whether a line meets something: for its own rounding, for that of
+/// the exact tests at the distance of the line's origin, and for that of the corners of boxes.
+/// @param size half the mesh, and how far the point is from which the line is told
+/// @param distance of the line's origin
+[[nodiscard]] inline double marginAt(const GroundRayTables& tables, double size, double distance) {
+    return 0x1p-20 * size + 0x1p-24 * (distance + tables.radius) + 0x1p-46 * tables.offset;
+}
+}  // namespace ground_line
 
 }  // namespace ond::ovs::addon

@@ -92,6 +92,16 @@ bool lineMeetsBox(const AxisBox& box, const Vector3<double>& origin, const Vecto
     return met;
 }
 
+// Faces across y first: grounds lie flat.
+bool lineMeetsBox(const AxisBox& box, const Vector3<double>& origin, const Vector3<double>& direction) {
+    const std::array<BoxFace, 6> faces = facesOfBox(box);
+    for (const std::size_t face : {2U, 5U, 0U, 3U, 1U, 4U}) {
+        double t = 0.0;
+        if (lineMeetsParallelogram(faces[face], origin, direction, t)) return true;
+    }
+    return false;
+}
+
 bool boxContainsCorner(const AxisBox& box, const Vector3<double>& a, const Vector3<double>& b,
                        const Vector3<double>& c) {
     return boxContains(box, a) || boxContains(box, b) || boxContains(box, c);

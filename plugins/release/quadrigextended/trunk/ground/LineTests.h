@@ -55,6 +55,10 @@ struct BoxFace {
 [[nodiscard]] bool lineMeetsBox(const AxisBox& box, const util::Vector3<double>& origin,
                                 const util::Vector3<double>& direction, double& t);
 
+/// Whether there is a `t`; faces that are looked at first decide it alone.
+[[nodiscard]] bool lineMeetsBox(const AxisBox& box, const util::Vector3<double>& origin,
+                                const util::Vector3<double>& direction);
+
 /// A corner of the triangle lies in the box.
 [[nodiscard]] bool boxContainsCorner(const AxisBox& box, const util::Vector3<double>& a, const util::Vector3<double>& b,
                                      const util::Vector3<double>& c);
