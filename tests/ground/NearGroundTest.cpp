@@ -79,6 +79,27 @@ class Fan {
     void cast(const std::vector<V>& origins, const V& rise, const std::vector<V>& directions, Tally& tally) {
         m_near.beginFan(m_reach);
         for (const V& direction : directions) m_near.addDirection(direction, m_length);
+        castFan(origins, rise, directions, tally);
+    }
+
+    /// The same of a fan that is given as a whole.
+    void castTurned(const std::vector<V>& origins, const V& rise, const V& axle, const V& down, int perSide,
+                    double step, Tally& tally) {
+        FanAngles angles;
+        std::vector<V> directions;
+        for (int j = -perSide; j <= perSide; ++j) {
+            const double sine = std::sin(0.5 * j * step);
+            const double cosine = std::cos(0.5 * j * step);
+            angles.add(sine, cosine);
+            directions.push_back(
+                Normalized(Rotate(util::Quat<double>(sine * axle.x, sine * axle.y, sine * axle.z, cosine), down)));
+        }
+        m_near.beginFan(m_reach, m_length, angles, down, Dot(axle, down) * axle, Cross(axle, down));
+        castFan(origins, rise, directions, tally);
+    }
+
+  private:
+    void castFan(const std::vector<V>& origins, const V& rise, const std::vector<V>& directions, Tally& tally) {
         V low = origins.front();
         V high = low;
         for (const V& origin : origins)
@@ -95,19 +116,24 @@ class Fan {
             for (const double part : {0.0, 0.37, 1.0}) {
                 const V start = origin + part * rise;
                 ASSERT_TRUE(m_near.startFrom(start));
-                for (const V& direction : directions)
-                    for (const bool allFarAlike : {false, true}) compare(start, direction, allFarAlike, tally);
+                std::size_t next = m_near.nextThatCouldHit(0);
+                for (std::size_t ray = 0; ray < directions.size(); ++ray) {
+                    EXPECT_EQ(next == ray, m_near.couldHit(ray));
+                    for (const bool allFarAlike : {false, true})
+                        compare(start, ray, directions[ray], allFarAlike, tally);
+                    if (next == ray) next = m_near.nextThatCouldHit(ray + 1);
+                }
+                EXPECT_EQ(next, directions.size());
             }
         }
     }
 
-  private:
-    void compare(const V& origin, const V& direction, bool allFarAlike, Tally& tally) {
+    void compare(const V& origin, std::size_t ray, const V& direction, bool allFarAlike, Tally& tally) {
         double t = -1.0;
         V normal(7, 7, 7);
         double wholeT = -1.0;
         V wholeNormal(7, 7, 7);
-        const auto answer = m_near.cast(direction, m_length, allFarAlike, t, normal);
+        const auto answer = m_near.cast(ray, direction, m_length, allFarAlike, t, normal);
         const bool hit = m_world.cast(origin, direction, m_length, wholeT, wholeNormal);
         switch (answer) {
             case NearGround::Answer::hit:
@@ -165,9 +191,13 @@ class NearGroundTest : public testing::Test {
             ++tally.refused;
             return;
         }
-        Fan(world, near, reach, random.chance(0.5) ? 1200.0 * reach : 3.0e3 * cell)
-            .cast({origin - width * axle, origin, origin + width * axle}, rise,
-                  fanOfDirections(axle, down, 1 + static_cast<int>(random.bits() % 5), step), tally);
+        const int perSide = 1 + static_cast<int>(random.bits() % 5);
+        const std::vector<V> origins{origin - width * axle, origin, origin + width * axle};
+        Fan fan(world, near, reach, random.chance(0.5) ? 1200.0 * reach : 3.0e3 * cell);
+        if (random.chance(0.5))
+            fan.cast(origins, rise, fanOfDirections(axle, down, perSide, step), tally);
+        else
+            fan.castTurned(origins, rise, axle, down, perSide, step, tally);
     }
 
     ~NearGroundTest() override {
@@ -323,6 +353,7 @@ TEST_F(NearGroundTest, NumbersThatRanAwayAreRefused) {
     EXPECT_FALSE(gathers({0, -2, 0}, 0.25, 300.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, nan, 300.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.0, 300.0, {0, 1, 0}));
+    EXPECT_FALSE(gathers({0, -1, 0}, 1e-200, 300.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.25, -1.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.25, 0.2, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.25, 300.0, {0, nan, 0}));

@@ -5,6 +5,8 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#else
+#include <cmath>
 #endif
 
 namespace ond::ovs::addon {
@@ -37,6 +39,20 @@ using FourMasks = int __attribute__((vector_size(16)));
 [[nodiscard]] inline FourFloats withSignOf(FourFloats sign, FourFloats value) {
     const FourMasks top = reinterpret_cast<FourMasks>(allFour(-0.0F));
     return reinterpret_cast<FourFloats>(reinterpret_cast<FourMasks>(value) ^ (reinterpret_cast<FourMasks>(sign) & top));
+}
+
+/// `value` without its sign.
+[[nodiscard]] inline FourFloats sizeOf(FourFloats value) {
+    const FourMasks top = reinterpret_cast<FourMasks>(allFour(-0.0F));
+    return reinterpret_cast<FourFloats>(reinterpret_cast<FourMasks>(value) & ~top);
+}
+
+[[nodiscard]] inline FourFloats squareRoot(FourFloats value) {
+#if defined(__SSE2__)
+    return _mm_sqrt_ps(value);
+#else
+    return FourFloats{std::sqrt(value[0]), std::sqrt(value[1]), std::sqrt(value[2]), std::sqrt(value[3])};
+#endif
 }
 
 /// Lane by lane `a` where the mask holds, else `b`.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <new>
 
 #if defined(__linux__)
@@ -44,5 +45,14 @@ struct LargePages {
         return std::align_val_t{count * sizeof(T) >= kLarge ? kPage : alignof(T)};
     }
 };
+
+/// Asks for large pages where they fit into an array that was allocated elsewhere and not written yet. Only a hint.
+inline void adviseLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
+#if defined(__linux__)
+    constexpr std::size_t kPage = LargePages<char>::kPage;
+    if (std::align(kPage, kPage, memory, bytes) != nullptr)
+        static_cast<void>(madvise(memory, bytes / kPage * kPage, MADV_HUGEPAGE));
+#endif
+}
 
 }  // namespace ond::ovs::addon

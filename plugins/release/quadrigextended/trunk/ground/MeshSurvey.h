@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ground/BulletLibrary.h"
+#include "ground/LeafTree.h"
 
 namespace ond::ovs::addon {
 
@@ -38,8 +39,8 @@ class MeshSurvey {
     [[nodiscard]] double longestEdge() const { return m_longestEdge; }
     /// Leaves of the shape's tree, in the order of its nodes.
     [[nodiscard]] const std::vector<int>& outliers() const { return m_outliers; }
-    /// Number of nodes of the shape's tree.
-    [[nodiscard]] int numNodes() const { return m_numNodes; }
+    /// Triangles by place. Every box is taken to overlap the outliers.
+    [[nodiscard]] const LeafTree& leaves() const { return m_leaves; }
 
     [[nodiscard]] const btVector3& corner(int triangle, int i) const { return m_corners[m_indices[3 * triangle + i]]; }
 
@@ -71,6 +72,7 @@ class MeshSurvey {
     double m_extent = 0.0;
     double m_longestEdge = 0.0;
     std::vector<int> m_outliers;
+    LeafTree m_leaves;
 };
 
 /// Longest edge, squared.

@@ -4,6 +4,9 @@
 #include <cstddef>
 #include <vector>
 
+#include "ground/LeafTree.h"
+#include "ground/NearTriangles.h"
+#include "ground/RayFan.h"
 #include "ond/util/Vector3.h"
 
 class btDynamicsWorld;
@@ -37,8 +40,11 @@ class NearGround {
     /// @param reach how far a hit is near; positive
     void beginFan(double reach);
     /// @param direction of unit length
-    /// @param length of the rays along it
+    /// @param length of the ray along it
     void addDirection(const Vector& direction, double length);
+    /// Starts a fan with its rays, see RayFan::turn(). Their lengths may differ from `length` by rounding.
+    void beginFan(double reach, double length, const FanAngles& angles, const Vector& straight, const Vector& alongAxle,
+                  const Vector& aside);
 
     /// Where a ray that is no part of the fan looks for ground.
     struct Column {
@@ -50,7 +56,7 @@ class NearGround {
     /// could hit within it, if there is one; false when that is too much or the numbers are too large.
     [[nodiscard]] bool gather(const Vector& low, const Vector& high, const Column* column = nullptr);
     /// Casts a ray from the top of the gathered column to its bottom and beyond. False when what is at hand does not
-    /// tell its nearest hit.
+    /// tell its nearest hit. Ahead of narrow(), which then has to follow.
     /// @param direction from top to bottom, of unit length
     /// @param t,normal as the ray caster on the physics world would have them; set if true
     [[nodiscard]] bool castDown(const Vector& direction, double length, double& t, Vector& normal);
@@ -59,10 +65,20 @@ class NearGround {
     /// From where the next rays start. False when what is at hand does not do for rays from there: gather anew.
     [[nodiscard]] bool startFrom(const Vector& origin);
 
-    /// Casts a ray of the fan from there.
+    /// Whether ray number `ray` of the fan could hit something within reach from there. False is certain.
+    [[nodiscard]] bool couldHit(std::size_t ray) {
+        if (ray / 4 != m_group) lookAtGroup(ray / 4);
+        return (m_couldHit >> (ray % 4) & 1U) != 0;
+    }
+    /// The first such ray from number `ray` on; behind the last one if there is none.
+    [[nodiscard]] std::size_t nextThatCouldHit(std::size_t ray);
+    /// Casts that ray from there.
+    /// @param direction of unit length, exactly as the ray caster on the physics world would take it
+    /// @param length of the ray
     /// @param allFarAlike whether hits beyond the reach and misses are all one
     /// @param t,normal as the ray caster on the physics world would have them; set with Answer::hit only
-    [[nodiscard]] Answer cast(const Vector& direction, double length, bool allFarAlike, double& t, Vector& normal);
+    [[nodiscard]] Answer cast(std::size_t ray, const Vector& direction, double length, bool allFarAlike, double& t,
+                              Vector& normal);
 
   private:
     /// A body of the world.
@@ -73,29 +89,11 @@ class NearGround {
         Vector low;  ///< box of the body
         Vector high;
     };
-    /// A triangle that could be hit nearby. Coordinates relative to `m_centre`.
+    /// A triangle that could be hit nearby.
     struct Candidate {
-        std::size_t body;  ///< in `m_bodies`
-        int node;          ///< in the tree of the body
+        std::size_t body;       ///< in `m_bodies`
+        LeafTree::Place place;  ///< of its leaf in the tree of the body
         int triangle;
-        bool sound;
-        Vector corners[3];
-        Vector normal;  ///< as long as the triangle's doubled area
-        double squaredEdge;
-        double edge;  ///< the longest one
-        Vector low;   ///< box that a hit lies in, its margins included
-        Vector high;
-        double leastAcross;  ///< range of a hit along `m_across`
-        double mostAcross;
-    };
-    /// A candidate as it lies to the origin of rays: products of a direction with these tell where a ray passes.
-    struct Facing {
-        const Candidate* candidate;
-        Vector normal;
-        double distance;     ///< of the origin from the plane, times the length of the normal
-        Vector edges[2];     ///< normals of the planes through the origin and an edge
-        double planeMargin;  ///< for comparisons with `distance`
-        double edgeMargin;   ///< for comparisons with products of `edges`
     };
     class Nearest;
 
@@ -108,31 +106,26 @@ class NearGround {
     void forEachLeaf(std::size_t body, const Box* boxes, Visit visit) const;
     template <std::size_t kBoxes>
     [[nodiscard]] bool collectLeaves(std::size_t body, const Box* boxes);
-    void addCandidate(std::size_t body, int node, int triangle);
+    void addCandidate(std::size_t body, LeafTree::Place place, int triangle, bool isOutlier);
+    void testCandidate(Nearest& nearest, std::size_t narrowed) const;
     [[nodiscard]] double marginOf(std::size_t body) const;
+    void faceColumn();
     [[nodiscard]] bool covers(const Vector& origin) const;
-    void face(const Candidate& candidate, const Vector& origin, Facing& facing) const;
-    void faceNear();
-    [[nodiscard]] Answer castFrom(std::size_t first, const Vector& direction, double length, bool allFarAlike,
-                                  double& t, Vector& normal);
+    void lookAtGroup(std::size_t group);
+    [[nodiscard]] Answer castNear(std::size_t ray, const Vector& direction, double length, bool allFarAlike, double& t,
+                                  Vector& normal);
     [[nodiscard]] Answer castFar(const Vector& direction, double length);
     [[nodiscard]] bool takeHit(const Nearest& nearest, double length, double limit, double& t, Vector& normal) const;
     [[nodiscard]] bool hitsGathered(const Vector& direction, double length);
     [[nodiscard]] bool hitsFartherOn(const Vector& direction, double length) const;
-    [[nodiscard]] bool isNear(const Candidate& candidate, const Vector& origin) const;
-    [[nodiscard]] bool isAside(const Candidate& candidate, const Vector& origin, const Vector& direction) const;
-    [[nodiscard]] bool couldHit(const Facing& facing, const Vector& direction, double limit) const;
-    [[nodiscard]] bool isSurelyVisited(std::size_t body, int node, const btVector3& point) const;
-    [[nodiscard]] Vector planeOfFan() const;
+    [[nodiscard]] bool isSurelyVisited(std::size_t body, LeafTree::Place place, const btVector3& point) const;
 
     std::vector<Body> m_bodies;
     double m_extent = 0.0;  ///< largest coordinate of the bodies
     double m_room = 0.0;    ///< see MeshSurvey
     double m_reach = 0.0;
     double m_length = 0.0;  ///< of the longest ray
-    std::vector<Vector> m_directions;
-    Vector m_lowest;  ///< of the directions and zero, by axis
-    Vector m_highest;
+    RayFan m_fan;
     bool m_regularFan = false;
     Vector m_low;  ///< box of the origins
     Vector m_high;
@@ -141,25 +134,23 @@ class NearGround {
     Column m_column;
     bool m_hasColumn = false;
     struct Leaf {
-        int node;
+        LeafTree::Place place;
         int triangle;
+        bool isOutlier;
     };
     std::vector<Leaf> m_leaves;           ///< of the body that is being gathered from
-    std::vector<Candidate> m_candidates;  ///< as many as there can be, of which the first are in use; so the next ones
-    std::size_t m_numCandidates = 0;
+    std::vector<Candidate> m_candidates;  ///< numbered as the next ones
+    NearTriangles m_triangles;
     Vector m_across;          ///< unit, about perpendicular to the rays
     double m_nearSide = 0.0;  ///< range of the origins along it, relative to the centre
     double m_farSide = 0.0;
     double m_leastAcross = 0.0;  ///< range of the directions and zero along it
     double m_mostAcross = 0.0;
-    std::vector<const Candidate*> m_narrowed;
-    std::size_t m_numNarrowed = 0;
-    Vector m_origin;               ///< of the next rays
-    Vector m_start;                ///< the same relative to the centre
-    bool m_isFaced = false;        ///< `m_facing` is made for the origin
-    std::vector<Facing> m_facing;  ///< of what is within reach
-    std::size_t m_numFacing = 0;
-    std::size_t m_guess = 0;  ///< in `m_narrowed`: what a ray hit last that found nothing within reach
+    Vector m_origin;  ///< of the next rays
+    static constexpr std::size_t kNoGroup = ~std::size_t{0};
+    std::size_t m_group = kNoGroup;  ///< four rays of the fan that were looked at from there; none yet
+    unsigned m_couldHit = 0;         ///< which of them could hit anything within reach
+    std::size_t m_guess = 0;  ///< a group of chosen triangles: where a ray hit last that found nothing within reach
 };
 
 }  // namespace ond::ovs::addon

@@ -1,6 +1,8 @@
 // Update of a wheel node. A centre ray for each surface decides which one carries the wheel and how far down it hangs,
 // then a fan of side rays lifts the wheel out of whatever its rim would cut into.
 #include <algorithm>
+#include <array>
+#include <bitset>
 #include <cmath>
 #include <limits>
 #include <typeinfo>
@@ -8,6 +10,7 @@
 
 #include "CCarCamObject.h"
 #include "ground/BulletLibrary.h"
+#include "ground/GroundReach.h"
 #include "ground/NearGround.h"
 #include "ond/util/Filters.h"
 
@@ -36,6 +39,9 @@ constexpr int kMostRaysToASide = 10000;
 constexpr double kWider = 1.0 + 1e-9;
 // Where a matrix shortens a direction by more than that, squared, rounding takes more than a little.
 constexpr double kFlattest = 1e-10;
+// By how much squares of lengths may differ that are taken for the same, and more than that adds to a length.
+constexpr double kUneven = 1e-7;
+constexpr double kAboutWider = 1.0 + 1e-6;
 // How far the wheel may be lifted, in radii, before what is near is gathered anew.
 constexpr double kRise = 0.15;
 // How far up or down, in radii, the wheel is likely to go in a frame.
@@ -44,6 +50,12 @@ constexpr double kSlack = 0.2;
 // Work space of an update; each finds what the last one left, of whatever vehicle, and takes only its memory. Shared,
 // so that a hundred vehicles do not drive one another's out of the processor's cache. There is one thread, the host's.
 NearGround sharedNearGround;
+GroundReach sharedGroundReach;
+// How the rays of a fan stand to each other, which rarely differs between wheels: `step` is the angle between two.
+struct SharedAngles {
+    double step = 0.0;
+    FanAngles angles;
+} sharedAngles;
 
 /// What answers the rays.
 enum class Caster {
@@ -51,6 +63,21 @@ enum class Caster {
     storedMesh,    ///< the tree over the stored mesh, any hit on the whole line
     surfaces,      ///< the host's surface objects
 };
+
+/// Whether the length is 1, but for some rounding.
+bool isUnit(const Vector3<double>& v) { return std::abs(Dot(v, v) - 1.0) <= kUneven; }
+
+/// Whether the matrix makes all lengths so many times as long and leaves angles as they are, but for some rounding.
+bool keepsShapes(const Matrix4& m, double& times) {
+    const Vector3<double> x = m.row(0);
+    const Vector3<double> y = m.row(1);
+    const Vector3<double> z = m.row(2);
+    const double size = Dot(x, x);
+    times = std::sqrt(size);
+    const auto isSmall = [size](double value) { return std::abs(value) <= kUneven * size; };
+    return size > 0.0 && isSmall(Dot(y, y) - size) && isSmall(Dot(z, z) - size) && isSmall(Dot(x, y)) &&
+           isSmall(Dot(y, z)) && isSmall(Dot(z, x));
+}
 
 void divideAxesByLength(Matrix4& m) {
     for (int i = 0; i < 3; ++i) m.setRow(i, m.row(i) / Length(m.row(i)));
@@ -74,15 +101,25 @@ class Probe {
     void castSideRays();
     [[nodiscard]] bool hasSideRays() const { return vehicle.iRayMultiplier >= 2; }
     void spreadFan();
-    void aimFan(std::size_t s);
-    void castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray);
+    const CWheelNode::FanRay& aim(std::size_t s, std::size_t i);
+    [[nodiscard]] std::size_t skipFarRays(std::size_t i);
+    void castSideRay(std::size_t s, const Vector3<double>& off, std::size_t i);
     bool prepareNearGround(const Vector3<double>& from);
     bool enterNearGround();
+    bool turnNearGround();
+    bool aimNearGround();
+    bool findReach(std::size_t s);
+    [[nodiscard]] std::array<Vector3<double>, 2> boxOfOrigins(const Vector3<double>& from,
+                                                              const Vector3<double>& to) const;
     bool gatherNearGround(const Vector3<double>& from, const Vector3<double>& to,
                           const NearGround::Column* column = nullptr);
     void place(std::size_t s, const Vector3<double>& off);
+    bool prepareStoredGround();
+    bool gatherStoredGround();
+    bool startInReach();
+    [[nodiscard]] bool endsOutside(std::size_t s, std::size_t i);
     bool startNearby();
-    bool castNearby(std::size_t s, const CWheelNode::FanRay& ray);
+    bool castNearby(std::size_t s, std::size_t i);
     void settle();
     void releaseGround();
     void writeOutputs();
@@ -120,15 +157,18 @@ class Probe {
     bool centreHit = false;
     int best = -1;  ///< surface that carries the wheel, -1 for none
     double bestDist = kNoHit;
+    std::bitset<256> aimed;  ///< rays of the fan that have their directions; those behind never count as aimed
     std::vector<Vector3<double>>& normals;
     std::vector<Vector3<double>>& points;
     std::vector<double>& dists;
     double sideT = 0.0;          ///< one for all side rays: through the physics world a miss keeps the last value
     Vector3<double> sideOrigin;  ///< of side rays, in the coordinates of the surface
     bool isPlaced = false;       ///< `sideOrigin` is that of the next one
-    bool isNarrowed = false;     ///< `nearGround` to the rays of one offset
+    bool isNarrowed = false;     ///< what is near, to the rays of one offset
     bool nearby = false;         ///< side rays go to `nearGround`
     NearGround& nearGround;      ///< what of the physics world is within the wheel's reach
+    bool inReach = false;        ///< side rays are asked about at `sharedGroundReach` first
+    std::bitset<256> told;       ///< rays of the fan that it can tell about
     double nearT = 0.0;          ///< multiples of a side ray's direction that are certainly no less than R
 };
 
@@ -316,24 +356,26 @@ void Probe::castSideRays() {
     if (caster == Caster::physicsWorld && !centreHit) return;
     const int edges = vehicle.bAddRaysAtWheelEdges ? 1 : 0;
     for (std::size_t s = 0; s < n; ++s) {
-        // In the physics world the fan was aimed before the centre ray was cast.
-        if (caster != Caster::physicsWorld) aimFan(s);
+        if (caster != Caster::physicsWorld) spreadFan();
+        inReach = caster == Caster::storedMesh && prepareStoredGround();
+        const std::size_t count = node.fan.rays.size();
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
             isNarrowed = false;
             isPlaced = false;
-            for (const CWheelNode::FanRay& ray : node.fan.rays)
-                if (e != 0 || !ray.straightDown) castSideRay(s, off, ray);
+            for (std::size_t i = 0; (i = skipFarRays(i)) < count; ++i)
+                if (e != 0 || i != count / 2) castSideRay(s, off, i);
         }
     }
 }
 
-/// The angles of the fan.
+/// The angles of the fan. No ray of it is aimed then.
 void Probe::spreadFan() {
     const double a = vehicle.dDegsPerRay / 180.0 * kPi;
     int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
     if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
     const std::size_t count = 2 * static_cast<std::size_t>(k) + 1;
+    aimed.reset();
     if (node.fan.rays.size() == count && node.fan.step == a) return;
     node.fan.step = a;
     node.fan.rays.resize(count);
@@ -348,29 +390,44 @@ void Probe::spreadFan() {
     }
 }
 
-/// The directions of the fan in the coordinates of surface `s`.
-void Probe::aimFan(std::size_t s) {
-    spreadFan();
-    for (CWheelNode::FanRay& ray : node.fan.rays) {
-        // The quaternion takes the whole angle, so that the ray stands at twice the angle from `down`. Recorded takes
-        // rest on this fan.
-        const Vector3<double> sine = ray.sine * axle;
-        const Vector3<double> rd = Rotate(Quat<double>(sine.x, sine.y, sine.z, ray.cosine), down);
-        ray.direction = Normalized(TransformNoProjection(toLocal[s], rd, 0.0));
-        ray.reach = reachAlong(ray.direction);
+/// A ray of the fan with its direction in the coordinates of surface `s`. Where only few rays can hit anything, the
+/// others are never asked for theirs.
+const CWheelNode::FanRay& Probe::aim(std::size_t s, std::size_t i) {
+    CWheelNode::FanRay& ray = node.fan.rays[i];
+    if (i < aimed.size()) {
+        if (aimed[i]) return ray;
+        aimed[i] = true;
     }
+    // The quaternion takes the whole angle, so that the ray stands at twice the angle from `down`. Recorded takes
+    // rest on this fan.
+    const Vector3<double> sine = ray.sine * axle;
+    const Vector3<double> rd = Rotate(Quat<double>(sine.x, sine.y, sine.z, ray.cosine), down);
+    ray.direction = Normalized(TransformNoProjection(toLocal[s], rd, 0.0));
+    ray.reach = reachAlong(ray.direction);
+    return ray;
+}
+
+/// The first ray from number `i` on that something could come of. The ones before it are known to end outside of the
+/// wheel.
+std::size_t Probe::skipFarRays(std::size_t i) {
+    // A miss leaves the last distance in place, so that rays are not all one while that is within reach.
+    if (!nearby || !isPlaced || !(sideT > nearT)) return i;
+    return nearGround.nextThatCouldHit(i);
 }
 
 /// A hit lifts the wheel, and the rays that follow start from there.
-void Probe::castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray) {
+void Probe::castSideRay(std::size_t s, const Vector3<double>& off, std::size_t i) {
     if (!isPlaced) place(s, off);
     if (nearby) {
-        if (!castNearby(s, ray)) return;
+        if (!castNearby(s, i)) return;
     } else {
-        const bool hit = cast(s, sideOrigin, ray.direction, ray.reach, sideT);
+        if (inReach && endsOutside(s, i)) return;
+        const CWheelNode::FanRay& wanted = aim(s, i);
+        const bool hit = cast(s, sideOrigin, wanted.direction, wanted.reach, sideT);
         if (!(caster == Caster::physicsWorld ? centreHit : hit)) return;
     }
 
+    const CWheelNode::FanRay& ray = aim(s, i);
     const Vector3<double> v = TransformNoProjection(toWorld[s], sideT * ray.direction, 0.0);
     const double len = Length(v);
     if (!(len < R)) return;
@@ -392,12 +449,43 @@ void Probe::place(std::size_t s, const Vector3<double>& off) {
     isPlaced = true;
     sideOrigin = Transform(toLocal[s], H.position + off);
     nearby = nearby && startNearby();
+    inReach = inReach && startInReach();
+}
+
+/// Gets ready to tell which side rays hit nothing of the stored mesh within the wheel; false if that cannot be told.
+bool Probe::prepareStoredGround() {
+    if (vehicle.cGroundMeshTree.index() == nullptr || node.fan.rays.size() > told.size()) return false;
+    if (!findReach(0) || !gatherStoredGround()) return false;
+    told.reset();
+    for (std::size_t i = 0; i < node.fan.rays.size(); ++i)
+        told[i] = sharedGroundReach.canTell(node.fan.rays[i].direction);
+    return true;
+}
+
+/// Has what is within reach at hand for rays from `sideOrigin`.
+bool Probe::startInReach() {
+    if (isNarrowed && sharedGroundReach.startFrom(sideOrigin)) return true;
+    const Vector3<double> rise = TransformNoProjection(toLocal[0], kRise * R * up, 0.0);
+    isNarrowed = sharedGroundReach.narrow(sideOrigin, rise) ||
+                 (gatherStoredGround() && sharedGroundReach.narrow(sideOrigin, rise));
+    return isNarrowed && sharedGroundReach.startFrom(sideOrigin);
+}
+
+bool Probe::gatherStoredGround() {
+    // As far as a wheel is narrowed to after it was lifted.
+    const std::array<Vector3<double>, 2> box = boxOfOrigins(H.position, H.position + 2.0 * kRise * R * up);
+    return sharedGroundReach.gather(vehicle.cGroundMeshTree.index()->tables(), box[0], box[1], nearT);
+}
+
+/// Whether a side ray certainly hits nothing of the stored mesh within the wheel.
+bool Probe::endsOutside(std::size_t s, std::size_t i) {
+    return told[i] && !sharedGroundReach.couldHit(aim(s, i).direction);
 }
 
 /// Aims the fan and gathers what it and the centre ray from `from` can hit, taking it that the wheel stays about where
 /// it is on its line. Where it does not, the world answers the centre ray and the fan gathers anew.
 bool Probe::prepareNearGround(const Vector3<double>& from) {
-    aimFan(0);
+    spreadFan();
     if (!enterNearGround()) return false;
     const NearGround::Column column{Transform(toLocal[0], from),
                                     Transform(toLocal[0], P.position - (1.0 + kSlack) * R * up)};
@@ -409,22 +497,54 @@ bool Probe::enterNearGround() {
     const btDefaultVehicleRaycaster* raycaster = vehicle.m_vehicleRaycaster.get();
     if (raycaster == nullptr || typeid(*raycaster) != typeid(btDefaultVehicleRaycaster)) return false;
     if (!nearGround.enter(*vehicle.cPhysicsWorld.pWorld)) return false;
-    double least = std::numeric_limits<double>::infinity();
-    for (const CWheelNode::FanRay& ray : node.fan.rays) {
-        const Vector3<double> v = TransformNoProjection(toWorld[0], ray.direction, 0.0);
-        least = std::min(least, Dot(v, v));
+    return turnNearGround() || aimNearGround();
+}
+
+/// Tells the near ground about the fan as a whole, if the surface's matrices keep shapes: then no direction of its rays
+/// has to be worked out for that.
+bool Probe::turnNearGround() {
+    double toWorldTimes = 0.0;
+    double toLocalTimes = 0.0;
+    if (!keepsShapes(toWorld[0], toWorldTimes) || !keepsShapes(toLocal[0], toLocalTimes)) return false;
+    if (!isUnit(axle) || !isUnit(down)) return false;
+    if (sharedAngles.step != node.fan.step || sharedAngles.angles.count != node.fan.rays.size()) {
+        sharedAngles.step = node.fan.step;
+        sharedAngles.angles.clear();
+        for (const CWheelNode::FanRay& ray : node.fan.rays) sharedAngles.angles.add(ray.sine, ray.cosine);
     }
-    double largest = 0.0;
-    for (int i = 0; i < 3; ++i) largest += Dot(toWorld[0].row(i), toWorld[0].row(i));
-    if (!(least > kFlattest * largest)) return false;
-    nearT = R / std::sqrt(least) * kWider;
+    const auto local = [&](const Vector3<double>& v) {
+        return TransformNoProjection(toLocal[0], v, 0.0) / toLocalTimes;
+    };
+    nearT = R / toWorldTimes * kAboutWider;
+    nearGround.beginFan(nearT, reachAlong(down), sharedAngles.angles, local(down), local(Dot(axle, down) * axle),
+                        local(Cross(axle, down)));
+    return true;
+}
+
+/// The same for any matrices, ray by ray.
+bool Probe::aimNearGround() {
+    if (!findReach(0)) return false;
     nearGround.beginFan(nearT);
     for (const CWheelNode::FanRay& ray : node.fan.rays) nearGround.addDirection(ray.direction, ray.reach);
     return true;
 }
 
-/// What the side rays could hit while the wheel is between two places.
-bool Probe::gatherNearGround(const Vector3<double>& from, const Vector3<double>& to, const NearGround::Column* column) {
+/// Aims the fan and sets how far its rays have to be looked along; false where a direction is as good as lost.
+bool Probe::findReach(std::size_t s) {
+    double least = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 0; i < node.fan.rays.size(); ++i) {
+        const Vector3<double> v = TransformNoProjection(toWorld[s], aim(s, i).direction, 0.0);
+        least = std::min(least, Dot(v, v));
+    }
+    double largest = 0.0;
+    for (int i = 0; i < 3; ++i) largest += Dot(toWorld[s].row(i), toWorld[s].row(i));
+    if (!(least > kFlattest * largest)) return false;
+    nearT = R / std::sqrt(least) * kWider;
+    return true;
+}
+
+/// Lowest and highest corner of where side rays start while the wheel is between two places.
+std::array<Vector3<double>, 2> Probe::boxOfOrigins(const Vector3<double>& from, const Vector3<double>& to) const {
     const Vector3<double> aside = node.vInitScale.x * 0.5 * (vehicle.bAddRaysAtWheelEdges ? 1.0 : 0.0) * axle;
     Vector3<double> low = Transform(toLocal[0], from);
     Vector3<double> high = low;
@@ -433,7 +553,13 @@ bool Probe::gatherNearGround(const Vector3<double>& from, const Vector3<double>&
         low = {std::min(low.x, o.x), std::min(low.y, o.y), std::min(low.z, o.z)};
         high = {std::max(high.x, o.x), std::max(high.y, o.y), std::max(high.z, o.z)};
     }
-    return nearGround.gather(low, high, column);
+    return {low, high};
+}
+
+/// What the side rays could hit while the wheel is between two places.
+bool Probe::gatherNearGround(const Vector3<double>& from, const Vector3<double>& to, const NearGround::Column* column) {
+    const std::array<Vector3<double>, 2> box = boxOfOrigins(from, to);
+    return nearGround.gather(box[0], box[1], column);
 }
 
 /// Has the near ground at hand for rays from `sideOrigin`.
@@ -449,10 +575,11 @@ bool Probe::startNearby() {
 }
 
 /// One side ray; false when it is known to end outside of the wheel.
-bool Probe::castNearby(std::size_t s, const CWheelNode::FanRay& ray) {
+bool Probe::castNearby(std::size_t s, std::size_t i) {
     // A miss leaves the last distance in place, so that it is all one only when that is out of reach, too.
     const bool allFarAlike = sideT > nearT;
-    switch (nearGround.cast(ray.direction, ray.reach, allFarAlike, sideT, nrm)) {
+    const CWheelNode::FanRay& ray = aim(s, i);
+    switch (nearGround.cast(i, ray.direction, ray.reach, allFarAlike, sideT, nrm)) {
         case NearGround::Answer::hit: return true;
         case NearGround::Answer::beyond: sideT = kNoHit; return false;
         case NearGround::Answer::unknown: cast(s, sideOrigin, ray.direction, ray.reach, sideT); return true;

@@ -1,0 +1,265 @@
+#include "ground/GroundReach.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+
+// Vectors are handed about in this file only.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+// What follows is compiled for processors with eight lanes and for all others. A function can be inlined into one for
+// more instructions than its own.
+#define GROUND_REACH_INLINE __attribute__((always_inline)) inline
+
+namespace ond::ovs::addon {
+
+namespace {
+
+using util::Vector3;
+using EightMasks = int __attribute__((vector_size(32)));
+
+// How much a margin is widened for what is rounded here on top of what it is made for.
+constexpr double kWider = 4.0;
+// Rounding of the product of the sides of triangles, relative.
+constexpr float kRounding = 0x1p-19F;
+// More than a direction's length is off from 1.
+constexpr double kUneven = 1e-5;
+// Room for boxes that are still to be looked at.
+constexpr std::size_t kStack = 256;
+
+[[nodiscard]] GROUND_REACH_INLINE EightFloats all(float value) { return EightFloats{} + value; }
+
+[[nodiscard]] GROUND_REACH_INLINE EightFloats sizeOf(EightFloats v) { return v < 0.0F ? -v : v; }
+
+/// Of the lanes of a comparison.
+[[nodiscard]] GROUND_REACH_INLINE bool any(EightMasks mask) {
+    using Words = long long __attribute__((vector_size(32)));
+    const auto words = reinterpret_cast<Words>(mask);
+    return ((words[0] | words[1]) | (words[2] | words[3])) != 0;
+}
+
+/// In steps, from below and from above.
+struct StepBox {
+    std::array<std::uint16_t, 3> low;
+    std::array<std::uint16_t, 3> high;
+};
+
+/// Bit per box that has a place in common with another.
+[[nodiscard]] unsigned overlapping(const GroundBoxes& boxes, const StepBox& box) {
+    unsigned bits = 0;
+    for (std::size_t half = 0; half < 2; ++half) {
+        auto mask = (boxes.border[0][half] <= box.high[0]) & (boxes.border[3][half] >= box.low[0]);
+        for (std::size_t axis = 1; axis < 3; ++axis)
+            mask &= (boxes.border[axis][half] <= box.high[axis]) & (boxes.border[axis + 3][half] >= box.low[axis]);
+        for (int lane = 0; lane < 8; ++lane)
+            bits |= static_cast<unsigned>(mask[lane] != 0) << (8 * half + static_cast<unsigned>(lane));
+    }
+    return bits;
+}
+
+using EightVectors = std::array<EightFloats, 3>;
+
+[[nodiscard]] GROUND_REACH_INLINE EightVectors cross(const EightVectors& a, const EightVectors& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+[[nodiscard]] GROUND_REACH_INLINE EightFloats dot(const EightVectors& a, const EightVectors& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+[[nodiscard]] GROUND_REACH_INLINE EightFloats greater(EightFloats a, EightFloats b) { return a > b ? a : b; }
+
+/// Squared distance of the box of each triangle from another box.
+[[nodiscard]] GROUND_REACH_INLINE EightFloats distanceToBoxes(const EightTriangles& eight, const AxisFloats& low,
+                                                              const AxisFloats& high) {
+    EightFloats sum{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const EightFloats& corner = eight.corner[axis];
+        const EightFloats& p = eight.second[axis];
+        const EightFloats& q = eight.third[axis];
+        const EightFloats least = corner - greater(greater(-p, -q), EightFloats{});
+        const EightFloats most = corner + greater(greater(p, q), EightFloats{});
+        const EightFloats beyond = greater(greater(least - high[axis], low[axis] - most), EightFloats{});
+        sum += beyond * beyond;
+    }
+    return sum;
+}
+
+[[nodiscard]] GROUND_REACH_INLINE AxisFloats singles(const Vector3<double>& v) {
+    return AxisFloats{static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z), 0.0F};
+}
+
+/// Numerators and determinants are known here but for eight margins times the longest side, as in a query, and but for
+/// what is rounded within reach; the numerator of the parameter on the ray has one side more.
+[[nodiscard]] GROUND_REACH_INLINE bool couldHitAny(const GroundReach::Near* near, std::size_t count, float reach,
+                                                   const Vector3<double>& direction) {
+    const AxisFloats along = singles(direction);
+    const EightVectors back{all(-along[0]), all(-along[1]), all(-along[2])};
+    EightMasks hits{};
+    for (const GroundReach::Near* last = near + count; near != last; ++near) {
+        const EightFloats det = dot(back, near->normal);
+        const EightFloats size = sizeOf(det);
+        const EightFloats u = dot(back, near->first);
+        const EightFloats v = dot(back, near->second);
+        const EightFloats turnedU = det < 0.0F ? -u : u;
+        const EightFloats turnedV = det < 0.0F ? -v : v;
+        hits |= (turnedU >= -near->slack) & (turnedV >= -near->slack) &
+                (turnedU + turnedV <= size + 2.0F * near->slack) &
+                (near->height <= size * reach + near->slack * near->longest);
+    }
+    return any(hits);
+}
+
+/// Whether all of eight cones are safe with a direction.
+[[nodiscard]] GROUND_REACH_INLINE bool allSafe(const GroundCones& cones, const AxisFloats& along) {
+    const float squared = along[0] * along[0] + along[1] * along[1] + along[2] * along[2];
+    const EightFloats cosine =
+        all(along[0]) * cones.axis[0] + all(along[1]) * cones.axis[1] + all(along[2]) * cones.axis[2];
+    return !any(~(cosine * cosine > cones.leastSquare * all(squared)));
+}
+
+#if defined(__x86_64__)
+#define GROUND_REACH_WIDE __attribute__((target("avx2")))
+[[nodiscard]] GROUND_REACH_WIDE bool couldHitWide(const GroundReach::Near* near, std::size_t count, float reach,
+                                                  const Vector3<double>& direction) {
+    return couldHitAny(near, count, reach, direction);
+}
+[[nodiscard]] GROUND_REACH_WIDE bool allSafeWide(const std::array<GroundGuard, 2>& guards, const AxisFloats& along) {
+    return allSafe(guards[0].cones, along) && allSafe(guards[1].cones, along);
+}
+#undef GROUND_REACH_WIDE
+const bool isWide = __builtin_cpu_supports("avx2") != 0;
+#endif
+
+/// A component of a direction so small that a line is left to the walk.
+[[nodiscard]] bool isNearlyLevel(double slope) {
+    return slope != 0.0 && !(std::fabs(slope) > ground_line::kLeastSlope);
+}
+
+}  // namespace
+
+bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& low, const Vector3<double>& high,
+                         double reach) {
+    m_tables = &tables;
+    m_count = m_nearTriangles = 0;
+    const Vector3<double> from = low - tables.middle;
+    const Vector3<double> to = high - tables.middle;
+    double distance = 0.0;
+    for (const Vector3<double>& corner : {from, to})
+        for (const double size : {std::fabs(corner.x), std::fabs(corner.y), std::fabs(corner.z)}) {
+            if (!(size < ground_line::kFar * tables.radius)) return false;
+            distance = std::max(distance, size);
+        }
+    if (!(reach > 0.0 && reach < ground_line::kFar * tables.radius)) return false;
+    const double margin = kWider * ground_line::marginAt(tables, distance + tables.radius, distance);
+    const double wide = reach * (1.0 + kUneven) + margin;
+    m_margin = static_cast<float>(margin);
+    m_reach = static_cast<float>(wide);
+    // Places that rounding takes out of the box count as in it.
+    const Vector3<double> rounding(margin, margin, margin);
+    m_gatheredFor = {low - rounding, high + rounding};
+    const Vector3<double> around = rounding * 2.0 + Vector3<double>(wide, wide, wide);
+    const AxisFloats lowest = singles(from - around);
+    const AxisFloats highest = singles(to + around);
+    StepBox box{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        box.low[axis] = tables.steps.below(axis, lowest[axis]);
+        box.high[axis] = tables.steps.above(axis, highest[axis]);
+    }
+    std::array<std::uint32_t, kStack> stack;
+    std::size_t count = 0;
+    stack[count++] = tables.root;
+    while (count > 0) {
+        const std::uint32_t child = stack[--count];
+        const std::uint32_t number = child & ground_child::kMost;
+        if ((child & ground_child::kKind) != ground_child::kBoxes) {
+            if (m_count == kMost) return false;
+            m_gathered[m_count++] = &tables.triangles.at(number);
+            continue;
+        }
+        if (count + GroundBoxes::kCount > kStack) return false;
+        const GroundBoxes& boxes = tables.boxes[number];
+        for (unsigned met = overlapping(boxes, box); met != 0; met &= met - 1)
+            stack[count++] = boxes.child[static_cast<std::size_t>(std::countr_zero(met))];
+    }
+    return true;
+}
+
+bool GroundReach::canTell(const Vector3<double>& direction) const {
+    if ((m_tables->root & ground_child::kKind) != ground_child::kBoxes) return false;
+    if (!(std::fabs(util::Dot(direction, direction) - 1.0) < kUneven)) return false;
+    if (isNearlyLevel(direction.x) || isNearlyLevel(direction.y) || isNearlyLevel(direction.z)) return false;
+    const AxisFloats along = singles(direction);
+    const auto& guards = m_tables->guards[m_tables->root & ground_child::kMost];
+#if defined(__x86_64__)
+    if (isWide) return allSafeWide(guards, along);
+#endif
+    return allSafe(guards[0].cones, along) && allSafe(guards[1].cones, along);
+}
+
+bool GroundReach::narrow(const Vector3<double>& origin, const Vector3<double>& lift) {
+    m_nearTriangles = 0;
+    const double margin = static_cast<double>(m_margin);
+    const Vector3<double> rounding(margin, margin, margin);
+    const Vector3<double> lifted = origin + lift;
+    m_keptFor = {
+        Vector3<double>(std::min(origin.x, lifted.x), std::min(origin.y, lifted.y), std::min(origin.z, lifted.z)) -
+            rounding,
+        Vector3<double>(std::max(origin.x, lifted.x), std::max(origin.y, lifted.y), std::max(origin.z, lifted.z)) +
+            rounding};
+    if (!m_gatheredFor.have(origin) || !m_gatheredFor.have(lifted)) return false;
+    const AxisFloats low = singles(m_keptFor.low - m_tables->middle);
+    const AxisFloats high = singles(m_keptFor.high - m_tables->middle);
+    for (std::size_t i = 0; i < m_count; ++i)
+        if (!addNear(*m_gathered[i], low, high)) return false;
+    return true;
+}
+
+// Lanes are filled one after the other, so that rays have few to look at.
+bool GroundReach::addNear(const EightTriangles& eight, const AxisFloats& low, const AxisFloats& high) {
+    const float farthest = m_reach + m_margin;
+    const EightMasks isNear = distanceToBoxes(eight, low, high) <= EightFloats{} + farthest * farthest * 1.0001F;
+    if (!any(isNear)) return true;
+    for (int lane = 0; lane < 8; ++lane) {
+        if (isNear[lane] == 0) continue;
+        if (m_nearTriangles == 8 * kMostNear) return false;
+        Near& near = m_near[m_nearTriangles / 8];
+        const auto to = static_cast<int>(m_nearTriangles % 8);
+        if (to == 0) near.corner.fill(EightFloats{} + std::numeric_limits<float>::quiet_NaN());
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            near.corner[axis][to] = eight.corner[axis][lane];
+            near.p[axis][to] = eight.second[axis][lane];
+            near.q[axis][to] = eight.third[axis][lane];
+        }
+        near.longest[to] = eight.longest;
+        ++m_nearTriangles;
+    }
+    return true;
+}
+
+bool GroundReach::startFrom(const Vector3<double>& origin) {
+    if (!m_keptFor.have(origin)) return false;
+    const AxisFloats from = singles(origin - m_tables->middle);
+    for (std::size_t i = 0; 8 * i < m_nearTriangles; ++i) {
+        Near& near = m_near[i];
+        const EightVectors away{all(from[0]) - near.corner[0], all(from[1]) - near.corner[1],
+                                all(from[2]) - near.corner[2]};
+        near.first = cross(away, near.q);
+        near.second = cross(near.p, away);
+        near.normal = cross(near.p, near.q);
+        near.height = sizeOf(dot(away, near.normal));
+        near.slack = (2.0F * m_margin + kRounding * (m_reach + near.longest)) * near.longest;
+    }
+    return true;
+}
+
+bool GroundReach::couldHit(const Vector3<double>& direction) const {
+    const std::size_t count = (m_nearTriangles + 7) / 8;
+#if defined(__x86_64__)
+    if (isWide) return couldHitWide(m_near.data(), count, m_reach, direction);
+#endif
+    return couldHitAny(m_near.data(), count, m_reach, direction);
+}
+
+}  // namespace ond::ovs::addon

@@ -1,0 +1,154 @@
+// A mesh's triangles by place, for finding those in a small box: Bullet's quantised tree with eight branches at each
+// fork instead of two, so that eight boxes are compared at once and few places in memory are looked at.
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "ground/BulletLibrary.h"
+#include "ground/LargePages.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace ond::ovs::addon {
+
+/// Eight boxes in the units of Bullet's tree, by sides.
+struct LeafBoxes {
+    using Lanes = std::uint16_t __attribute__((vector_size(16)));
+    Lanes low[3];
+    Lanes high[3];
+};
+
+/// A box in the units of a tree, to be compared with eight at once.
+class QuantisedBox {
+  public:
+    QuantisedBox() = default;
+    /// What the box `low` to `high` overlaps at least, as the library would round it.
+    QuantisedBox(const btOptimizedBvh& tree, const btVector3& low, const btVector3& high) {
+        unsigned short from[3];
+        unsigned short to[3];
+        tree.quantizeWithClamp(from, low, 0);
+        tree.quantizeWithClamp(to, high, 1);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            m_from[axis] = allEight(from[axis]);
+            m_to[axis] = allEight(to[axis]);
+        }
+    }
+
+    /// Bit `i` tells whether this overlaps box `i`.
+    [[nodiscard]] unsigned overlapped(const LeafBoxes& boxes) const {
+#if defined(__SSE2__)
+        const auto excess = [](Lanes value, Lanes most) {
+            return _mm_subs_epu16(reinterpret_cast<__m128i>(value), reinterpret_cast<__m128i>(most));
+        };
+        __m128i gap = _mm_setzero_si128();
+        for (int axis = 0; axis < 3; ++axis)
+            gap = _mm_or_si128(
+                gap, _mm_or_si128(excess(boxes.low[axis], m_to[axis]), excess(m_from[axis], boxes.high[axis])));
+        const __m128i touches = _mm_cmpeq_epi16(gap, _mm_setzero_si128());
+        return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(touches, _mm_setzero_si128())));
+#else
+        unsigned bits = 0;
+        for (int lane = 0; lane < 8; ++lane) {
+            bool overlaps = true;
+            for (int axis = 0; axis < 3; ++axis)
+                overlaps = overlaps && boxes.low[axis][lane] <= m_to[axis][lane] &&
+                           m_from[axis][lane] <= boxes.high[axis][lane];
+            bits |= (overlaps ? 1U : 0U) << lane;
+        }
+        return bits;
+#endif
+    }
+
+  private:
+    using Lanes = LeafBoxes::Lanes;
+    static Lanes allEight(std::uint16_t v) { return Lanes{v, v, v, v, v, v, v, v}; }
+
+    Lanes m_from[3]{};
+    Lanes m_to[3]{};
+};
+
+/// Made once of a tree. Leaves come in the order in which the library reports them.
+class LeafTree {
+  public:
+    /// Where a leaf stands here.
+    using Place = std::uint32_t;
+
+    LeafTree() = default;
+    /// @param count number of nodes
+    /// @param always nodes of leaves that every box is taken to overlap, ascending
+    LeafTree(const btQuantizedBvhNode* nodes, int count, const std::vector<int>& always);
+
+    /// False where the tree is too deep.
+    [[nodiscard]] bool isUsable() const { return !m_forks.empty(); }
+
+    /// Visits the leaves that overlap one of the boxes in their order, while `visit(place, triangle, isAlways)` says
+    /// true.
+    template <std::size_t kBoxes, class Visit>
+    void forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit) const;
+
+    /// The box of a leaf, in the units of the tree.
+    void boxOf(Place place, unsigned short* low, unsigned short* high) const;
+
+  private:
+    static constexpr std::size_t kBranches = 8;
+    static constexpr std::size_t kDeepest = 64;
+    static constexpr std::int32_t kNone = 0;
+
+    struct alignas(64) Fork {
+        LeafBoxes boxes;
+        /// Number of the fork that a branch leads to; of a leaf, below 0, what leafBranch() says; or kNone.
+        std::int32_t branches[kBranches];
+    };
+    struct Always {
+        Place place;
+        int node;
+    };
+    class Builder;
+
+    static std::int32_t leafBranch(int triangle, bool isAlways) { return ~(2 * triangle + (isAlways ? 1 : 0)); }
+
+    std::vector<Fork, LargePages<Fork>> m_forks;  ///< the root first, then each with all that is below it
+    std::vector<Always> m_always;
+    const btQuantizedBvhNode* m_nodes = nullptr;
+};
+
+template <std::size_t kBoxes, class Visit>
+void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit) const {
+    struct Open {
+        std::uint32_t fork;
+        unsigned branches;  ///< left to look at
+    };
+    const auto open = [&](std::uint32_t fork) {
+        unsigned branches = 0;
+        for (const QuantisedBox& box : boxes) branches |= box.overlapped(m_forks[fork].boxes);
+        return Open{fork, branches};
+    };
+    std::array<Open, kDeepest> above;
+    std::size_t depth = 0;
+    Open at = open(0);
+    for (;;) {
+        if (at.branches == 0) {
+            if (depth == 0) return;
+            at = above[--depth];
+            continue;
+        }
+        const auto lane = static_cast<std::uint32_t>(std::countr_zero(at.branches));
+        const std::int32_t branch = m_forks[at.fork].branches[lane];
+        at.branches &= at.branches - 1;
+        if (branch == kNone) continue;
+        if (branch < 0) {
+            if (!visit(static_cast<Place>(at.fork * kBranches + lane), ~branch / 2, (~branch & 1) != 0)) return;
+        } else {
+            if (at.branches != 0) above[depth++] = at;
+            at = open(static_cast<std::uint32_t>(branch));
+        }
+    }
+}
+
+}  // namespace ond::ovs::addon

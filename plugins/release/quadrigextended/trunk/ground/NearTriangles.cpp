@@ -1,0 +1,267 @@
+#include "ground/NearTriangles.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+
+#include "ground/MeshSurvey.h"
+
+namespace ond::ovs::addon {
+
+namespace {
+
+using Vector = NearTriangles::Vector;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+// Half the distance from 1 to the next number.
+constexpr float kUlp = 6e-8F;
+// Products of two coordinates, rounded a few dozen times on the way, and taken with inexact directions, are off by no
+// more than some hundred times kUlp times the square of the largest coordinate. This is a thousand.
+constexpr float kRounding = 1024.0F * kUlp;
+// Where products are so small that they are rounded to nothing.
+constexpr float kTiny = 1e-30F;
+// Bullet takes a point for inside when each of its barycentric coordinates is -1e-4 at least; rounding moves those of
+// sound triangles by less than another 1e-4.
+constexpr float kOutside = 2e-4F;
+// More than rounding takes from a squared distance.
+constexpr float kWider = 1.0F + 2e-5F;
+
+struct FourPoints {
+    FourFloats x;
+    FourFloats y;
+    FourFloats z;
+};
+
+FourPoints operator-(const FourPoints& a, const FourPoints& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+FourFloats dot(const FourPoints& a, const FourPoints& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+FourPoints cross(const FourPoints& a, const FourPoints& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+FourFloats greatestOf(FourFloats a, FourFloats b, FourFloats c) { return greater(greater(a, b), c); }
+FourFloats leastOf(FourFloats a, FourFloats b, FourFloats c) { return lesser(lesser(a, b), c); }
+
+/// Largest coordinate of three corners.
+template <class Corners>
+FourFloats extentOf(const Corners& c) {
+    FourFloats extent = allFour(0.0F);
+    for (int i = 0; i < 3; ++i) extent = greater(extent, greatestOf(sizeOf(c.x[i]), sizeOf(c.y[i]), sizeOf(c.z[i])));
+    return extent;
+}
+
+template <class Corners>
+FourPoints corner(const Corners& c, int i) {
+    return {c.x[i], c.y[i], c.z[i]};
+}
+
+template <class Corners>
+FourFloats squaredLongestEdge(const Corners& c) {
+    const FourPoints ab = corner(c, 1) - corner(c, 0);
+    const FourPoints ac = corner(c, 2) - corner(c, 0);
+    const FourPoints bc = corner(c, 2) - corner(c, 1);
+    return greatestOf(dot(ab, ab), dot(ac, ac), dot(bc, bc));
+}
+
+/// How far beyond a triangle's box a hit may lie.
+template <class Corners>
+FourFloats marginOfBox(const Corners& c, FourFloats edge, FourFloats extent) {
+    return static_cast<float>(MeshSurvey::kReachOfEdge) * 1.01F * edge + 4.0F * c.noise + 16.0F * kUlp * extent;
+}
+
+/// The bits of the first of four, when so many are left.
+unsigned firstOf(std::size_t left) { return left < 4 ? (1U << left) - 1U : 15U; }
+
+/// Bit by bit whether a ray that passes could hit; `limit` tells of those that do so within the limit.
+unsigned couldHit(FourFloats slope, FourFloats first, FourFloats second, FourFloats edgeMargin, FourMasks out) {
+    const FourFloats least = -(kOutside * slope + edgeMargin);
+    out = out | (first < least) | (second < least) | (slope - first - second < least);
+    return ~bitsOf(out) & 15U;
+}
+
+}  // namespace
+
+void NearTriangles::begin(const Vector& centre, double unit, double noise, std::size_t most) {
+    m_centre = centre;
+    m_perUnit = 1.0 / unit;
+    m_noise = static_cast<float>(noise * m_perUnit * 1.001);
+    m_count = 0;
+    m_numNarrowed = 0;
+    m_possible.clear();
+    if (m_triangles.size() >= most) return;
+    const std::size_t groups = (most + 3) / 4;
+    m_triangles.resize(most);
+    m_spans.resize(groups);
+    m_chosen.resize(groups);
+    m_planes.resize(groups);
+    m_facing.resize(groups);
+    m_narrowed.resize(4 * groups);
+    m_possible.reserve(most);
+}
+
+void NearTriangles::add(const Vector& a, const Vector& b, const Vector& c, bool sound) {
+    Triangle& triangle = m_triangles[m_count++];
+    const auto place = [&](int i, const Vector& v) {
+        triangle.x[i] = static_cast<float>((v.x - m_centre.x) * m_perUnit);
+        triangle.y[i] = static_cast<float>((v.y - m_centre.y) * m_perUnit);
+        triangle.z[i] = static_cast<float>((v.z - m_centre.z) * m_perUnit);
+    };
+    place(0, a);
+    place(1, b);
+    place(2, c);
+    triangle.noise = sound ? m_noise : kInfinity;
+}
+
+/// Number 4 * `group` and the next of `count` triangles side by side; behind the last one there are more of it.
+template <class NumberOf>
+NearTriangles::Corners NearTriangles::four(std::size_t group, std::size_t count, NumberOf numberOf) const {
+    const auto at = [&](std::size_t lane) -> const Triangle& {
+        return m_triangles[numberOf(std::min(4 * group + lane, count - 1))];
+    };
+    const Triangle& a = at(0);
+    const Triangle& b = at(1);
+    const Triangle& c = at(2);
+    const Triangle& d = at(3);
+    Corners corners;
+    for (int i = 0; i < 3; ++i) {
+        corners.x[i] = FourFloats{a.x[i], b.x[i], c.x[i], d.x[i]};
+        corners.y[i] = FourFloats{a.y[i], b.y[i], c.y[i], d.y[i]};
+        corners.z[i] = FourFloats{a.z[i], b.z[i], c.z[i], d.z[i]};
+    }
+    corners.noise = FourFloats{a.noise, b.noise, c.noise, d.noise};
+    return corners;
+}
+
+void NearTriangles::spread(const Vector& across) {
+    const Direction axis(across);
+    for (std::size_t i = 0; 4 * i < m_count; ++i) {
+        const Corners c = four(i, m_count, [](std::size_t number) { return number; });
+        const auto along = [&](int k) { return axis.x * c.x[k] + axis.y * c.y[k] + axis.z * c.z[k]; };
+        const FourFloats first = along(0);
+        const FourFloats second = along(1);
+        const FourFloats third = along(2);
+        // The extent along any axis is as long as the longest edge at most.
+        const FourFloats margin = marginOfBox(c, squareRoot(squaredLongestEdge(c)), extentOf(c));
+        m_spans[i] = {leastOf(first, second, third) - margin, greatestOf(first, second, third) + margin};
+    }
+}
+
+void NearTriangles::narrow(double least, double most, double farthest) {
+    m_possible.clear();
+    m_numNarrowed = 0;
+    m_farthest = static_cast<float>(farthest);
+    const FourFloats low = allFour(static_cast<float>(least) - kUlp * 8.0F * (1.0F + m_farthest));
+    const FourFloats high = allFour(static_cast<float>(most) + kUlp * 8.0F * (1.0F + m_farthest));
+    for (std::size_t i = 0; 4 * i < m_count; ++i) {
+        const unsigned beyond = bitsOf((m_spans[i].most < low) | (m_spans[i].least > high));
+        // Written in any case and counted if it is one, because nothing here can be foretold.
+        for (std::size_t lane = 0; lane < 4; ++lane) {
+            m_narrowed[m_numNarrowed] = 4 * i + lane;
+            m_numNarrowed += ~beyond >> lane & 1U;
+        }
+    }
+    while (m_numNarrowed > 0 && m_narrowed[m_numNarrowed - 1] >= m_count) --m_numNarrowed;
+    for (std::size_t i = 0; 4 * i < m_numNarrowed; ++i) prepare(i);
+}
+
+void NearTriangles::prepare(std::size_t group) {
+    const Corners c = four(group, m_numNarrowed, [this](std::size_t number) { return m_narrowed[number]; });
+    m_chosen[group] = c;
+    Plane& plane = m_planes[group];
+    const FourPoints normal = cross(corner(c, 1) - corner(c, 0), corner(c, 2) - corner(c, 0));
+    plane.normal[0] = normal.x;
+    plane.normal[1] = normal.y;
+    plane.normal[2] = normal.z;
+    plane.length = squareRoot(dot(normal, normal)) * 1.00001F;
+    const FourFloats squaredEdge = squaredLongestEdge(c);
+    const FourFloats edge = squareRoot(squaredEdge);
+    const FourFloats extent = greater(allFour(1.0F), extentOf(c) + m_farthest);
+    const FourFloats rounding = kRounding * extent * extent;
+    plane.planeMargin = squaredEdge * c.noise + rounding * edge + kTiny;
+    plane.edgeMargin = 12.0F * edge * c.noise + rounding + kTiny;
+    plane.boxMargin = marginOfBox(c, edge, extent);
+}
+
+void NearTriangles::face(const Vector& origin) {
+    const Direction at((origin - m_centre) * m_perUnit);
+    for (std::size_t i = 0; 4 * i < m_numNarrowed; ++i) face(i, at);
+}
+
+void NearTriangles::face(std::size_t group, const Direction& origin) {
+    const Corners& corners = m_chosen[group];
+    const Plane& plane = m_planes[group];
+    const FourPoints start{origin.x, origin.y, origin.z};
+    const FourPoints a = corner(corners, 0) - start;
+    const FourPoints b = corner(corners, 1) - start;
+    const FourPoints c = corner(corners, 2) - start;
+    Facing& facing = m_facing[group];
+    facing.distance = dot({plane.normal[0], plane.normal[1], plane.normal[2]}, a);
+    const FourPoints first = cross(a, b);
+    const FourPoints second = cross(b, c);
+    facing.first[0] = first.x;
+    facing.first[1] = first.y;
+    facing.first[2] = first.z;
+    facing.second[0] = second.x;
+    facing.second[1] = second.y;
+    facing.second[2] = second.z;
+    const auto away = [&](FourFloats u, FourFloats v, FourFloats w) {
+        const FourFloats outside = greater(leastOf(u, v, w), -greatestOf(u, v, w)) - plane.boxMargin;
+        return greater(outside, allFour(0.0F));
+    };
+    const FourPoints gap{away(a.x, b.x, c.x), away(a.y, b.y, c.y), away(a.z, b.z, c.z)};
+    facing.near = ~bitsOf(dot(gap, gap) > allFour(kWider)) & firstOf(m_numNarrowed - 4 * group);
+}
+
+unsigned NearTriangles::lookAt(const RayFan& fan, std::size_t group) {
+    const RayFan::Group& rays = fan.group(group);
+    const RayFan::Ball& ball = fan.around(group);
+    m_possible.clear();
+    unsigned all = 0;
+    for (std::size_t i = 0; 4 * i < m_numNarrowed; ++i) {
+        const Plane& plane = m_planes[i];
+        const Facing& facing = m_facing[i];
+        // How far a ray of the group comes towards the plane at most.
+        const FourFloats towards =
+            sizeOf(plane.normal[0] * ball.x + plane.normal[1] * ball.y + plane.normal[2] * ball.z) +
+            plane.length * ball.radius;
+        unsigned left = ~bitsOf(sizeOf(facing.distance) > towards + plane.planeMargin) & facing.near;
+        for (; left != 0; left &= left - 1) {
+            const std::size_t narrowed = 4 * i + static_cast<std::size_t>(std::countr_zero(left));
+            const unsigned bits = raysThatCouldHit(narrowed, rays);
+            if (bits != 0) m_possible.push_back({narrowed, bits});
+            all |= bits;
+        }
+    }
+    return all;
+}
+
+unsigned NearTriangles::raysThatCouldHit(std::size_t narrowed, const RayFan::Group& rays) const {
+    const Plane& plane = m_planes[narrowed / 4];
+    const Facing& facing = m_facing[narrowed / 4];
+    const std::size_t lane = narrowed % 4;
+    const auto along = [&](const FourFloats* v) {
+        return v[0][lane] * rays.x + v[1][lane] * rays.y + v[2][lane] * rays.z;
+    };
+    const FourFloats towards = along(plane.normal);
+    const FourFloats slope = sizeOf(towards);
+    const FourFloats distance = withSignOf(towards, allFour(facing.distance[lane]));
+    const FourFloats margin = allFour(plane.planeMargin[lane]);
+    const FourMasks out = (distance < -margin) | (distance > slope + margin);
+    if (bitsOf(out) == 15U) return 0;
+    return couldHit(slope, withSignOf(towards, along(facing.first)), withSignOf(towards, along(facing.second)),
+                    allFour(plane.edgeMargin[lane]), out);
+}
+
+unsigned NearTriangles::couldBeHit(std::size_t group, const Direction& direction) const {
+    const Plane& plane = m_planes[group];
+    const Facing& facing = m_facing[group];
+    const auto along = [&](const FourFloats* v) {
+        return v[0] * direction.x + v[1] * direction.y + v[2] * direction.z;
+    };
+    const FourFloats towards = along(plane.normal);
+    const FourFloats distance = withSignOf(towards, facing.distance);
+    return firstOf(m_numNarrowed - 4 * group) & couldHit(sizeOf(towards), withSignOf(towards, along(facing.first)),
+                                                         withSignOf(towards, along(facing.second)), plane.edgeMargin,
+                                                         distance < -plane.planeMargin);
+}
+
+}  // namespace ond::ovs::addon
