@@ -63,6 +63,15 @@ std::uint32_t numberAt(const Bytes& block, std::size_t at) {
     return number;
 }
 
+/// The head and the name of a chunk without a payload.
+Bytes head(std::uint32_t children, const std::string& name) {
+    Bytes bytes(12);
+    put(bytes, 4, children);
+    put(bytes, 8, static_cast<std::uint32_t>(name.size()));
+    bytes.insert(bytes.end(), name.begin(), name.end());
+    return bytes;
+}
+
 /// Where the fields of the chunks' heads stand: payload size, number of children, length of the name.
 std::vector<std::size_t> headFields(const Bytes& block) {
     std::vector<std::size_t> places;
@@ -124,6 +133,25 @@ void randomBlocks(Check& check) {
         expectRefusal(std::move(block));
     }
     for (const int byte : {0x00, 0x20, 0x7F, 0xFF}) expectRefusal(Bytes(512, static_cast<unsigned char>(byte)));
+}
+
+void deepBlocks(Check& check) {
+    Damage damage(check);
+    const std::string name = chunkName(damage.whole);
+    // Chunks within chunks, each without a name and a payload, below a root of the object's own name.
+    for (const std::size_t depth : {std::size_t{3}, std::size_t{100}, std::size_t{60000}}) {
+        Bytes block = head(1, name);
+        const Bytes link = head(1, "");
+        for (std::size_t i = 0; i < depth; ++i) block.insert(block.end(), link.begin(), link.end());
+        const Bytes last = head(0, "");
+        block.insert(block.end(), last.begin(), last.end());
+        (void)damage.load(std::move(block));
+    }
+    // And many beside each other.
+    constexpr std::uint32_t kMany = 20000;
+    Bytes block = head(kMany, name);
+    block.resize(block.size() + std::size_t{12} * kMany);
+    (void)damage.load(std::move(block));
 }
 
 void oversizedLengths(Check& check) {

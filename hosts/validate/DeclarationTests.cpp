@@ -32,6 +32,31 @@ void liveWith(Check& check, const Lacks& lacks) {
     second.release();
 }
 
+/// Overwrites what was freed lately with what makes no sense, by taking and filling memory of every size.
+class Trampled {
+  public:
+    Trampled() {
+        constexpr std::size_t kLargest = 16384;
+        constexpr int kOfEach = 10;
+        for (std::size_t size = 24; size < kLargest; size += 16)
+            for (int i = 0; i < kOfEach; ++i)
+                m_taken.push_back(std::make_unique<Bytes>(size, static_cast<unsigned char>(0xA5)));
+    }
+
+  private:
+    std::vector<std::unique_ptr<Bytes>> m_taken;
+};
+
+void requireLateChannel(Check& check, unidevice::Property::Factory& factory, const char* when) {
+    unidevice::Property* late = nullptr;
+    check.inside(std::string("Property::Factory::create() ") + when,
+                 [&] { late = createThroughTable(factory, "made later", 15); });
+    if (check.expect(late != nullptr && late->name == "made later" && late->type == 15,
+                     std::string("a factory that is asked again, ") + when +
+                         ", did not make the channel; it is good until the module is unloaded"))
+        check.inside("~Property()", [&] { delete late; });
+}
+
 void requireInputs(Check& check) {
     ModuleFile module(check);
     World world(check, module);
@@ -67,9 +92,13 @@ void declaresTheSame(Check& check) {
     for (std::size_t i = 0; i < first.items.size(); ++i) {
         const Item& a = first.items[i];
         const Item& b = second.items[i];
-        check.expect(a.label == b.label && a.group == b.group && a.kind == b.kind && a.min == b.min && a.max == b.max,
+        check.expect(a.label == b.label && a.group == b.group && a.kind == b.kind && a.min == b.min && a.max == b.max &&
+                         a.step == b.step && a.description == b.description,
                      "item " + std::to_string(i + 1) + " is " + cited(a.label) + " of one object and " +
-                         cited(b.label) + " of another, or has another range" + wants);
+                         cited(b.label) + " of another, or has another range, step or description" + wants);
+        check.expect(a.callback == nullptr || a.callback != b.callback,
+                     "the item " + cited(a.label) +
+                         " has the same callback in two objects; a listener is told of the items of its own object");
         check.expect(a.initial == b.initial, "the item " + cited(a.label) + " begins with " + shown(a.initial) +
                                                  " in one object and with " + shown(b.initial) +
                                                  " in another; a new object is independent of those before it");
@@ -128,18 +157,14 @@ void channelFactory(Check& check) {
     }
     // A host may make channels at any later time, too.
     host.createRig();
-    for (unidevice::Property::Factory* factory : host.factories) {
-        if (factory == nullptr) continue;
-        unidevice::Property* late = nullptr;
-        check.inside("Property::Factory::create()", [&] { late = factory->create("made later", 15); });
-        if (check.expect(
-                late != nullptr && late->name == "made later" && late->type == 15,
-                "a factory that is asked again, when the object is rigged, did not make the channel; it is good "
-                "until the module is unloaded"))
-            check.inside("~Property()", [&] { delete late; });
-    }
+    for (unidevice::Property::Factory* factory : host.factories)
+        if (factory != nullptr) requireLateChannel(check, *factory, "when the object is rigged");
     std::vector<std::unique_ptr<Axis>> axes = std::move(host.axes);
+    const std::vector<unidevice::Property::Factory*> factories = host.factories;
     host.release();
+    const Trampled freed;
+    for (unidevice::Property::Factory* factory : factories)
+        if (factory != nullptr) requireLateChannel(check, *factory, "when the object is gone");
     for (const auto& axis : axes)
         check.expect(axis->properties.empty(),
                      "a channel of the module's factory stayed on the list of its axis when "
@@ -163,7 +188,17 @@ void outputChannels(Check& check) {
     check.expect(host.callObject(40, static_cast<unidevice::Property*>(&stranger)) == 0 && stranger.current == 0.125,
                  "callExtension(40) stored into a channel that the object had not made, or did not answer 0; it knows "
                  "its own channels by their address");
+    for (unidevice::OutputProperty* output : host.outputs)
+        check.expect(host.callObject(40, static_cast<unidevice::Property*>(output)) == 0,
+                     "callExtension(40) with the channel " + cited(output->name) +
+                         " did not answer 0; the value goes into the channel");
     check.expect(host.callObject(40, nullptr) == 0, "callExtension(40) with null did not answer 0");
+}
+
+void refusedOutputs(Check& check) {
+    Lacks lacks;
+    lacks.outputChannels = true;
+    liveWith(check, lacks);
 }
 
 void withoutOutputs(Check& check) {

@@ -1,6 +1,7 @@
 // What a module tells about itself.
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <set>
 
 #include "validate/ModuleFile.h"
@@ -63,6 +64,38 @@ class Descriptor {
     Check& m_check;
     CCameraPlugin& m_plugin;
 };
+
+/// All that a descriptor tells, by the operation that tells it.
+std::map<std::string, std::string> allAnswers(Check& check, CCameraPlugin& plugin) {
+    std::map<std::string, std::string> all;
+    for (const DescriptorText& text : kTexts) all[text.operation] = ask(check, plugin, text);
+    for (const std::uint32_t id : idsOf(check, plugin)) all["getExtensionIds"] += std::to_string(id) + " ";
+    check.inside("getDependencyList()", [&] {
+        for (const std::string& name : plugin.getDependencyList()) all["getDependencyList"] += name + "\n";
+    });
+    check.inside("getInterfaceStamp()", [&] { all["getInterfaceStamp"] = std::to_string(plugin.getInterfaceStamp()); });
+    ovs::PluginStatus status;
+    check.inside("queryStatus()", [&] { all["queryStatus"] = plugin.queryStatus(&status) ? "true" : "false"; });
+    all["queryStatus"] += std::to_string(status.code) + status.message;
+    return all;
+}
+
+/// Extension 16, where there is one: the types of objects that the plug-in makes take the place of a list's content.
+void requireTypes(Check& check, CCameraPlugin& plugin) {
+    const auto typesBehind = [&](std::vector<std::string> list) {
+        std::uint64_t answer = 0;
+        check.inside("callExtension(16) of the descriptor", [&] { answer = plugin.callExtension(16, &list); });
+        check.expect(answer == 0, "callExtension(16) of the descriptor answered " + std::to_string(answer) +
+                                      "; the list is the answer, and what is returned is 0");
+        return list;
+    };
+    const std::vector<std::string> types = typesBehind({});
+    check.expect(typesBehind({"what", "was", "there"}) == types && typesBehind(types) == types,
+                 "callExtension(16) of the descriptor left something of what was in the list; it replaces the content");
+    check.expect(std::all_of(types.begin(), types.end(),
+                             [](const std::string& type) { return !type.empty() && isPlainText(type); }),
+                 "callExtension(16) of the descriptor named a type with an empty text, or one that cannot be shown");
+}
 
 }  // namespace
 
@@ -160,6 +193,7 @@ void descriptorExtensions(Check& check) {
         check.expect(has(check, *plugin, id), "hasExtension(" + std::to_string(id) +
                                                   ") of the descriptor answered false, but the number is in "
                                                   "getExtensionIds(); the two agree");
+    if (std::find(ids.begin(), ids.end(), 16U) != ids.end()) requireTypes(check, *plugin);
     for (int i = 0; i < 64; ++i) {
         const std::uint32_t id = i < 48 ? static_cast<std::uint32_t>(i) : static_cast<std::uint32_t>(check.random());
         if (std::find(ids.begin(), ids.end(), id) != ids.end()) continue;
@@ -196,15 +230,11 @@ void descriptorAtAnyTime(Check& check) {
     ModuleFile module(check);
     World world(check, module);
     StrictHost& host = world.addRigged("car");
-    const std::string name = world.plugin.getPluginName();
+    const std::map<std::string, std::string> before = allAnswers(check, world.plugin);
     const auto askAll = [&](const char* when) {
-        for (const DescriptorText& text : kTexts) (void)ask(check, world.plugin, text);
-        check.expect(
-            ask(check, world.plugin, kTexts[0]) == name,
-            std::string("getPluginName() gave another answer ") + when + "; a descriptor answers the same at any time");
-        (void)idsOf(check, world.plugin);
-        ovs::PluginStatus status;
-        check.inside("queryStatus()", [&] { world.plugin.queryStatus(&status); });
+        for (const auto& [operation, answer] : allAnswers(check, world.plugin))
+            check.expect(before.count(operation) == 1 && before.at(operation) == answer,
+                         operation + "() gave another answer " + when + "; a descriptor answers the same at any time");
     };
     askAll("while an object lives");
     world.begin(0);

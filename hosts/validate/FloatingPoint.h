@@ -16,7 +16,8 @@ class FloatingPoint {
   private:
     int m_rounding;
     int m_traps;
-    unsigned m_control;  ///< of the vector unit, without its status flags; 0 on processors without one
+    unsigned m_control;    ///< of the vector unit, without its status flags; 0 on processors without one
+    unsigned m_precision;  ///< of the older unit; 0 on processors without one
 };
 
 }  // namespace ond::validate

@@ -88,7 +88,10 @@ void pluginListEnds(Check& check) {
         check.inside("CCameraPlugin::release()", [&] { plugin->release(); });
     }
     if (count == kMost) check.give(check.id, "getPlugin() has no end; it answers null behind the last plug-in");
-    for (const std::uint32_t index : {count, count + 1, 100U, 65535U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU})
+    std::vector<std::uint32_t> behind = {65535U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU};
+    for (std::uint32_t index = count; index < count + 300; ++index) behind.push_back(index);
+    for (int i = 0; i < 64; ++i) behind.push_back(static_cast<std::uint32_t>(check.random()));
+    for (const std::uint32_t index : behind)
         if (index >= count)
             check.expect(module.plugin(index) == nullptr,
                          "getPlugin(" + std::to_string(index) + ") gave a descriptor although getPlugin(" +

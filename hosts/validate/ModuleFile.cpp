@@ -41,10 +41,25 @@ class Elf {
     std::vector<char> m_bytes;
 };
 
+#if defined(__x86_64__)
+constexpr unsigned kMachine = EM_X86_64;
+#elif defined(__aarch64__)
+constexpr unsigned kMachine = EM_AARCH64;
+#else
+constexpr unsigned kMachine = EM_NONE;
+#endif
+
+/// Of what any number of libraries may define, the names of C are still meant for others.
+bool mayBeRepeated(const Elf64_Sym& symbol, const std::string& name) {
+    return ELF64_ST_BIND(symbol.st_info) != STB_GLOBAL && name.rfind("_Z", 0) == 0;
+}
+
 bool isExported(const Elf64_Sym& symbol) {
     const unsigned type = ELF64_ST_TYPE(symbol.st_info);
-    return symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS && ELF64_ST_BIND(symbol.st_info) == STB_GLOBAL &&
-           ELF64_ST_VISIBILITY(symbol.st_other) == STV_DEFAULT && (type == STT_FUNC || type == STT_OBJECT);
+    const unsigned visibility = ELF64_ST_VISIBILITY(symbol.st_other);
+    return symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS && ELF64_ST_BIND(symbol.st_info) != STB_LOCAL &&
+           (visibility == STV_DEFAULT || visibility == STV_PROTECTED) &&
+           (type == STT_FUNC || type == STT_OBJECT || type == STT_TLS || type == STT_GNU_IFUNC);
 }
 
 }  // namespace
@@ -52,7 +67,9 @@ bool isExported(const Elf64_Sym& symbol) {
 bool isSharedLibrary(const std::string& path) {
     const Elf elf(path);
     Elf64_Ehdr header;
-    return elf.read(0, header) && std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 && header.e_type == ET_DYN;
+    return elf.read(0, header) && std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 && header.e_type == ET_DYN &&
+           header.e_ident[EI_CLASS] == ELFCLASS64 && header.e_ident[EI_DATA] == ELFDATA2LSB &&
+           (kMachine == EM_NONE || header.e_machine == kMachine);
 }
 
 std::vector<std::string> exportedNames(const std::string& path) {
@@ -69,8 +86,9 @@ std::vector<std::string> exportedNames(const std::string& path) {
         if (!elf.read(header.e_shoff + std::uint64_t{section.sh_link} * header.e_shentsize, texts)) continue;
         for (std::uint64_t at = 0; at + sizeof(Elf64_Sym) <= section.sh_size; at += section.sh_entsize) {
             Elf64_Sym symbol;
-            if (elf.read(section.sh_offset + at, symbol) && isExported(symbol))
-                names.push_back(elf.text(texts.sh_offset + symbol.st_name));
+            if (!elf.read(section.sh_offset + at, symbol) || !isExported(symbol)) continue;
+            const std::string name = elf.text(texts.sh_offset + symbol.st_name);
+            if (!mayBeRepeated(symbol, name)) names.push_back(name);
         }
     }
     return names;

@@ -1,10 +1,14 @@
 // The process is the host's: what a module leaves as it is.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -13,6 +17,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <iostream>
 #include <locale>
 #include <map>
 #include <new>
@@ -65,10 +70,28 @@ std::map<std::string, std::string> processSettings() {
     }
     rlimit limit{};
     for (const auto& [what, name] :
-         {std::pair{RLIMIT_NOFILE, "open files"}, std::pair{RLIMIT_STACK, "stack"}, std::pair{RLIMIT_AS, "memory"}}) {
+         {std::pair{RLIMIT_NOFILE, "open files"}, std::pair{RLIMIT_STACK, "stack"}, std::pair{RLIMIT_AS, "memory"},
+          std::pair{RLIMIT_CORE, "core files"}, std::pair{RLIMIT_CPU, "computing time"}, std::pair{RLIMIT_DATA, "data"},
+          std::pair{RLIMIT_FSIZE, "file sizes"}, std::pair{RLIMIT_NPROC, "processes"}}) {
         getrlimit(what, &limit);
         all[std::string("the limit of ") + name] = std::to_string(limit.rlim_cur);
     }
+    for (const auto& [what, name] : {std::pair{ITIMER_REAL, "time"}, std::pair{ITIMER_VIRTUAL, "own time"},
+                                     std::pair{ITIMER_PROF, "computing time"}}) {
+        itimerval timer{};
+        getitimer(what, &timer);
+        const bool runs = timer.it_value.tv_sec != 0 || timer.it_value.tv_usec != 0;
+        all[std::string("the timer of ") + name] = runs ? "runs" : "stands";
+    }
+    all["the priority"] = std::to_string(getpriority(PRIO_PROCESS, 0));
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    sched_getaffinity(0, sizeof processors, &processors);
+    all["the number of processors"] = std::to_string(CPU_COUNT(&processors));
+    for (const auto& [stream, name] : {std::pair{&std::cout, "std::cout"}, std::pair{&std::cerr, "std::cerr"}})
+        all[std::string("the format of ") + name] = std::to_string(stream->flags()) + " " +
+                                                    std::to_string(stream->precision()) + " " +
+                                                    std::to_string(static_cast<int>(stream->fill()));
     all["what std::terminate() does"] = std::to_string(reinterpret_cast<std::uintptr_t>(std::get_terminate()));
     all["what new does without memory"] = std::to_string(reinterpret_cast<std::uintptr_t>(std::get_new_handler()));
     return all;
@@ -111,15 +134,19 @@ class Diverted {
 
 void startsNoThreads(Check& check) {
     const std::size_t before = namesIn("/proc/self/task").size();
+    // Whoever loses a parent below this process becomes its own child.
+    prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
     ModuleFile module(check);
     World world(check, module);
     const auto expectNone = [&](const char* when) {
         const std::size_t now = namesIn("/proc/self/task").size();
         check.expect(now <= before, "the process has " + counted(now - std::min(now, before), "thread") + " more " +
                                         when + "; there is one thread, the host's");
+        check.expect(waitpid(-1, nullptr, WNOHANG) < 0,
+                     std::string("the process has a child ") + when + "; a module starts no process");
     };
     expectNone("when the module is loaded");
-    StrictHost& host = world.addRigged("car");
+    StrictHost& host = world.addRigged("an earlier car");
     expectNone("when an object is rigged");
     world.begin(0);
     host.startRun(0);
@@ -131,6 +158,8 @@ void startsNoThreads(Check& check) {
     (void)host.save();
     host.release();
     expectNone("when everything is released");
+    fullLife(world);
+    expectNone("when objects were driven, edited, undone, saved and loaded");
 }
 
 void opensNoFiles(Check& check) {
@@ -142,9 +171,7 @@ void opensNoFiles(Check& check) {
     std::filesystem::current_path(folder);
     try {
         World world(check, module);
-        shortLife(world);
-        StrictHost& host = world.addRigged("second");
-        world.run(host, 0, 2);
+        fullLife(world);
         const std::set<std::string> now = namesIn("/proc/self/fd");
         check.expect(now == before, "the process has " + std::to_string(now.size()) + " files open and had " +
                                         std::to_string(before.size()) +
@@ -164,15 +191,11 @@ void printsNothing(Check& check) {
     Diverted diverted;
     {
         ModuleFile module(check);
-        World world(check, module);
-        shortLife(world);
-        StrictHost& host = world.addRigged("second");
-        changeEach(host, false, [&] { world.run(host, 0, 1); });
-        const Bytes block = host.save();
-        host.release();
-        StrictHost& third = world.add("second");
-        third.declare();
-        (void)third.load(block);
+        {
+            World world(check, module);
+            fullLife(world);
+        }
+        module.unload();
     }
     const std::string printed = diverted.back();
     check.expect(printed.empty(), "the module printed " + cited(printed) +
@@ -195,19 +218,13 @@ void keepsProcessSettings(Check& check) {
     compare("when the module was loaded");
     {
         World world(check, module);
-        StrictHost& host = world.addRigged("car");
+        StrictHost& host = world.addRigged("an earlier car");
         compare("when an object was rigged");
         world.run(host, 0, 4);
         compare("in a run");
-        changeEach(host, false, [] {});
-        const Bytes block = host.save();
         host.release();
-        if (!block.empty()) {
-            StrictHost& second = world.add("car");
-            second.declare();
-            (void)second.load(block);
-        }
-        compare("while objects were edited, saved and loaded");
+        fullLife(world);
+        compare("while objects were driven, edited, undone, saved and loaded");
     }
     compare("when everything was released");
 }

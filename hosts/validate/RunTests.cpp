@@ -37,7 +37,145 @@ void waitForNextSecond() {
     while (std::time(nullptr) == now) usleep(5000);
 }
 
+/// A host may send showFrame() behind a frame or not.
+void requireSameRunWhenShown(Check& check, ModuleFile& module) {
+    Picture pictures[2];
+    for (const bool shows : {false, true}) {
+        World world(check, module);
+        StrictHost& host = world.addRigged("car");
+        world.run(host, 0, 4);
+        if (shows)
+            for (const int frame : {4, 1, 0, 4}) host.showFrame(world.scene.clock.time(frame));
+        world.begin(4);
+        host.startRun(4);
+        for (int frame = 5; frame < 10; ++frame) {
+            world.frame(frame);
+            host.updateFrame(frame);
+            if (shows) host.showFrame(world.scene.clock.time(frame));
+        }
+        host.stopRun(9);
+        world.end();
+        pictures[shows ? 1 : 0] = world.picture(host, 0, 9, {true, true, false, false});
+    }
+    const std::string different = pictures[0].difference(pictures[1]);
+    if (!different.empty())
+        check.complain(check.id,
+                       "a run came out differently when its frames were shown: " + different +
+                           "; a host shows frames as it likes, and that moves nothing",
+                       check.level >= Level::strict ? Severity::failure : Severity::warning);
+}
+
+/// Starts a run in which a test does its own things between frames.
+class OpenRun {
+  public:
+    OpenRun(World& world, StrictHost& host) : m_world(world), m_host(host) {
+        m_world.begin(0);
+        m_host.startRun(0);
+    }
+    void frames(int count) {
+        for (int i = 0; i < count; ++i) {
+            m_world.frame(++m_frame);
+            m_host.updateFrame(m_frame);
+        }
+    }
+    void stop() {
+        m_host.stopRun(m_frame);
+        m_world.end();
+    }
+
+  private:
+    World& m_world;
+    StrictHost& m_host;
+    int m_frame = 0;
+};
+
+/// Takes the ground away in each way that there is, and gives it back.
+void shakeGround(World& world, StrictHost& host) {
+    OpenRun run(world, host);
+    run.frames(1);
+    for (bool Lacks::*lack : {&Lacks::surfaces, &Lacks::triangles, &Lacks::hits, &Lacks::children, &Lacks::relations}) {
+        host.lacks.*lack = true;
+        run.frames(1);
+        host.lacks.*lack = false;
+        run.frames(1);
+    }
+    std::vector<stage::Element*> grounds;
+    for (const auto& one : world.scene.elements)
+        if (!one->deleted && one->identifier.empty()) grounds.push_back(one.get());
+    for (stage::Element* ground : grounds) {
+        world.scene.remove(*ground);
+        run.frames(1);
+    }
+    for (stage::Element* ground : grounds) {
+        world.scene.revive(*ground);
+        run.frames(1);
+    }
+    for (stage::Element* own : host.ownElements())
+        if (stage::Element* above = own->parent; above != nullptr && above->identifier.empty()) {
+            world.scene.reparent(*own, nullptr);
+            run.frames(1);
+            world.scene.reparent(*own, above);
+        }
+    run.frames(1);
+    run.stop();
+}
+
 }  // namespace
+
+void changingGround(Check& check) {
+    ModuleFile module(check);
+    World world(check, module);
+    StrictHost& host = world.addRigged("car");
+    host.expectsFinite = false;
+    shakeGround(world, host);
+    changeEach(host, false, [&] { shakeGround(world, host); });
+}
+
+void fullTravel(Check& check) {
+    ModuleFile module(check);
+    World world(check, module);
+    StrictHost& host = world.addRigged("car");
+    const std::size_t count = host.inputs.size();
+    if (count == 0) check.skip("the module has no input channels");
+    std::vector<std::vector<double>> places = {std::vector<double>(count, 1.0), std::vector<double>(count, -1.0),
+                                               std::vector<double>(count, 0.0)};
+    for (std::size_t i = 0; i < count; ++i)
+        for (const double end : {1.0, -1.0}) {
+            places.emplace_back(count, 0.0);
+            places.back()[i] = end;
+        }
+    OpenRun run(world, host);
+    for (const std::vector<double>& place : places) {
+        host.held = place;
+        run.frames(2);
+    }
+    run.stop();
+    host.held.clear();
+    host.refreshOutputs();
+    for (const unidevice::OutputProperty* output : host.outputs)
+        check.expect(std::isfinite(output->current),
+                     "the output channel " + cited(output->name) + " holds " + shown(output->current) +
+                         " behind axes that went to the ends of their travel; others read a number from it");
+}
+
+void longRuns(Check& check) {
+    constexpr int kFrames = 400;
+    constexpr int kRuns = 40;
+    ModuleFile module(check);
+    World world(check, module);
+    StrictHost& host = world.addRigged("car");
+    world.run(host, 0, kFrames);
+    for (int i = 0; i < kRuns; ++i) {
+        world.run(host, static_cast<int>(check.below(kFrames)), 1);
+        host.dropRecords();
+    }
+    const Bytes block = host.save();
+    host.release();
+    if (block.empty()) return;
+    StrictHost& second = world.add("car");
+    second.declare();
+    if (second.load(block) == 0) world.run(second, kFrames / 2, 2);
+}
 
 void runsInAnyOrder(Check& check) {
     ModuleFile module(check);
@@ -71,6 +209,7 @@ void anyFrameRate(Check& check) {
 
 void showsAnyTime(Check& check) {
     ModuleFile module(check);
+    requireSameRunWhenShown(check, module);
     World world(check, module);
     StrictHost& host = world.addRigged("car");
     const double times[] = {0.0, -1.0, 0.04, 0.0123, 1e6, -1e6, 1e12};
@@ -219,7 +358,23 @@ void sideBySide(Check& check) {
                 change(other, item);
                 break;
             }
-    world.run(0, 12);
+    // Others come and go, too, while it drives.
+    world.begin(0);
+    host.startRun(0);
+    other.startRun(0);
+    StrictHost* guest = nullptr;
+    for (int frame = 1; frame <= 12; ++frame) {
+        world.frame(frame);
+        if (frame == 3) guest = &world.add("a guest");
+        if (frame == 5) guest->rig();
+        if (frame == 7) (void)guest->save();
+        if (frame == 9) guest->release();
+        host.updateFrame(frame);
+        if (other.life == Life::running) other.updateFrame(frame);
+        if (frame == 10) other.release();
+    }
+    host.stopRun(12);
+    world.end();
     const std::string seen = alone.difference(world.picture(host, 0, 12));
     check.expect(seen.empty(),
                  "an object drove differently beside another one: " + seen + "; objects are independent of each other");

@@ -41,6 +41,14 @@ void loadAndGoOn(World& world, const Bytes& block) {
     second.release();
 }
 
+void loadHalf(World& world, const Bytes& block) {
+    StrictHost& third = world.add("car");
+    third.expectsFinite = false;
+    third.declare();
+    (void)third.load(Bytes(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(block.size() / 2)));
+    third.release();
+}
+
 }  // namespace
 
 void change(StrictHost& host, const Item& item) {
@@ -65,6 +73,10 @@ void changeEach(StrictHost& host, bool numbersToo, const std::function<void()>& 
 void wholeLife(Check& check) {
     ModuleFile module(check);
     World world(check, module);
+    fullLife(world);
+}
+
+void fullLife(World& world) {
     StrictHost& host = world.addRigged("car");
     StrictHost& other = world.addRigged("another car");
     host.showFrame(0.0);
@@ -86,15 +98,9 @@ void wholeLife(Check& check) {
     const Bytes block = host.save();
     deleteOne(world, host);
     host.release();
-    if (!block.empty()) loadAndGoOn(world, block);
-}
-
-void shortLife(World& world) {
-    StrictHost& host = world.addRigged("car");
-    world.run(host, 0, 5);
-    host.showFrame(0.1);
-    (void)host.save();
-    host.release();
+    if (block.empty()) return;
+    loadAndGoOn(world, block);
+    loadHalf(world, block);
 }
 
 }  // namespace ond::validate

@@ -19,7 +19,7 @@ void changeEach(StrictHost& host, bool numbersToo, const std::function<void()>& 
 /// a save, and a second object that loads it. All that an object may ask of its host comes up here.
 void wholeLife(Check& check);
 
-/// A short life of one object: rig, run, save, release.
-void shortLife(World& world);
+/// The same in a world that is there already. At the end another object gets half of the block.
+void fullLife(World& world);
 
 }  // namespace ond::validate

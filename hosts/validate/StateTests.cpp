@@ -7,6 +7,7 @@
 #include <cstring>
 #include <locale>
 
+#include "ond/util/CMesh.h"
 #include "ond/util/DataChunk.h"
 #include "validate/CarRules.h"
 #include "validate/Scenarios.h"
@@ -148,6 +149,15 @@ void savingChangesNothing(Check& check) {
                                                                  (different.empty() ? "a transform" : different) +
                                                                  "; a save hands over a block and changes nothing");
     check.expect(host.records.size() == records, "saveState() pushed an undo record; it changes nothing to be undone");
+    world.run(host, 4, 4);
+    World other(check, module);
+    StrictHost& unsaved = other.addRigged("car");
+    other.run(unsaved, 0, 4);
+    other.run(unsaved, 4, 4);
+    const std::string later = other.picture(unsaved, 0, 8).difference(world.picture(host, 0, 8));
+    check.expect(later.empty(),
+                 "an object that was saved between two runs went on differently from one that was not: " + later +
+                     "; a save hands over a block and changes nothing");
 }
 
 void blockIsAChunk(Check& check) {
@@ -283,6 +293,37 @@ void loadsWithoutElements(Check& check) {
         }
         saved.world.hosts.pop_back();
     }
+}
+
+void loadsIntoAChangedScene(Check& check) {
+    Saved saved(check);
+    std::vector<stage::Element*> own;
+    for (const auto& one : saved.world.scene.elements)
+        if (one->vehicle == "car" && !one->identifier.empty()) own.push_back(one.get());
+    if (own.empty()) check.skip("the module makes no elements");
+    const auto loadAndGoOn = [&] {
+        StrictHost& host = saved.world.add("car");
+        host.expectsFinite = false;
+        host.declare();
+        if (host.load(saved.block) == 0) {
+            host.showFrame(0.0);
+            saved.world.run(host, 10, 2);
+            (void)host.save();
+        }
+        saved.world.hosts.pop_back();
+    };
+    for (stage::Element* one : own) one->name = "renamed by the user";
+    loadAndGoOn();
+    for (stage::Element* one : own) saved.world.scene.reparent(*one, nullptr);
+    loadAndGoOn();
+    stage::Element& group = saved.world.scene.add("a group of the user");
+    for (stage::Element* one : own) saved.world.scene.reparent(*one, &group);
+    loadAndGoOn();
+    for (stage::Element* one : own) {
+        one->shown = false;
+        saved.world.scene.setShape(*one, util::CMesh());
+    }
+    loadAndGoOn();
 }
 
 void otherLocale(Check& check) {

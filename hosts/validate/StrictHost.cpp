@@ -23,9 +23,18 @@ constexpr std::size_t kBytesBehindBlock = 4096;
 
 }  // namespace
 
+/// What of a channel is the host's.
+struct StrictHost::ChannelFields {
+    unidevice::Property* channel;
+    std::string name, hostText;
+    std::int32_t type;
+    unidevice::ControlSource* source;
+    std::vector<unidevice::ControlObserver*> registered;
+};
+
 StrictHost::StrictHost(Check& hostCheck, ovs::CCameraPlugin& plugin, std::string objectName, stage::Scene& hostScene,
                        Lacks hostLacks)
-    : check(hostCheck), name(std::move(objectName)), scene(hostScene), lacks(std::move(hostLacks)) {
+    : check(hostCheck), name(std::move(objectName)), scene(hostScene), lacks(std::move(hostLacks)), m_plugin(plugin) {
     if (!lacks.descriptor) appLink.descriptor = &plugin;
     if (!lacks.link) link = &appLink;
     {
@@ -67,6 +76,7 @@ StrictHost::~StrictHost() {
     }
     const HostFrees frees;
     m_handles.clear();
+    m_lentHandles.clear();
     m_transforms.clear();
     m_appearances.clear();
     m_surfaces.clear();
@@ -91,15 +101,18 @@ void StrictHost::enter(const char* call, const std::string& shownCall, Work work
             host.m_call = call;
         }
     };
+    const std::vector<ChannelFields> channels = channelFields();
     {
         const Around around(*this);
         s_current = this;
         m_call = call;
+        m_stackAtCall = &around;
         m_shownCall = shownCall;
         check.inside(shownCall, std::move(work));
     }
     requireAllBack(shownCall);
     requireOwnFields(shownCall);
+    requireChannelFields(channels, shownCall);
 }
 
 void StrictHost::requireOwnFields(const std::string& call) {
@@ -115,10 +128,49 @@ void StrictHost::requireOwnFields(const std::string& call) {
     changed(camera->name != name, "name");
     changed(camera->hostInterface != this, "hostInterface");
     changed(link != (lacks.link ? nullptr : &appLink), "the interface's link");
+    changed(appLink.first != nullptr || appLink.descriptor != (lacks.descriptor ? nullptr : &m_plugin),
+            "the content of the interface's link");
+    appLink.first = nullptr;
+    appLink.descriptor = lacks.descriptor ? nullptr : &m_plugin;
     camera->hostObject = m_hostObject;
     camera->hostInterface = this;
     camera->name = name;
     link = lacks.link ? nullptr : &appLink;
+}
+
+std::vector<StrictHost::ChannelFields> StrictHost::channelFields() const {
+    std::vector<ChannelFields> all;
+    const auto add = [&](unidevice::Property* channel) {
+        if (channel != nullptr)
+            all.push_back(
+                {channel, channel->name, channel->hostText, channel->type, channel->source, channel->registered});
+    };
+    std::for_each(inputs.begin(), inputs.end(), add);
+    std::for_each(outputs.begin(), outputs.end(), add);
+    return all;
+}
+
+void StrictHost::requireChannelFields(const std::vector<ChannelFields>& before, const std::string& call) {
+    if (camera == nullptr || std::count(m_channelDeleted.begin(), m_channelDeleted.end(), true) > 0) return;
+    for (const ChannelFields& was : before) {
+        unidevice::Property& is = *was.channel;
+        const char* what = is.name != was.name               ? "name"
+                           : is.hostText != was.hostText     ? "hostText"
+                           : is.type != was.type             ? "type"
+                           : is.source != was.source         ? "source"
+                           : is.registered != was.registered ? "list of observers"
+                                                             : nullptr;
+        if (what == nullptr) continue;
+        check.complain("leaves-host-fields-alone", "the " + std::string(what) + " of the channel " + cited(was.name) +
+                                                       " is not what the host put there, behind " + call +
+                                                       "; an object may tune a channel, and all else of it is the "
+                                                       "host's");
+        is.name = was.name;
+        is.hostText = was.hostText;
+        is.type = was.type;
+        is.source = was.source;
+        is.registered = was.registered;
+    }
 }
 
 void StrictHost::requireAllBack(const std::string& call) {
@@ -208,26 +260,36 @@ Bytes StrictHost::save() {
 
 void StrictHost::startRun(int frame) {
     life = Life::running;
+    m_framesOfRun = 0;
+    m_messagesOfFrames.clear();
     m_lastFrame = frame;
     feed(frame);
-    const double time = scene.clock.time(frame);
+    const double time = m_time = scene.clock.time(frame);
     enter("startRun", timed("startRun", time), [&] { camera->startRun(time); });
 }
 
 void StrictHost::updateFrame(int frame) {
+    ++m_framesOfRun;
     m_lastFrame = frame;
     feed(frame);
-    const double time = scene.clock.time(frame);
+    const double time = m_time = scene.clock.time(frame);
     enter("updateFrame", timed("updateFrame", time), [&] { camera->updateFrame(time); });
 }
 
 void StrictHost::showFrame(double time) {
+    const std::uint64_t before = writes;
     enter("showFrame", timed("showFrame", time), [&] { camera->showFrame(time); });
+    if (writes != before)
+        check.complain("shows-any-time",
+                       timed("showFrame", time) +
+                           " set a transform; looking through the timeline moves nothing, what is recorded is shown",
+                       check.level >= Level::strict ? Severity::failure : Severity::warning);
 }
 
 void StrictHost::stopRun(int frame) {
     const double time = scene.clock.time(frame);
     enter("stopRun", timed("stopRun", time), [&] { camera->stopRun(time); });
+    requireFewMessages();
     life = Life::rigged;
 }
 
@@ -273,22 +335,23 @@ std::uint64_t StrictHost::callObject(std::uint32_t extension, void* argument) {
     return answer;
 }
 
-void StrictHost::undo(std::size_t from) {
+void StrictHost::undo(std::size_t from, std::size_t to) {
     m_undoing = true;
-    for (std::size_t i = records.size(); i > from; --i)
+    for (std::size_t i = std::min(to, records.size()); i > from; --i)
         enter("undo", "CUndo::undo(true)", [&] { records[i - 1]->undo(true); });
     m_undoing = false;
 }
 
-void StrictHost::redo(std::size_t from) {
+void StrictHost::redo(std::size_t from, std::size_t to) {
     m_undoing = true;
-    const std::size_t count = records.size();
+    const std::size_t count = std::min(to, records.size());
     for (std::size_t i = from; i < count; ++i) enter("redo", "CUndo::redo()", [&] { records[i]->redo(); });
     m_undoing = false;
 }
 
 void StrictHost::dropRecords() {
     const std::vector<ovs::CUndo*> gone = std::exchange(records, {});
+    m_everPushed.clear();
     for (ovs::CUndo* record : gone) enter("CUndo::release", "CUndo::release()", [&] { record->release(); });
 }
 
@@ -317,6 +380,11 @@ std::vector<stage::Element*> StrictHost::ownElements() const {
 }
 
 void StrictHost::feed(int frame) {
+    if (!held.empty()) {
+        for (std::size_t i = 0; i < std::min(axes.size(), held.size()); ++i)
+            axes[i]->position = inputs[i] != nullptr && inputs[i]->type == 15 ? std::abs(held[i]) : held[i];
+        return;
+    }
     for (std::size_t i = 0; i < axes.size(); ++i) {
         if (inputs[i] == nullptr) continue;
         const double wave = std::sin(0.13 * frame + 0.9 * static_cast<double>(i));
@@ -347,9 +415,67 @@ std::string StrictHost::shown(const stage::Element* of) const {
 WatchedHandle* StrictHost::handleOf(stage::Element* of) {
     if (of == nullptr) return nullptr;
     std::unique_ptr<WatchedHandle>& handle = m_handles[of];
-    if (handle == nullptr) handle = std::make_unique<WatchedHandle>(*this, *of);
+    if (handle == nullptr) handle = std::make_unique<WatchedHandle>(*this, *of, nullptr);
     m_given.insert(handle.get());
     return handle.get();
+}
+
+WatchedHandle* StrictHost::lendHandle(stage::Element* of, const stage::Element& giver) {
+    if (of == nullptr) return nullptr;
+    m_lentHandles.push_back(std::make_unique<WatchedHandle>(*this, *of, &giver));
+    m_given.insert(m_lentHandles.back().get());
+    return m_lentHandles.back().get();
+}
+
+void StrictHost::takeHandleBack(ovs::MeshHandle* handle, const stage::Element& giver) {
+    if (elementOf(handle, "releaseHandle") == nullptr) return;
+    auto& own = static_cast<WatchedHandle&>(*handle);
+    if (own.giver != &giver)
+        check.complain("gives-back-once", "the object gave the handle of " + shown(&own.element) +
+                                              " to releaseHandle() of " + shown(&giver) +
+                                              ", which had not given it; it takes what its own getParent() and "
+                                              "getChild() gave");
+    own.released = own.giver != nullptr;
+}
+
+void StrictHost::requireUnreleased(const WatchedHandle& handle, const char* service) {
+    if (!handle.released) return;
+    const bool again = std::string_view(service) == "releaseHandle";
+    check.complain(again ? "gives-back-once" : "uses-nothing-given-back",
+                   again ? "the object gave a handle of " + shown(&handle.element) +
+                               " back twice; what was given out is released once"
+                         : "the module used a handle of " + shown(&handle.element) + " for " + service +
+                               " that it had given back; a handle is dead from its releaseHandle() on");
+}
+
+void StrictHost::requireOwn(const stage::Element& element, const char* service) {
+    if (element.vehicle == name && !element.identifier.empty()) return;
+    check.complain("leaves-other-elements-alone",
+                   "the object asked for " + std::string(service) + " of " + shown(&element) +
+                       ", which it had not made; what users and other objects have in the scene stays as it is");
+}
+
+void StrictHost::requireFrameTime(const stage::Element& element, double time) {
+    const std::string_view call = m_call;
+    if (call != "updateFrame" && call != "startRun") return;
+    const double from =
+        call == "startRun" ? m_time - scene.clock.snap() : m_time - scene.clock.step() + scene.clock.snap();
+    if (time >= from && time <= m_time + scene.clock.snap()) return;
+    check.complain("sets-at-the-frames-time",
+                   m_shownCall + " set a transform of " + shown(&element) + " at the time " + validate::shown(time) +
+                       "; what a frame sets lies behind the frame before and not behind its own time",
+                   check.level >= Level::strict ? Severity::failure : Severity::warning);
+}
+
+void StrictHost::requireRigBuilt(const stage::Element& root) {
+    const auto complain = [&](const std::string& what) {
+        check.complain("keeps-to-the-agreed-calls", "the module sent slot 6 to " + shown(&root) + what +
+                                                        "; it is sent once to the root of a new rig, in createRig()");
+    };
+    if (std::string_view(m_call) != "createRig") complain(" in " + m_shownCall);
+    if (root.parent != nullptr) complain(", which hangs below " + shown(root.parent));
+    if (m_root != nullptr && m_root != &root) complain(", having sent it to " + shown(m_root));
+    m_root = &root;
 }
 
 stage::Element* StrictHost::elementOf(const ovs::MeshHandle* handle, const char* service) {
@@ -359,7 +485,9 @@ stage::Element* StrictHost::elementOf(const ovs::MeshHandle* handle, const char*
                                                  " a handle that its host had not given out to this object");
         return nullptr;
     }
-    return &static_cast<const WatchedHandle*>(handle)->element;
+    const auto& own = static_cast<const WatchedHandle&>(*handle);
+    requireUnreleased(own, service);
+    return &own.element;
 }
 
 }  // namespace ond::validate

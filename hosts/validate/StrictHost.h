@@ -28,9 +28,14 @@ class WatchedCamera;
 
 using Bytes = std::vector<unsigned char>;
 
+/// The class is final, so that a plain call would be to this program's own function and not to the module's.
+[[nodiscard]] unidevice::Property* createThroughTable(unidevice::Property::Factory& factory, const std::string& channel,
+                                                      std::int32_t type);
+
 /// What this host leaves undone. To be set before the calls that it concerns.
 struct Lacks {
     bool outputs = false;         ///< extension 41
+    bool outputChannels = false;  ///< extension 41 is there and answers null
     bool relations = false;       ///< extension 31 of elements
     bool inputs = false;          ///< createInputProperty() answers null
     bool ownChannels = false;     ///< the host makes input channels itself, without the factory
@@ -84,9 +89,10 @@ class StrictHost final : public ovs::CInterface {
     void tell(const Item& item, const std::string& text);
     /// Has the object store the present values of its output channels.
     void refreshOutputs();
-    /// Runs the records behind the first `from` ones: on undo last in first out, on redo in order.
-    void undo(std::size_t from = 0);
-    void redo(std::size_t from = 0);
+    static constexpr std::size_t kAllRecords = ~std::size_t{0};
+    /// Runs the records from `from` to below `to`: on undo last in first out, on redo in order.
+    void undo(std::size_t from = 0, std::size_t to = kAllRecords);
+    void redo(std::size_t from = 0, std::size_t to = kAllRecords);
     /// Releases the records.
     void dropRecords();
     std::uint64_t callObject(std::uint32_t extension, void* argument);
@@ -114,6 +120,7 @@ class StrictHost final : public ovs::CInterface {
 
     std::vector<Item> items;
     std::vector<std::string> groups;
+    std::deque<unidevice::ControlObserver> observers;      ///< one on each input, and behind all axes in dying
     std::vector<unidevice::Property*> inputs;              ///< in the order of declaring; null if refused
     std::vector<std::unique_ptr<Axis>> axes;               ///< of the inputs
     std::vector<unidevice::Property::Factory*> factories;  ///< of the inputs
@@ -128,6 +135,7 @@ class StrictHost final : public ovs::CInterface {
     int redraws = 0;
     int stores = 0;
     std::uint64_t writes = 0;    ///< matrices that were set
+    std::vector<double> held;    ///< where the axes stand in place of what they do by themselves; one-way ones from 0
     bool judgesMessages = true;  ///< off while the host itself sends texts that are none
     bool expectsFinite = true;   ///< numbers that run away are no finding while the settings are the host's own
 
@@ -191,6 +199,15 @@ class StrictHost final : public ovs::CInterface {
     /// The element's bare name, in quotes; "null" for null.
     [[nodiscard]] std::string shown(const stage::Element* element) const;
     [[nodiscard]] WatchedHandle* handleOf(stage::Element* element);
+    /// A handle of its own each time, as getParent() and getChild() of `giver` give it; null for null.
+    [[nodiscard]] WatchedHandle* lendHandle(stage::Element* element, const stage::Element& giver);
+    void takeHandleBack(ovs::MeshHandle* handle, const stage::Element& giver);
+    void requireUnreleased(const WatchedHandle& handle, const char* service);
+    /// Complains about a change of what this object did not make.
+    void requireOwn(const stage::Element& element, const char* service);
+    /// Complains about a transform that a frame sets at another time than its own.
+    void requireFrameTime(const stage::Element& element, double time);
+    void requireRigBuilt(const stage::Element& root);
     /// The element behind a handle. A handle that this host did not give out is a complaint and gives null, as null
     /// does.
     [[nodiscard]] stage::Element* elementOf(const ovs::MeshHandle* handle, const char* service);
@@ -206,10 +223,16 @@ class StrictHost final : public ovs::CInterface {
     void enter(const char* call, const std::string& shownCall, Work work);
     void requireAllBack(const std::string& call);
     void requireOwnFields(const std::string& call);
+    struct ChannelFields;
+    [[nodiscard]] std::vector<ChannelFields> channelFields() const;
+    void requireChannelFields(const std::vector<ChannelFields>& before, const std::string& call);
     void reserved(int slot);
     void requireZero(const char* service, std::int64_t value);
     void requireDeclaring(const char* service);
+    bool requireTime(const char* what, double time);
     void addItem(const char* service, Item item);
+    /// Whether something lies among the variables of the functions that the call into the object went through.
+    [[nodiscard]] bool isOnStack(const void* place) const;
     template <typename T>
     void addNumber(const char* service, Item item, T* field, T min, T max, T step, std::int32_t hint,
                    std::int32_t wanted, bool flag);
@@ -218,15 +241,18 @@ class StrictHost final : public ovs::CInterface {
     unidevice::Property* makeChannel(const std::string& channel, std::uint32_t type,
                                      unidevice::Property::Factory* factory);
     void requireDeclarationWhole();
+    void requireFewMessages();
     void requireMessage(const std::string& text, const std::string& caption);
     [[nodiscard]] std::string timed(const char* call, double time) const;
     [[nodiscard]] bool keepsSurfaces() const;
 
+    ovs::CCameraPlugin& m_plugin;
     const std::thread::id m_thread = std::this_thread::get_id();
     static inline std::uint64_t s_lastMark = 0x4F6E642051756164U;
     /// The host's mark of the object; any number would do, another one for each object.
     const std::uint64_t m_hostObject = ++s_lastMark;
-    std::string m_shownCall;                        ///< for sentences
+    std::string m_shownCall;  ///< for sentences
+    const void* m_stackAtCall = nullptr;
     const char* m_call = "";                        ///< of the object that is under way
     static inline StrictHost* s_current = nullptr;  ///< whose object is being called
     static inline std::set<const void*> s_allHosts{};
@@ -235,10 +261,15 @@ class StrictHost final : public ovs::CInterface {
     bool m_inputsWhole = false, m_dialogWhole = false, m_groupOpen = false;
     bool m_storedInThisSave = false;
     bool m_undoing = false;
+    double m_time = 0.0;                     ///< of the frame, or of the start of the run
+    const stage::Element* m_root = nullptr;  ///< that was told that the rig is built
     int m_lastFrame = 0;
-    const void* m_block = nullptr;  ///< during loadState()
+    int m_framesOfRun = 0;
+    std::map<std::string, int> m_messagesOfFrames;  ///< texts of a run's frames, and how often
+    const void* m_block = nullptr;                  ///< during loadState()
     Bytes m_stored;
     std::map<stage::Element*, std::unique_ptr<WatchedHandle>> m_handles;
+    std::deque<std::unique_ptr<WatchedHandle>> m_lentHandles;
     std::set<const ovs::MeshHandle*> m_given;  ///< handles that the object has seen
     std::set<ovs::CUndo*> m_everPushed;
     std::deque<std::unique_ptr<WatchedTransform>> m_transforms;

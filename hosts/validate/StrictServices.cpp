@@ -13,16 +13,8 @@ namespace ond::validate {
 
 namespace {
 
-/// How many lent objects rest before the oldest serves again: so long an object that was given back is told apart.
+/// How many lent objects rest until the oldest goes: so long an object that was given back is told apart.
 constexpr std::size_t kRestingObjects = 4096;
-
-/// The class is final, so that a plain call would be to this program's own function and not to the module's.
-unidevice::Property* createThroughTable(unidevice::Property::Factory& factory, const std::string& channel,
-                                        std::int32_t type) {
-    using Create = unidevice::Property* (unidevice::Property::Factory::*)(std::string, std::int32_t);
-    volatile Create create = &unidevice::Property::Factory::create;
-    return (factory.*create)(channel, type);
-}
 
 /// An output channel that knows when the module destroys it.
 class WatchedOutput final : public unidevice::OutputProperty {
@@ -58,6 +50,13 @@ bool changesScene(std::string_view service) {
 }
 
 }  // namespace
+
+unidevice::Property* createThroughTable(unidevice::Property::Factory& factory, const std::string& channel,
+                                        std::int32_t type) {
+    using Create = unidevice::Property* (unidevice::Property::Factory::*)(std::string, std::int32_t);
+    volatile Create create = &unidevice::Property::Factory::create;
+    return (factory.*create)(channel, type);
+}
 
 bool StrictHost::serve(const char* service) { return serve(service, {Life::declared, Life::rigged, Life::running}); }
 
@@ -140,6 +139,7 @@ void* StrictHost::callExtension(std::uint32_t id, void* argument) {
         if (other->name == record.name)
             check.complain("output-channels", "the module made two output channels called " + cited(record.name) +
                                                   "; the name tells channels apart");
+    if (lacks.outputChannels) return nullptr;
     outputs.push_back(new WatchedOutput(check, record));
     return static_cast<unidevice::Property*>(outputs.back());
 }
@@ -210,7 +210,11 @@ unidevice::Property* StrictHost::createInputProperty(std::string channel, std::u
     inputs.push_back(made);
     factories.push_back(factory);
     axes.push_back(std::make_unique<Axis>());
-    if (made != nullptr) axes.back()->wire(*made);
+    if (made != nullptr) {
+        axes.back()->wire(*made);
+        made->hostText = "wired by the host";
+        made->registered.push_back(&observers.emplace_back(unidevice::ControlObserver{true}));
+    }
     return made;
 }
 
@@ -262,6 +266,12 @@ void StrictHost::endGroup() {
     m_groupOpen = false;
 }
 
+bool StrictHost::isOnStack(const void* place) const {
+    const char here = 0;
+    const auto at = reinterpret_cast<std::uintptr_t>(place);
+    return at > reinterpret_cast<std::uintptr_t>(&here) && at < reinterpret_cast<std::uintptr_t>(m_stackAtCall);
+}
+
 void StrictHost::addItem(const char* service, Item item) {
     requireDeclaring(service);
     const std::string shownItem = "the item " + cited(item.label);
@@ -284,6 +294,13 @@ void StrictHost::addItem(const char* service, Item item) {
                 check.complain("declares-items",
                                shownItem + " and the item " + cited(other.label) + " have the same field",
                                Severity::warning);
+    if (static_cast<void*>(item.callback) == static_cast<void*>(camera) && item.callback != nullptr)
+        check.complain("declares-items", shownItem +
+                                             " has the object itself as its callback; the listener is the part of the "
+                                             "object that is a Callback, with a table of its own");
+    if (item.hasValue() && isOnStack(item.field))
+        check.complain("declares-items",
+                       shownItem + " has a field on the stack; the field lives as long as the object");
     item.group = groups.empty() ? "" : groups.back();
     items.push_back(std::move(item));
 }
@@ -413,7 +430,10 @@ void StrictHost::deleteElement(ovs::MeshHandle* handle, std::int32_t reserved1, 
     if (!serve("deleteElement", {Life::declared, Life::rigged})) return;
     requireZero("deleteElement", reserved1);
     requireZero("deleteElement", reserved2);
-    if (stage::Element* gone = elementOf(handle, "deleteElement"); gone != nullptr) scene.remove(*gone);
+    stage::Element* gone = elementOf(handle, "deleteElement");
+    if (gone == nullptr) return;
+    requireOwn(*gone, "deleteElement");
+    if (gone->vehicle == name) scene.remove(*gone);
 }
 
 ovs::MeshHandle* StrictHost::findElement(std::string identifier) {
@@ -481,11 +501,10 @@ ovs::MeshHandle* StrictHost::createMeshElement(std::string identifier, ovs::Mesh
 template <typename Object>
 Object* StrictHost::lend(std::deque<std::unique_ptr<Object>>& objects, stage::Element& of, double time) {
     if (objects.size() >= kRestingObjects && !objects.front()->lent.out) {
-        objects.push_back(std::move(objects.front()));
+        const HostFrees frees;
         objects.pop_front();
-    } else {
-        objects.push_back(std::make_unique<Object>());
     }
+    objects.push_back(std::make_unique<Object>());
     objects.back()->lent = {this, &of, time, true, false};
     ++m_out;
     return objects.back().get();
@@ -510,6 +529,13 @@ void StrictHost::takeBack(std::deque<std::unique_ptr<Object>>& objects, Base* ob
     lent.out = lent.kept = false;
 }
 
+bool StrictHost::requireTime(const char* what, double time) {
+    if (std::isfinite(time)) return true;
+    check.complain("keeps-to-the-agreed-calls", "the object asked for a " + std::string(what) + " at the time " +
+                                                    validate::shown(time) + ", which is no place on the timeline");
+    return false;
+}
+
 ovs::TransformObject* StrictHost::getTransformObject(ovs::MeshHandle* handle, double time) {
     if (!serve("getTransformObject")) return nullptr;
     if (handle == nullptr) {
@@ -517,11 +543,7 @@ ovs::TransformObject* StrictHost::getTransformObject(ovs::MeshHandle* handle, do
         return nullptr;
     }
     stage::Element* of = elementOf(handle, "getTransformObject");
-    if (!std::isfinite(time)) {
-        check.complain("keeps-to-the-agreed-calls", "the object asked for a transform at the time " +
-                                                        validate::shown(time) + ", which is no place on the timeline");
-        return nullptr;
-    }
+    if (!requireTime("transform", time)) return nullptr;
     return of == nullptr || of->deleted ? nullptr : lend(m_transforms, *of, time);
 }
 
@@ -540,6 +562,7 @@ ovs::SurfaceObject* StrictHost::getSurfaceObject(ovs::MeshHandle* handle, double
     if (handle == nullptr)
         check.complain("passes-own-handles", "the object asked for the surface of null; the handle is of an element");
     stage::Element* of = elementOf(handle, "getSurfaceObject");
+    if (!requireTime("surface", time)) return nullptr;
     if (of == nullptr || of->deleted || of->surface == stage::SurfaceKind::none || lacks.surfaces) return nullptr;
     return lend(m_surfaces, *of, time);
 }
@@ -552,11 +575,22 @@ ovs::CameraObject* StrictHost::getCameraObject(ovs::MeshHandle* handle, double t
                                                  ", which createCameraElement() did not make");
         return nullptr;
     }
+    requireTime("camera", time);
     return lend(m_cameras, *of, time);
 }
 
 void StrictHost::releaseElementData(ovs::MeshHandle* handle) {
-    if (serve("releaseElementData")) (void)elementOf(handle, "releaseElementData");
+    if (!serve("releaseElementData")) return;
+    const stage::Element* of = elementOf(handle, "releaseElementData");
+    if (of == nullptr || keepsSurfaces()) return;
+    // The youngest are the likeliest; those of earlier calls do not matter.
+    for (auto at = m_surfaces.rbegin(); at != m_surfaces.rend() && m_out > 0; ++at)
+        if ((*at)->lent.out && !(*at)->lent.kept && (*at)->lent.element == of) {
+            check.complain("keeps-to-the-agreed-calls",
+                           "the object called releaseElementData() for " + shown(of) +
+                               " while it had a surface of it; it comes behind releaseSurfaceObject()");
+            return;
+        }
 }
 
 void StrictHost::releaseCameraObject(ovs::CameraObject* object) { takeBack(m_cameras, object, "releaseCameraObject"); }
@@ -596,10 +630,22 @@ void StrictHost::requireMessage(const std::string& text, const std::string& capt
                                        "; captions are 'Warning', 'Error' and 'UNSUPPORTED SURFACE TYPE'");
 }
 
+void StrictHost::requireFewMessages() {
+    constexpr int kFewFrames = 4;
+    for (const auto& [text, count] : m_messagesOfFrames)
+        if (m_framesOfRun >= kFewFrames && count >= m_framesOfRun)
+            check.complain("messages",
+                           "the object showed the message " + cited(text) + " in each of " +
+                               std::to_string(m_framesOfRun) +
+                               " frames; a user has to answer each, so a message comes once",
+                           Severity::warning);
+}
+
 void StrictHost::messageBox(std::string text, std::string caption, std::int32_t reserved) {
     if (!serve("messageBox")) return;
     requireZero("messageBox", reserved);
     if (judgesMessages) requireMessage(text, caption);
+    if (std::string_view(m_call) == "updateFrame") ++m_messagesOfFrames[text];
     messages.push_back({std::move(text), std::move(caption)});
 }
 

@@ -29,6 +29,8 @@ void anyName(Check& check);
 void objectExtensions(Check& check);
 void releasesInEveryState(Check& check);
 void manyObjects(Check& check);
+
+// MemoryTests.cpp
 void memoryComesBack(Check& check);
 
 // DeclarationTests.cpp
@@ -38,6 +40,7 @@ void inputChannels(Check& check);
 void channelFactory(Check& check);
 void outputChannels(Check& check);
 void withoutOutputs(Check& check);
+void refusedOutputs(Check& check);
 void refusedChannels(Check& check);
 void hostMadeChannels(Check& check);
 void withoutDescriptor(Check& check);
@@ -51,6 +54,9 @@ void messages(Check& check);
 
 // RunTests.cpp
 void runsInAnyOrder(Check& check);
+void longRuns(Check& check);
+void fullTravel(Check& check);
+void changingGround(Check& check);
 void anyFrameRate(Check& check);
 void showsAnyTime(Check& check);
 void withoutGround(Check& check);
@@ -84,12 +90,14 @@ void resumesFromALoad(Check& check);
 void readsOnlyTheBlock(Check& check);
 void noBlock(Check& check);
 void loadsWithoutElements(Check& check);
+void loadsIntoAChangedScene(Check& check);
 void otherLocale(Check& check);
 
 // DamageTests.cpp
 void truncatedBlocks(Check& check);
 void flippedBlocks(Check& check);
 void randomBlocks(Check& check);
+void deepBlocks(Check& check);
 void oversizedLengths(Check& check);
 
 // ProcessTests.cpp
@@ -97,6 +105,10 @@ void startsNoThreads(Check& check);
 void opensNoFiles(Check& check);
 void printsNothing(Check& check);
 void keepsProcessSettings(Check& check);
+
+// ApartTests.cpp
+void sameBitsAnywhere(Check& check);
+void asksNothingOfTheSystem(Check& check);
 
 // CarTests.cpp
 void carDescriptor(Check& check);

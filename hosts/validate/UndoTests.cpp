@@ -58,6 +58,69 @@ std::string neither(const Bytes& before, const Bytes& after, const Bytes& undone
     return {};
 }
 
+/// A part of the block that became longer or shorter by the run, as a history does, and that undo left as it was behind
+/// the run; empty if there is none. Any other part may be what no record is about.
+std::string notTakenBack(const Bytes& before, const Bytes& after, const Bytes& undone) {
+    const std::map<std::string, Bytes> first = leavesOf(before);
+    const std::map<std::string, Bytes> last = leavesOf(undone);
+    for (const auto& [path, bytes] : leavesOf(after)) {
+        const auto a = first.find(path);
+        const auto b = last.find(path);
+        if (a != first.end() && b != last.end() && a->second.size() != bytes.size() && b->second == bytes) return path;
+    }
+    return {};
+}
+
+/// What undo of a run has to come to. `before`, `after` and `undone` are blocks.
+void expectTakenBack(Check& check, const Bytes& before, const Bytes& after, const Bytes& undone) {
+    if (before != after)
+        check.expect(undone != after,
+                     "undoing every record of a run left the object as it was; undo takes the change back");
+    const std::string odd = neither(before, after, undone);
+    check.expect(odd.empty(), "undoing every record of a run left " + cited(odd) +
+                                  " of the saved block neither as it was before the run nor as it was behind it; undo "
+                                  "takes the change back");
+    const std::string kept = notTakenBack(before, after, undone);
+    check.expect(kept.empty(), "undoing every record of a run left " + cited(kept) +
+                                   " of the saved block, which the run had made longer or shorter, as the run left it; "
+                                   "there is a record for each history, and undo takes the change back");
+}
+
+/// Two runs on the undo stack, taken back and made again one after the other.
+void undoTwoRuns(Check& check, World& world, StrictHost& host) {
+    host.dropRecords();
+    const Bytes before = host.save();
+    world.run(host, 12, 5);
+    const std::size_t first = host.records.size();
+    const Bytes between = host.save();
+    world.run(host, 14, 6);
+    const Bytes after = host.save();
+    if (first == 0 || host.records.size() == first) return;
+    host.undo(first);
+    const Bytes undoneOnce = host.save();
+    expectTakenBack(check, between, after, undoneOnce);
+    host.undo(0, first);
+    expectTakenBack(check, before, undoneOnce, host.save());
+    host.redo(0, first);
+    std::string different = difference(undoneOnce, host.save());
+    check.expect(different.empty(),
+                 "undo and redo of the first of two runs do not make a pair: behind them the saved "
+                 "block differs in " +
+                     different + "; redo makes the change again");
+    host.redo(first);
+    different = difference(after, host.save());
+    check.expect(different.empty(), "redo of two runs did not make them again: the saved block differs in " +
+                                        different + "; redo makes the change again");
+    host.dropRecords();
+}
+
+void expectUntouched(Check& check, const Item& item, double value, const std::string& what) {
+    check.expect(item.value() == value, what + " changed the field from " + shown(value) + " to " +
+                                            shown(item.value()) +
+                                            "; the host sets the field, and does it around the "
+                                            "record");
+}
+
 /// An edit of one item, taken back and made again as a host does: the object's records lie above the host's own, which
 /// restores the field. What the edit did not change is left to the object.
 void undoEdit(Check& check, World& world, StrictHost& host, const Item& item) {
@@ -77,12 +140,14 @@ void undoEdit(Check& check, World& world, StrictHost& host, const Item& item) {
         const std::string of = "of the edit of " + cited(item.label);
         for (int round = 0; round < 2; ++round) {
             host.undo(bottom);
+            expectUntouched(check, item, after, "undo " + of);
             item.write(before);
             std::string different = missing(lost, world.picture(host, 0, 0, kLooks));
             check.expect(different.empty(),
                          "undo " + of + " did not bring back " + different + "; undo takes the change back");
             item.write(after);
             host.redo(bottom);
+            expectUntouched(check, item, after, "redo " + of);
             different = missing(won, world.picture(host, 0, 0, kLooks));
             check.expect(different.empty(),
                          "redo " + of + " did not bring back " + different + "; redo makes the change again");
@@ -127,6 +192,9 @@ void undoOfARun(Check& check) {
     ModuleFile module(check);
     World world(check, module);
     StrictHost& host = world.addRigged("car");
+    StrictHost& other = world.addRigged("a bystander");
+    world.run(other, 0, 6);
+    const Bytes bystander = other.save();
     // The first run measures the rig, which no record takes back.
     world.run(host, 0, 6);
     host.dropRecords();
@@ -136,13 +204,7 @@ void undoOfARun(Check& check) {
     const Bytes after = host.save();
     host.undo();
     const Bytes undone = host.save();
-    if (before != after)
-        check.expect(undone != after,
-                     "undoing every record of a run left the object as it was; undo takes the change back");
-    const std::string odd = neither(before, after, undone);
-    check.expect(odd.empty(), "undoing every record of a run left " + cited(odd) +
-                                  " of the saved block neither as it was before the run nor as it was behind it; undo "
-                                  "takes the change back");
+    expectTakenBack(check, before, after, undone);
     for (int round = 0; round < 2; ++round) {
         host.redo();
         std::string different = difference(after, host.save());
@@ -156,6 +218,11 @@ void undoOfARun(Check& check) {
                          "; undo takes the same change back each time");
     }
     host.redo();
+    undoTwoRuns(check, world, host);
+    const std::string different = difference(bystander, other.save());
+    check.expect(different.empty(),
+                 "undo and redo of an object's run changed another object: its saved block differs in " + different +
+                     "; objects are independent of each other");
     world.run(host, 12, 2);
     host.undo();
     world.run(host, 3, 2);

@@ -10,7 +10,7 @@ void messages(Check& check) {
     ModuleFile module(check);
     World world(check, module);
     StrictHost& host = world.addRigged("car");
-    world.run(host, 0, 2);
+    world.run(host, 0, 5);
     // A rig that a user has bent out of shape, and grounds that are none.
     for (stage::Element* own : host.ownElements()) {
         const util::Matrix4 pose = world.scene.local(*own, 0.0);

@@ -23,7 +23,25 @@ bool Lent::use(const char* operation) const {
     return false;
 }
 
+bool Lent::change(const char* operation) const {
+    if (!use(operation)) return false;
+    host->requireOwn(*element, operation);
+    return !element->deleted;
+}
+
 // Element handles
+
+bool WatchedHandle::use(const char* operation) {
+    if (!m_host.serve(operation)) return false;
+    m_host.requireUnreleased(*this, operation);
+    return true;
+}
+
+bool WatchedHandle::change(const char* operation) {
+    if (!use(operation)) return false;
+    m_host.requireOwn(element, operation);
+    return !element.deleted;
+}
 
 void WatchedHandle::reserved(int slot) {
     m_host.check.complain("keeps-to-the-agreed-calls", "the module called slot " + std::to_string(slot) +
@@ -31,7 +49,7 @@ void WatchedHandle::reserved(int slot) {
 }
 
 void* WatchedHandle::callExtension(std::uint32_t id, void* argument) {
-    if (!m_host.serve("MeshHandle::callExtension")) return nullptr;
+    if (!use("MeshHandle::callExtension")) return nullptr;
     const bool known = id == 31 && !m_host.lacks.relations;
     if (id == 17 || id == 57) {
         if (argument != nullptr)
@@ -56,23 +74,24 @@ void* WatchedHandle::callExtension(std::uint32_t id, void* argument) {
 }
 
 bool WatchedHandle::hasExtension(std::uint32_t id) {
-    if (!m_host.serve("MeshHandle::hasExtension")) return false;
+    if (!use("MeshHandle::hasExtension")) return false;
     m_host.askedOfElements.insert(id);
     return !element.deleted && id == 31 && !m_host.lacks.relations;
 }
 
 void WatchedHandle::show() {
-    if (m_host.serve("MeshHandle::show") && !element.deleted) element.shown = true;
+    if (change("MeshHandle::show")) element.shown = true;
 }
 
 void WatchedHandle::hide() {
-    if (m_host.serve("MeshHandle::hide") && !element.deleted) element.shown = false;
+    if (change("MeshHandle::hide")) element.shown = false;
 }
 
-bool WatchedHandle::isShown() { return m_host.serve("MeshHandle::isShown") && !element.deleted && element.shown; }
+bool WatchedHandle::isShown() { return use("MeshHandle::isShown") && !element.deleted && element.shown; }
 
 void WatchedHandle::rigBuilt() {
     if (!m_host.serve("MeshHandle::rigBuilt", {Life::declared})) return;
+    m_host.requireRigBuilt(element);
     if (element.selected)
         m_host.check.complain("keeps-to-the-agreed-calls", "the module sent slot 6 twice to " + m_host.shown(&element) +
                                                                "; it is sent once to the root of a new rig");
@@ -80,17 +99,17 @@ void WatchedHandle::rigBuilt() {
 }
 
 ovs::MeshHandle* WatchedHandle::getParent() {
-    if (!m_host.serve("MeshHandle::getParent") || element.deleted) return nullptr;
-    return m_host.handleOf(element.parent);
+    if (!use("MeshHandle::getParent") || element.deleted) return nullptr;
+    return m_host.lendHandle(element.parent, element);
 }
 
 std::int32_t WatchedHandle::getNumChildren() {
-    if (!m_host.serve("MeshHandle::getNumChildren") || element.deleted) return 0;
+    if (!use("MeshHandle::getNumChildren") || element.deleted) return 0;
     return static_cast<std::int32_t>(element.children.size());
 }
 
 ovs::MeshHandle* WatchedHandle::getChild(std::int32_t index) {
-    if (!m_host.serve("MeshHandle::getChild") || element.deleted) return nullptr;
+    if (!use("MeshHandle::getChild") || element.deleted) return nullptr;
     if (index < 0 || index >= static_cast<std::int32_t>(element.children.size())) {
         m_host.check.complain("keeps-to-the-agreed-calls", "the module asked for child " + std::to_string(index) +
                                                                " of " + m_host.shown(&element) + ", which has " +
@@ -99,14 +118,14 @@ ovs::MeshHandle* WatchedHandle::getChild(std::int32_t index) {
         return nullptr;
     }
     if (m_host.lacks.children) return nullptr;
-    return m_host.handleOf(element.children[static_cast<std::size_t>(index)]);
+    return m_host.lendHandle(element.children[static_cast<std::size_t>(index)], element);
 }
 
 void WatchedHandle::releaseHandle(ovs::MeshHandle* handle) {
-    if (m_host.serve("MeshHandle::releaseHandle") && handle != nullptr) (void)m_host.elementOf(handle, "releaseHandle");
+    if (use("MeshHandle::releaseHandle") && handle != nullptr) m_host.takeHandleBack(handle, element);
 }
 
-std::string WatchedHandle::getName() { return m_host.serve("MeshHandle::getName") ? element.name : std::string(); }
+std::string WatchedHandle::getName() { return use("MeshHandle::getName") ? element.name : std::string(); }
 
 // Transforms
 
@@ -124,15 +143,21 @@ void WatchedTransform::requireFinite(const util::Matrix4& matrix) const {
                                   "a transform is made of numbers that a scene can show");
 }
 
+bool WatchedTransform::takes(const char* operation, const util::Matrix4& matrix) const {
+    const bool takes = lent.change(operation);
+    if (!lent.out) return false;
+    ++lent.host->writes;
+    requireFinite(matrix);
+    lent.host->requireFrameTime(*lent.element, lent.time);
+    return takes;
+}
+
 void WatchedTransform::readLocalMatrix(util::Matrix4& out) {
     if (lent.use("TransformObject::readLocalMatrix")) out = lent.host->scene.local(*lent.element, lent.time);
 }
 
 void WatchedTransform::setLocalMatrix(const util::Matrix4& matrix) {
-    if (!lent.use("TransformObject::setLocalMatrix")) return;
-    ++lent.host->writes;
-    requireFinite(matrix);
-    if (!lent.element->deleted) lent.host->scene.setLocal(*lent.element, lent.time, matrix);
+    if (takes("TransformObject::setLocalMatrix", matrix)) lent.host->scene.setLocal(*lent.element, lent.time, matrix);
 }
 
 void WatchedTransform::readWorldMatrix(util::Matrix4& out) {
@@ -140,10 +165,7 @@ void WatchedTransform::readWorldMatrix(util::Matrix4& out) {
 }
 
 void WatchedTransform::setWorldMatrix(const util::Matrix4& matrix) {
-    if (!lent.use("TransformObject::setWorldMatrix")) return;
-    ++lent.host->writes;
-    requireFinite(matrix);
-    if (!lent.element->deleted) lent.host->scene.setWorld(*lent.element, lent.time, matrix);
+    if (takes("TransformObject::setWorldMatrix", matrix)) lent.host->scene.setWorld(*lent.element, lent.time, matrix);
 }
 
 // Appearances
@@ -154,22 +176,39 @@ void WatchedAppearance::reserved() {
         "the module called a reserved slot of an appearance object; reserved slots are not called");
 }
 
+void WatchedAppearance::requireOrder(bool holds, const char* operation) const {
+    if (holds || lent.host->life != Life::declared) return;
+    lent.host->check.complain("keeps-to-the-agreed-calls",
+                              "the module called " + std::string(operation) + " of the new element " +
+                                  lent.host->shown(lent.element) +
+                                  " too late; the order is useOwnColour(true), setColour(), setWireframe()");
+}
+
 void WatchedAppearance::useOwnColour(bool on) {
-    if (lent.use("AppearanceObject::useOwnColour") && !lent.element->deleted) lent.element->ownColour = on;
+    if (!lent.change("AppearanceObject::useOwnColour")) return;
+    requireOrder(!hasColour, "useOwnColour()");
+    lent.element->ownColour = on;
 }
 
 void WatchedAppearance::setWireframe(bool on) {
-    if (lent.use("AppearanceObject::setWireframe") && !lent.element->deleted) lent.element->wireframe = on;
+    if (!lent.change("AppearanceObject::setWireframe")) return;
+    hasWireframe = true;
+    lent.element->wireframe = on;
 }
 
 void WatchedAppearance::setColour(float red, float green, float blue) {
-    if (!lent.use("AppearanceObject::setColour")) return;
+    if (!lent.change("AppearanceObject::setColour")) return;
     const auto isShare = [](float x) { return x >= 0.0F && x <= 1.0F; };
     if (!isShare(red) || !isShare(green) || !isShare(blue))
         lent.host->check.complain("keeps-to-the-agreed-calls",
                                   "the module set a colour of " + lent.host->shown(lent.element) +
                                       " outside of 0 to 1; each component of a colour is from 0 to 1");
-    if (lent.element->deleted) return;
+    requireOrder(!hasWireframe, "setColour()");
+    hasColour = true;
+    if (!lent.element->ownColour)
+        lent.host->check.complain("keeps-to-the-agreed-calls",
+                                  "the module set a colour of " + lent.host->shown(lent.element) +
+                                      " that had not been told to use its own; useOwnColour(true) comes before it");
     lent.element->colour[0] = red;
     lent.element->colour[1] = green;
     lent.element->colour[2] = blue;
@@ -214,12 +253,13 @@ void WatchedCamera::reserved() {
 }
 
 void WatchedCamera::setFieldOfView(double degrees) {
-    if (!lent.use("CameraObject::setFieldOfView")) return;
+    const bool takes = lent.change("CameraObject::setFieldOfView");
+    if (!lent.out) return;
     if (!(degrees > 0.0 && degrees < 180.0))
         lent.host->check.complain("keeps-to-the-agreed-calls", "the module set a field of view of " + shown(degrees) +
                                                                    " degrees for " + lent.host->shown(lent.element) +
                                                                    "; it is above 0 and below 180");
-    if (!lent.element->deleted) lent.element->fieldOfView = degrees;
+    if (takes) lent.element->fieldOfView = degrees;
 }
 
 }  // namespace ond::validate

@@ -41,13 +41,18 @@ struct Lent {
     /// Complains when the object is used after it was given back.
     /// @return whether it may be used
     bool use(const char* operation) const;
+    /// The same for what changes the element.
+    /// @return whether there is something to be changed
+    bool change(const char* operation) const;
     /// "the transform object of 'Box'"
     [[nodiscard]] std::string shown(const char* kind) const;
 };
 
 class WatchedHandle final : public ovs::MeshHandle {
   public:
-    WatchedHandle(StrictHost& host, stage::Element& of) : element(of), m_host(host) {}
+    /// @param from the element whose getParent() or getChild() gives it; null for what was created or found
+    WatchedHandle(StrictHost& host, stage::Element& of, const stage::Element* from)
+        : element(of), giver(from), m_host(host) {}
     ~WatchedHandle() override { HostFrees::require(m_host.check, "an element handle"); }
 
     void* callExtension(std::uint32_t id, void* argument) override;
@@ -65,9 +70,15 @@ class WatchedHandle final : public ovs::MeshHandle {
     [[nodiscard]] std::string getName() override;
 
     stage::Element& element;
+    const stage::Element* const giver;
+    bool released = false;  ///< through releaseHandle()
 
   private:
     void reserved(int slot);
+    /// @return whether the operation is to be done
+    bool use(const char* operation);
+    /// The same for what changes the element.
+    bool change(const char* operation);
 
     StrictHost& m_host;
 };
@@ -87,6 +98,7 @@ class WatchedTransform final : public ovs::TransformObject {
 
   private:
     void reserved();
+    bool takes(const char* operation, const util::Matrix4& matrix) const;
     void requireFinite(const util::Matrix4& matrix) const;
 };
 
@@ -103,9 +115,11 @@ class WatchedAppearance final : public ovs::AppearanceObject {
     void setWireframe(bool on) override;
     void setColour(float red, float green, float blue) override;
     Lent lent;
+    bool hasColour = false, hasWireframe = false;  ///< were set since it was lent
 
   private:
     void reserved();
+    void requireOrder(bool holds, const char* operation) const;
 };
 
 class WatchedSurface final : public ovs::SurfaceObject {

@@ -17,7 +17,9 @@ constexpr const char* kPatience = "10";
 /// For modules that never come back.
 constexpr const char* kImpatience = "0.4";
 
-bool neverComesBack(std::string_view name) { return name.starts_with("hangs-") || name.starts_with("sleeps-"); }
+bool neverComesBack(std::string_view name) {
+    return name.starts_with("hangs-") || name.starts_with("sleeps-") || name.starts_with("stops-");
+}
 
 nlohmann::json resultOf(const nlohmann::json& report, std::string_view id) {
     for (const nlohmann::json& test : report.at("tests"))

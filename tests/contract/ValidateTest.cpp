@@ -106,6 +106,15 @@ TEST_F(Validate, KeepsWhatAModulePrintsOutOfItsReport) {
     EXPECT_NO_THROW(static_cast<void>(verdict.json()));
 }
 
+TEST_F(Validate, ReportsInJsonWhateverTheModuleDoes) {
+    for (const char* name : {"prints-much-in-frame", "ends-the-program-in-loading", "closes-every-file-in-stop",
+                             "leaves-a-process-in-frame", "throws-in-loading", "no-functions"}) {
+        const Verdict verdict = validate(module(name) + " --only version --only many-objects --json -q --timeout 10");
+        EXPECT_EQ(verdict.json().at("exitCode"), verdict.code) << name;
+        EXPECT_LT(verdict.out.size(), 20000U) << name;
+    }
+}
+
 TEST_F(Validate, StaysInTheProcessForADebugger) {
     const Verdict good = validate(module("good") + " --in-process --only many-objects -q");
     EXPECT_EQ(good.code, 0) << good.err;
@@ -131,7 +140,11 @@ TEST_F(Validate, RefusesWrongUse) {
     const std::string good = module("good");
     std::ofstream(path("text.so")) << "no library\n";
     std::ofstream(path("empty.so")) << "";
+    std::string foreign = read(good);
+    foreign[18] = 0x28;  // the processor, in the head of the file
+    std::ofstream(path("foreign.so"), std::ios::binary) << foreign;
     expectRefusal("", {"MODULE"});
+    expectRefusal(path("foreign.so"), {"foreign.so", "for this machine"});
     expectRefusal(path("nothing.so"), {"there is no file", "nothing.so"});
     expectRefusal("/tmp", {"/tmp"});
     expectRefusal(path("text.so"), {"text.so", "no shared library"});

@@ -26,6 +26,9 @@ std::string brokenText() {
     return text;
 }
 
+int g_descriptors = 0;
+int g_descriptorsGone = 0;
+
 class GoodPlugin final : public ovs::CCameraPlugin {
   public:
     std::uint64_t callExtension(std::uint32_t id, void* argument) override {
@@ -37,7 +40,7 @@ class GoodPlugin final : public ovs::CCameraPlugin {
         if (id != kListTypes) return 0;
         if (argument == nullptr) return 0;
         fill(argument);
-        return 0;
+        return am("answers-types-with-1") ? 1 : 0;
     }
     std::vector<std::uint32_t> getExtensionIds() const override {
         if (am("descriptor-lists-extension-twice")) return {kListTypes, kListTypes};
@@ -52,6 +55,9 @@ class GoodPlugin final : public ovs::CCameraPlugin {
 
     ovs::CCamera* createCamera(const ovs::CameraCreationRecord& record) override {
         passBy("creation");
+        if (am("makes-64-vehicles-at-most") && numberOfVehicles() >= 64) return nullptr;
+        if (am("goes-with-the-first-descriptor") && g_descriptorsGone > 0) return nullptr;
+        if (am("makes-vehicles-of-the-first-descriptor-only") && m_number > 1) return nullptr;
         if (am("makes-no-vehicle")) return nullptr;
         if (am("makes-one-vehicle-only") && m_vehicles > 0) return nullptr;
         if (am("makes-ten-vehicles-at-most") && m_vehicles >= 10) return nullptr;
@@ -73,7 +79,10 @@ class GoodPlugin final : public ovs::CCameraPlugin {
     std::string getTypeName() const override { return am("type-name-empty") ? "" : "goodvehicle"; }
     std::string getDisplayName() const override { return am("display-name-empty") ? "" : "Good Vehicle"; }
     std::string getCategory() const override { return am("category-empty") ? "" : "Vehicle"; }
-    std::string getDescription() const override { return "A sledge that is pushed along the ground."; }
+    std::string getDescription() const override {
+        if (am("describes-its-runs") && GoodVehicle::s_running > 0) return "A sledge that is being pushed.";
+        return "A sledge that is pushed along the ground.";
+    }
     std::string getAuthor() const override { return "its tests"; }
     std::string getAccessToken() const override {
         if (am("token-too-short")) return "GoodVehicleToke";
@@ -100,19 +109,23 @@ class GoodPlugin final : public ovs::CCameraPlugin {
     std::uint64_t getInterfaceStamp() const override {
         if (am("stamp-of-no-edition")) return 0;
         if (am("stamp-changes")) return 9201 + m_asked++;
+        if (am("stamp-counts-vehicles")) return numberOfVehicles() > 1 ? 9202 : 9201;
         return 9201;
     }
     void release() override {
         passBy("descriptor-release");
+        ++g_descriptorsGone;
         delete this;
     }
 
   private:
     static void fill(void* argument) {
         auto& types = *static_cast<std::vector<std::string>*>(argument);
-        types.assign(1, "Sledge");
+        if (!am("lists-types-behind-others")) types.clear();
+        types.push_back(am("type-without-name") ? "" : "Sledge");
     }
 
+    const int m_number = ++g_descriptors;
     mutable std::uint32_t m_asked = 0;
     int m_vehicles = 0;
     ovs::CCamera* m_only = nullptr;
@@ -144,6 +157,8 @@ __attribute__((visibility("default"))) ond::ovs::CCameraPlugin* getPlugin(std::u
     if (am("two-plugins-of-one-name")) return index < 2 ? new (std::nothrow) ond::test::GoodPlugin : nullptr;
     if (am("plugin-at-every-high-index") && index > 1000) return new (std::nothrow) ond::test::GoodPlugin;
     if (am("no-plugin")) return nullptr;
+    if (am("plugin-at-index-seven") && index == 7) return new (std::nothrow) ond::test::GoodPlugin;
+    if (index != 0) ond::test::passBy("refused-enumeration");
     if (index != 0) return nullptr;
     if (am("shares-its-descriptor")) {
         if (g_shared == nullptr) g_shared = new (std::nothrow) ond::test::GoodPlugin;

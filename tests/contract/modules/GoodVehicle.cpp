@@ -45,9 +45,11 @@ class ChannelFactory final {
   public:
     [[nodiscard]] virtual unidevice::Property* create(std::string name, std::int32_t type) {
         if (am("factory-makes-nothing")) return nullptr;
+        static unidevice::Property* only = nullptr;
+        if (am("factory-makes-one-channel-for-all") && only != nullptr) return only;
         if (am("factory-mixes-up-names")) name += " of the sledge";
         if (am("factory-mixes-up-types")) type = 29 - type;
-        return new (std::nothrow) Channel(std::move(name), type);
+        return only = new (std::nothrow) Channel(std::move(name), type);
     }
 };
 
@@ -58,6 +60,9 @@ unidevice::Property::Factory* factory() { return reinterpret_cast<unidevice::Pro
 int g_declared = 0;
 double g_sharedTopSpeed = 10.0;
 MeshHandle* g_firstBody = nullptr;
+
+/// Whose callback all items are given, where each vehicle must give its own.
+CInterface::Callback* g_firstListener = nullptr;
 
 CMesh wedge(double width, double height, double length) {
     CMesh mesh;
@@ -79,6 +84,7 @@ CMesh wedge(double width, double height, double length) {
 }  // namespace
 
 GoodVehicle::GoodVehicle(const ovs::CameraCreationRecord& record) : CCamera(record) {
+    enterList();
     if (am("drops-its-name")) name = "Sledge";
     if (am("drops-the-hosts-mark")) hostObject = 0;
     if (am("brings-an-interface")) hostInterface = reinterpret_cast<CInterface*>(this);
@@ -99,6 +105,7 @@ std::uint64_t GoodVehicle::callExtension(std::uint32_t id, void* argument) {
         return 0;
     }
     if (argument == nullptr) return 0;
+    if (am("answers-its-output-with-1") && argument == m_output) return 1;
     if (argument != m_output && !am("stores-into-any-channel")) return 0;
     static_cast<unidevice::OutputProperty*>(static_cast<unidevice::Property*>(argument))->store(m_speed);
     return 0;
@@ -136,10 +143,16 @@ std::uint64_t GoodVehicle::declareParameters() {
     return am("answers-declaration-with-1") ? 1 : 0;
 }
 
+unidevice::Property* GoodVehicle::OwnFactory::create(std::string channel, std::int32_t type) {
+    return new (std::nothrow) Channel(std::move(channel), type);
+}
+
 void GoodVehicle::declareChannels() {
     const std::uint32_t type = am("channel-of-unknown-type") ? 9 : 15;
     const char* gas = am("channel-without-name") ? "" : "Gas";
-    m_gas = hostInterface->createInputProperty(gas, type, am("channel-without-factory") ? nullptr : factory());
+    unidevice::Property::Factory* makes = am("channel-without-factory") ? nullptr : factory();
+    if (am("factory-goes-with-its-vehicle")) makes = reinterpret_cast<unidevice::Property::Factory*>(&m_channels);
+    m_gas = hostInterface->createInputProperty(gas, type, makes);
     const char* steering = am("channel-twice") ? "Gas" : "Steering";
     m_steering = hostInterface->createInputProperty(steering, 14, factory());
     if (am("tunes-without-null-test")) m_gas->deadZone = 0.0;
@@ -155,6 +168,7 @@ void GoodVehicle::declareChannels() {
         static_cast<unidevice::OutputProperty*>(m_output)->store(0.0);
     } else if (hostInterface->hasExtension(41)) {
         m_output = static_cast<unidevice::Property*>(hostInterface->callExtension(41, &record));
+        if (am("expects-its-output")) static_cast<unidevice::OutputProperty*>(m_output)->store(0.0);
     }
     if (am("output-twice")) static_cast<void>(hostInterface->callExtension(41, &record));
     if (am("calls-unknown-host-extension")) static_cast<void>(hostInterface->callExtension(4711, &record));
@@ -166,7 +180,8 @@ void GoodVehicle::declareDriving() {
     if (!am("no-groups")) hostInterface->beginGroup("Driving", "How the sledge is pushed");
     if (am("group-within-group")) hostInterface->beginGroup("Inner", "");
     const char* gear = am("label-empty") ? "" : am("label-twice") ? "Top Speed" : "Gear";
-    std::int32_t* gearField = am("field-null") ? nullptr : &m_gear;
+    std::int32_t gearOfTheMoment = 1;
+    std::int32_t* gearField = am("field-null") ? nullptr : am("field-of-the-moment") ? &gearOfTheMoment : &m_gear;
     hostInterface->addIntParameter(gear, "Multiplies the speed", gearField, am("range-inverted") ? 9 : 1,
                                    am("range-inverted") ? 1 : 5,
                                    am("step-of-zero")    ? 0
@@ -190,8 +205,13 @@ void GoodVehicle::declareDriving() {
 
 void GoodVehicle::declareLooks() {
     if (!am("no-groups")) hostInterface->beginGroup(am("group-without-title") ? "" : "Looks", "");
-    hostInterface->addBoolParameter("Hide Arrow", am("description-of-wrong-encoding") ? "\xff\xfe" : "", &m_bHidesArrow,
-                                    this);
+    const char* tip = am("description-of-wrong-encoding") ? "\xff\xfe" : "";
+    if (am("describes-differently-each-time") && g_declared > 1) tip = "once more";
+    Callback* listener = this;
+    if (g_firstListener == nullptr) g_firstListener = this;
+    if (am("listens-with-the-first-vehicle")) listener = g_firstListener;
+    if (am("listens-with-the-wrong-half")) listener = reinterpret_cast<Callback*>(static_cast<ovs::CCamera*>(this));
+    hostInterface->addBoolParameter("Hide Arrow", tip, &m_bHidesArrow, listener);
     hostInterface->addButton("Start Afresh", "The next run begins at rest", this);
     if (!am("no-groups") && !am("group-left-open")) hostInterface->endGroup();
 }
@@ -242,14 +262,17 @@ void GoodVehicle::makeElements() {
     if (!am("leaks-lens")) hostInterface->releaseCameraObject(lens);
     if (am("releases-lens-twice")) hostInterface->releaseCameraObject(lens);
     if (am("uses-lens-after-release")) lens->setFieldOfView(50.0);
+    misuseElementsInRig();
     m_camera->hide();
 }
 
 void GoodVehicle::dress(MeshHandle* element, float red, float green, float blue) {
     ovs::AppearanceObject* look = hostInterface->getAppearanceObject(element);
-    look->useOwnColour(true);
+    if (am("wireframe-before-colour")) look->setWireframe(false);
+    if (!am("colour-before-asking") && !am("colour-without-asking")) look->useOwnColour(true);
     look->setColour(am("colour-above-1") ? 255.0F : red, green, blue);
-    look->setWireframe(false);
+    if (am("colour-before-asking")) look->useOwnColour(true);
+    if (!am("wireframe-before-colour")) look->setWireframe(false);
     if (!am("leaks-appearance")) hostInterface->releaseAppearanceObject(look);
     if (am("releases-appearance-twice")) hostInterface->releaseAppearanceObject(look);
     if (am("uses-appearance-after-release")) look->setWireframe(true);

@@ -16,12 +16,16 @@ namespace ond::test {
 /// Extension of a vehicle: stores the value of the output channel that is the argument.
 inline constexpr std::uint32_t kStoreOutput = 40;
 
+/// Vehicles that live.
+[[nodiscard]] int numberOfVehicles();
+
 class GoodVehicle final : public ovs::CCamera, public ovs::CInterface::Callback {
   public:
     /// Vehicles that are in a run.
     static inline int s_running = 0;
 
     explicit GoodVehicle(const ovs::CameraCreationRecord& record);
+    ~GoodVehicle() override { leaveList(); }
 
     std::uint64_t callExtension(std::uint32_t id, void* argument) override;
     [[nodiscard]] std::vector<std::uint32_t> getExtensionIds() const override;
@@ -67,6 +71,18 @@ class GoodVehicle final : public ovs::CCamera, public ovs::CInterface::Callback 
     void store();
     bool readBlock(const void* block);
     [[nodiscard]] double speedAt(double time) const;
+
+    // For misbehaviour only: GoodVehicleMisuse.cpp.
+    void enterList();
+    void leaveList();
+    void minglesWithOthers();
+    void misuseElementsInRig();
+    void misuseChannels();
+    void misuseGround(double time);
+    void trustGround(double time);
+    void goTooFar(double gas, double time);
+    [[nodiscard]] bool bearsBlock(const void* block) const;
+
     [[nodiscard]] util::Matrix4 worldOf(ovs::MeshHandle* element, double time);
 
     // What a user sets.
@@ -101,6 +117,13 @@ class GoodVehicle final : public ovs::CCamera, public ovs::CInterface::Callback 
     const ovs::CameraCreationRecord* m_record = nullptr;
     const void* m_keptBlock = nullptr;
     int m_runs = 0;
+    int m_others = 0;
+    int m_framesOfRun = 0;
+    ovs::MeshHandle* m_ground = nullptr;
+    /// As the one that all share, but gone with the vehicle.
+    struct OwnFactory final {
+        virtual unidevice::Property* create(std::string channel, std::int32_t type);
+    } m_channels;
 };
 
 }  // namespace ond::test

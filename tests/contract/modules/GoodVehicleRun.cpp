@@ -40,6 +40,10 @@ void GoodVehicle::startRun(double time) {
     if (am("renames-itself")) name += " in a run";
     if (am("marks-itself")) ++hostObject;
     if (am("cuts-its-link")) hostInterface->link = nullptr;
+    misuseChannels();
+    trustGround(time);
+    m_others = numberOfVehicles();
+    m_framesOfRun = 0;
     ++s_running;
     if (m_bKeepsHistory) pushHistories();
     const bool isFirst = m_speeds.getNumKeys() == 0 || time <= m_speeds.getKeyTime(0);
@@ -69,23 +73,30 @@ void GoodVehicle::pushHistories() {
         return;
     }
     hostInterface->pushUndo(recordOf(&m_speeds), am("record-with-reserved-argument") ? 5 : 0);
+    if (am("drops-a-record")) return;
     hostInterface->pushUndo(recordOf(&m_turns), 0);
 }
 
 void GoodVehicle::updateFrame(double time) {
     passBy("frame");
     misuseServicesInFrame(time);
+    minglesWithOthers();
+    misuseGround(time);
+    trustGround(time);
     drive(time);
     settle(time);
     callExtension(kStoreOutput, m_output);
 }
 
 void GoodVehicle::drive(double time) {
-    const double step = hostInterface->getFrameStep();
+    double step = hostInterface->getFrameStep();
+    static const double firstStep = step;
+    if (am("keeps-the-first-frame-step")) step = firstStep;
     if (am("needs-25-frames-a-second")) m_turned += 100 / static_cast<int>(25.0 * step + 1e-9);
     if (am("reads-the-axis-itself") && m_gas != nullptr) m_speed += 1e-3 * m_gas->source->currentValue();
     const double gas = m_gas == nullptr && !am("reads-channels-without-null-test") ? 0.0 : m_gas->value();
     const double turn = m_steering == nullptr ? 0.0 : m_steering->value();
+    goTooFar(gas, time);
     m_speed += (gas * m_topSpeed * m_gear + 1.0 - m_speed) * 0.1;
     if (am("drives-by-the-clock")) m_speed += 1e-9 * static_cast<double>(std::clock());
     if (am("drives-by-its-address")) m_speed += 1e-15 * static_cast<double>(reinterpret_cast<std::uintptr_t>(this));
@@ -178,7 +189,7 @@ bool GoodVehicle::heightOn(MeshHandle* ground, double time, Vector3<double> plac
                            am("ray-without-result") ? nullptr : &t, &normal);
     if (am("aborts-without-a-hit") && !hit) std::abort();
     if (hit) *height = place.y - t;
-    if (!am("leaks-surface")) hostInterface->releaseSurfaceObject(surface);
+    if (!am("leaks-surface") && (hit || !am("leaks-surface-without-hit"))) hostInterface->releaseSurfaceObject(surface);
     if (am("releases-surface-twice")) hostInterface->releaseSurfaceObject(surface);
     if (am("uses-surface-after-release")) static_cast<void>(surface->intersect(place, down, &t, &normal));
     hostInterface->releaseElementData(ground);
@@ -237,6 +248,8 @@ void GoodVehicle::misuseServicesInFrame(double time) {
 void GoodVehicle::showFrame(double time) {
     passBy("showing");
     if (!m_bRunning) m_speedGauge = speedAt(time);
+    if (am("moves-when-shown")) placeBody(time, util::Translation({0.0, 0.0, time}));
+    if (am("starts-afresh-when-shown")) m_bFresh = true;
     hostInterface->refreshDialog();
 }
 
@@ -277,6 +290,9 @@ void GoodVehicle::react(const std::string& label, bool hides) {
         tell("The next run begins at rest.");
     }
     if (label != kArrowLabel) return;
+    if (am("undo-sets-the-field")) m_bHidesArrow = hides;
+    if (am("deletes-the-ground") && m_arrow->getParent() != nullptr)
+        hostInterface->deleteElement(m_arrow->getParent(), 0, 0);
     if (am("undo-pushes-a-record")) hostInterface->pushUndo(ovs::CREEventUndo::make(this, label), 0);
     if (am("undo-does-nothing") && hides != m_bHidesArrow) return;
     if (hides)

@@ -1,7 +1,11 @@
 // The saved block of the sledge.
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -27,6 +31,9 @@ int g_saves = 0;
 int numberOfLeaves() {
     int leaves = 6;
     if (am("forgets-a-parameter") || am("forgets-its-history")) --leaves;
+    if (am("saves-a-static-address") || am("saves-the-process") || am("saves-the-folder") ||
+        am("saves-the-environment") || am("saves-what-lay-on-the-stack"))
+        ++leaves;
     if (am("saves-a-counter") || am("saves-an-address") || am("saves-numbers-as-text") || am("saves-the-hosts-mark"))
         ++leaves;
     return leaves;
@@ -48,6 +55,28 @@ DataChunk leaf(const char* name, const History& history) {
     std::vector<unsigned char> bytes(static_cast<std::size_t>(history.getSerialSize()));
     history.write(bytes.data(), history.getSerialSize());
     return DataChunk(name, bytes.data(), history.getSerialSize());
+}
+
+/// A record whose padding holds what the stack held.
+struct Padded {
+    char gear;
+    double speed;
+};
+
+void addWhatIsNotTheVehicles(DataChunk& root) {
+    if (am("saves-a-static-address")) root.addChild(leaf("table", reinterpret_cast<std::uintptr_t>(&g_saves)));
+    if (am("saves-the-process")) root.addChild(leaf("process", getpid()));
+    if (am("saves-the-folder")) root.addChild(leaf("folder", std::filesystem::current_path().string().size()));
+    if (am("saves-the-environment")) {
+        const char* home = std::getenv("HOME");
+        root.addChild(leaf("home", home == nullptr ? std::size_t{0} : std::hash<std::string>()(home)));
+    }
+    if (am("saves-what-lay-on-the-stack")) {
+        Padded record;
+        record.gear = 1;
+        record.speed = 2.0;
+        root.addChild(leaf("record", record));
+    }
 }
 
 /// Takes the lengths that stand in the block for true, whatever they say.
@@ -74,6 +103,7 @@ std::uint64_t GoodVehicle::saveState() {
     }
     store();
     if (am("moves-on-while-saving")) m_topSpeed += 1.0;
+    if (am("starts-afresh-behind-a-save")) m_bFresh = true;
     if (am("forgets-while-saving")) m_speeds.eraseFrom(-1e9);
     if (am("pushes-record-while-saving")) hostInterface->pushUndo(ovs::CREEventUndo::make(this, "Gear"), 0);
     if (am("message-while-saving")) hostInterface->messageBox("Saved.", "Information", 0);
@@ -95,9 +125,11 @@ void GoodVehicle::store() {
         text << 1000.0 * m_topSpeed + 0.5;
         root.addChild(DataChunk("text", text.str().data(), static_cast<int>(text.str().size())));
     }
+    addWhatIsNotTheVehicles(root);
     int length = 0;
     const void* block = root.serialize(&length);
-    hostInterface->storeChunk(block, static_cast<std::uint64_t>(length) + (am("stores-behind-its-block") ? 64 : 0));
+    hostInterface->storeChunk(block, static_cast<std::uint64_t>(length) + (am("stores-behind-its-block") ? 64 : 0) -
+                                         (am("stores-a-cut-block") ? 8 : 0));
     if (am("saves-longer-and-longer")) m_turns.setKey(1e6 + ++g_saves, 0.0);
 }
 
@@ -123,7 +155,9 @@ std::uint64_t GoodVehicle::loadState() {
     if (am("keeps-its-block")) m_keptBlock = block;
     if (am("writes-into-the-block")) const_cast<char*>(static_cast<const char*>(block))[0] ^= 1;
     if (am("pushes-record-while-loading")) hostInterface->pushUndo(ovs::CREEventUndo::make(this, "Gear"), 0);
-    const bool isSound = readBlock(block);
+    if (am("builds-a-rig-in-loading")) m_body->rigBuilt();
+    const bool isSound = bearsBlock(block) && readBlock(block);
+    if (!isSound) passBy("damage");
     if (am("aborts-on-damage") && !isSound) std::abort();
     if (!isSound && !am("loads-what-is-damaged")) return am("answers-damage-with-7") ? 7 : 1;
     m_bFresh = false;

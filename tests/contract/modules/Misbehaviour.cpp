@@ -1,6 +1,11 @@
 #include "Misbehaviour.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 #include <clocale>
 
@@ -10,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -111,6 +117,52 @@ void printLine() {
     std::fflush(stdout);
 }
 
+void leakALittle() { static_cast<void>(hidden(std::malloc(48))); }
+
+void leaveProcess() {
+    if (fork() != 0) return;
+    sleep(5);
+    _exit(0);
+}
+
+void runCommand() { static_cast<void>(std::system("true") == 0); }
+
+void readFile() {
+    if (std::FILE* file = std::fopen("/etc/passwd", "r")) std::fclose(file);
+}
+
+void writeFile() {
+    const int file = open("/tmp/sledge-was-here", O_WRONLY | O_CREAT, 0600);
+    unlink("/tmp/sledge-was-here");
+    close(file);
+}
+
+void setTimer() {
+    const itimerval later{{0, 0}, {3000, 0}};
+    setitimer(ITIMER_REAL, &later, nullptr);
+}
+
+void changeLimit() {
+    const rlimit little{1 << 30, 1 << 30};
+    setrlimit(RLIMIT_FSIZE, &little);
+}
+
+void closeEveryFile() {
+    for (int file = 3; file < 256; ++file) close(file);
+}
+
+void printMuch() {
+    const std::string line(1000, '*');
+    for (int i = 0; i < 4000; ++i) std::puts(line.c_str());
+}
+
+void shortenNumbers() {
+#if defined(__x86_64__)
+    const unsigned short word = 0x007F;
+    __asm__ volatile("fldcw %0" : : "m"(word));
+#endif
+}
+
 struct Deed {
     std::string_view name;
     void (*act)();
@@ -141,6 +193,21 @@ constexpr Deed kDeeds[] = {
     {"corrupts-heap", corruptHeap},
     {"frees-twice", freeTwice},
     {"divides-by-zero", divideByZero},
+    {"leaks", leakALittle},
+    {"leaves-a-process", leaveProcess},
+    {"runs-a-command", runCommand},
+    {"reads-a-file", readFile},
+    {"writes-a-file", writeFile},
+    {"opens-a-socket", [] { close(socket(AF_INET, SOCK_DGRAM, 0)); }},
+    {"sets-a-timer", setTimer},
+    {"changes-a-limit", changeLimit},
+    {"closes-every-file", closeEveryFile},
+    {"maps-memory", [] { static_cast<void>(mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)); }},
+    {"turns-streams", [] { std::cout << std::hex << std::showpos; }},
+    {"shortens-numbers", shortenNumbers},
+    {"stops", [] { static_cast<void>(raise(SIGSTOP)); }},
+    {"prints-much", printMuch},
+    {"steps-back", [] { static_cast<void>(nice(3)); }},
 };
 
 /// Before anybody has called this module.
@@ -152,6 +219,11 @@ const bool g_loaded = [] {
     }
     return true;
 }();
+
+/// When the library goes.
+const struct Unloading {
+    ~Unloading() { passBy("unloading"); }
+} g_unloading;
 
 }  // namespace
 

@@ -1,0 +1,195 @@
+// What is released is gone: memory that operations leave behind.
+#include <malloc.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <limits>
+
+#include "validate/Scenarios.h"
+#include "validate/Tests.h"
+
+namespace ond::validate::tests {
+
+namespace {
+
+/// Bytes that the program holds on the heap; 0 where that cannot be told.
+std::int64_t heapInUse() {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<std::int64_t>(info.uordblks + info.hblkhd);
+}
+
+/// Bytes of address space that the program holds, on the heap or not.
+std::int64_t spaceInUse() {
+    std::int64_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * sysconf(_SC_PAGESIZE);
+}
+
+/// What each cycle leaves, when everything that is kept for later has been made: the least of some batches, because
+/// the heap keeps this and that for itself.
+struct Growth {
+    std::int64_t heap = std::numeric_limits<std::int64_t>::max();
+    std::int64_t space = std::numeric_limits<std::int64_t>::max();
+};
+
+/// How often something is done: to warm up, and then in each of some batches.
+struct Plan {
+    int before, batches, cycles;
+};
+
+Growth growthPerCycle(const std::function<void()>& cycle, const Plan& plan) {
+    for (int i = 0; i < plan.before; ++i) cycle();
+    Growth least;
+    for (int batch = 0; batch < plan.batches; ++batch) {
+        const std::int64_t heap = heapInUse();
+        const std::int64_t space = spaceInUse();
+        for (int i = 0; i < plan.cycles; ++i) cycle();
+        least.heap = std::min(least.heap, heapInUse() - heap);
+        least.space = std::min(least.space, spaceInUse() - space);
+    }
+    return {least.heap / plan.cycles, least.space / plan.cycles};
+}
+
+void tellGrowth(Check& check, const std::string& of, const Growth& growth) {
+    check.fail("each " + of + " leaves " + std::to_string(std::max(growth.heap, growth.space)) +
+               " bytes in memory; what is released is gone");
+}
+
+/// @param noise what the heap's own bookkeeping may come to
+void expectNoGrowth(Check& check, const std::string& of, int cycles, std::int64_t noise,
+                    const std::function<void()>& cycle) {
+    const Growth growth = growthPerCycle(cycle, {12, 4, cycles});
+    if (growth.heap >= noise || growth.space >= sysconf(_SC_PAGESIZE)) tellGrowth(check, of, growth);
+}
+
+constexpr std::int64_t kFew = 16;
+
+void expectNoneOfDescriptors(Check& check, const ModuleFile& module) {
+    expectNoGrowth(check, "getPlugin(0) with its release", 32, kFew, [&] {
+        ovs::CCameraPlugin* other = module.plugin(0);
+        check.inside("CCameraPlugin::release()", [&] { other->release(); });
+    });
+    std::uint32_t behind = 0;
+    while (behind < 64) {
+        ovs::CCameraPlugin* const plugin = module.plugin(behind);
+        if (plugin == nullptr) break;
+        check.inside("CCameraPlugin::release()", [&] { plugin->release(); });
+        ++behind;
+    }
+    expectNoGrowth(check, "getPlugin() behind the last plug-in", 32, kFew, [&] { (void)module.plugin(behind); });
+    ovs::CCameraPlugin& plugin = module.firstPlugin();
+    expectNoGrowth(check, "round of questions to the descriptor", 32, kFew, [&] {
+        check.inside("the texts of the descriptor", [&] {
+            (void)(plugin.getPluginName() + plugin.getTypeName() + plugin.getDisplayName() + plugin.getCategory() +
+                   plugin.getDescription() + plugin.getAuthor() + plugin.getAccessToken());
+        });
+        check.inside("the lists of the descriptor", [&] {
+            (void)plugin.getDependencyList();
+            (void)plugin.hasExtension(16);
+            std::vector<std::string> types;
+            for (const std::uint32_t id : plugin.getExtensionIds())
+                if (id == 16) plugin.callExtension(id, &types);
+            plugin.callExtension(4711, nullptr);
+            ovs::PluginStatus status;
+            plugin.queryStatus(&status);
+        });
+    });
+    const ovs::CameraCreationRecord record{{0, 0}, 1, "a name that is longer than a short text"};
+    expectNoGrowth(check, "createCamera() with its release", 32, kFew, [&] {
+        ovs::CCamera* object = plugin.createCamera(record);
+        if (object == nullptr) check.give("creates-objects", "createCamera() answered null");
+        check.inside("release()", [&] { object->release(); });
+    });
+    check.inside("CCameraPlugin::release()", [&] { plugin.release(); });
+}
+
+/// What an object is asked for again and again.
+struct Habit {
+    const char* name;
+    void (*act)(World& world, StrictHost& host);
+};
+
+void ask(StrictHost& host) {
+    host.check.inside("the extensions of an object", [&] { (void)host.camera->getExtensionIds(); });
+    (void)host.callObject(4711, nullptr);
+    host.refreshOutputs();
+}
+
+constexpr Habit kHabits[] = {
+    {"questions", [](World&, StrictHost& host) { ask(host); }},
+    {"frames shown", [](World&, StrictHost& host) { host.showFrame(0.04); }},
+    {"saves", [](World&, StrictHost& host) { (void)host.save(); }},
+    {"runs", [](World& world, StrictHost& host) { world.run(host, 2, 2); }},
+    {"rounds of edits", [](World&, StrictHost& host) { changeEach(host, false, [] {}); }},
+    {"undos and redos",
+     [](World&, StrictHost& host) {
+         host.undo();
+         host.redo();
+     }},
+};
+
+constexpr int kTimes = 6;
+/// What the heap keeps in its pockets of such a life; less than so many leaks of any size.
+constexpr std::int64_t kOfALife = 300;
+
+void live(Check& check, ModuleFile& module, const Habit* only) {
+    World world(check, module);
+    StrictHost& host = world.addRigged("car");
+    world.run(host, 0, 5);
+    for (const Habit& habit : kHabits)
+        for (int i = 0; i < kTimes && (only == nullptr || only == &habit); ++i) habit.act(world, host);
+}
+
+/// While an object lives it may keep what it likes; behind its release nothing is left.
+void expectNoneOfLives(Check& check, ModuleFile& module) {
+    const auto growthOf = [&](const Habit* only) {
+        return growthPerCycle([&] { live(check, module, only); }, {3, 3, 1});
+    };
+    const auto isMuch = [](const Growth& growth) {
+        return growth.heap >= kOfALife || growth.space >= sysconf(_SC_PAGESIZE);
+    };
+    const Growth all = growthOf(nullptr);
+    if (!isMuch(all)) return;
+    for (const Habit& habit : kHabits)
+        if (const Growth growth = growthOf(&habit); isMuch(growth)) {
+            tellGrowth(check, "life of an object with " + std::to_string(kTimes) + " " + habit.name, growth);
+            return;
+        }
+    tellGrowth(check, "life of an object with everything that hosts ask for", all);
+}
+
+}  // namespace
+
+void memoryComesBack(Check& check) {
+    // Thousands of pieces of all sizes come and go in a life, and the heap keeps some of them in its pockets.
+    constexpr std::int64_t kMany = 160;
+    if (heapInUse() == 0) check.skip("the heap of this build does not tell how much it holds");
+    ModuleFile module(check);
+    expectNoneOfDescriptors(check, module);
+    Bytes block;
+    // The host's own share is the same in each cycle and is gone with its world.
+    expectNoGrowth(check, "life of an object with a rig, a run and a save", 6, kMany, [&] {
+        World world(check, module);
+        StrictHost& host = world.addRigged("car");
+        world.run(host, 0, 12);
+        block = host.save();
+    });
+    expectNoneOfLives(check, module);
+    if (block.empty()) return;
+    World world(check, module);
+    world.addRigged("car").release();
+    world.hosts.clear();
+    const auto loadOnce = [&](const Bytes& bytes) {
+        StrictHost& host = world.add("car");
+        host.declare();
+        (void)host.load(bytes);
+        world.hosts.pop_back();
+    };
+    expectNoGrowth(check, "life of an object that loads a block", 16, kFew, [&] { loadOnce(block); });
+    const Bytes half(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(block.size() / 2));
+    expectNoGrowth(check, "life of an object that loads half a block", 16, kFew, [&] { loadOnce(half); });
+}
+
+}  // namespace ond::validate::tests
