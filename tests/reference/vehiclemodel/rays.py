@@ -1,7 +1,7 @@
 """Rays against triangles: the host's surface and the physics library's mesh, both plain searches for the nearest hit.
 
-Triangles are kept in small groups with a slightly enlarged box, which only saves time: the answers are those of a walk
-over all triangles.
+Triangles are kept in small groups with a slightly enlarged box, and groups in bundles, which only saves time: the
+answers are those of a walk over all triangles.
 """
 
 import math
@@ -26,6 +26,12 @@ class Triangles:
             low = [min(p[i] for t in part for p in t) - BOX_MARGIN for i in range(3)]
             high = [max(p[i] for t in part for p in t) + BOX_MARGIN for i in range(3)]
             self._groups.append((low, high, [(*a, *(b - a), *(c - a)) for a, b, c in part]))
+        self._bundles = []
+        for first in range(0, len(self._groups), GROUP):
+            part = self._groups[first:first + GROUP]
+            low = [min(group[0][i] for group in part) for i in range(3)]
+            high = [max(group[1][i] for group in part) for i in range(3)]
+            self._bundles.append((low, high, part))
 
     @staticmethod
     def _meets(low, high, o, d):
@@ -41,15 +47,21 @@ class Triangles:
             near, far = max(near, t0), min(far, t1)
         return near <= far * (1 + 1e-9) + 1e-9
 
+    def _met(self, origin, direction):
+        """The triangles of the groups whose boxes the ray meets, in order."""
+        for low, high, groups in self._bundles:
+            if self._meets(low, high, origin, direction):
+                for group_low, group_high, triangles in groups:
+                    if self._meets(group_low, group_high, origin, direction):
+                        yield triangles
+
     def nearest(self, origin, direction, slack=0.0):
         """(t, normal) of the hit with the smallest t >= 0, or None; normal = (b - a) x (c - a) at length 1. A triangle
         reaches beyond its edges by `slack` in barycentric coordinates."""
         ox, oy, oz = origin
         dx, dy, dz = direction
         best, winner = math.inf, None
-        for low, high, triangles in self._groups:
-            if not self._meets(low, high, origin, direction):
-                continue
+        for triangles in self._met(origin, direction):
             for triangle in triangles:
                 ax, ay, az, bx, by, bz, cx, cy, cz = triangle
                 px, py, pz = dy * cz - dz * cy, dz * cx - dx * cz, dx * cy - dy * cx
