@@ -10,7 +10,7 @@ namespace ond::command {
 
 namespace {
 
-constexpr std::size_t kHeader = 12;
+constexpr std::size_t kFileHeader = 12;
 constexpr std::size_t kChunkHeader = 8;
 constexpr std::uint32_t kJsonChunk = 0x4E4F534A;
 constexpr std::uint32_t kBinaryChunk = 0x004E4942;
@@ -29,10 +29,10 @@ BinaryGltf openBinaryGltf(const std::string& file, const std::string& name) {
     const auto damaged = [&name](const std::string& what) {
         return CommandError(name + " is a damaged glTF file: " + what);
     };
-    if (!isBinaryGltf(file) || file.size() < kHeader + kChunkHeader) throw damaged("it ends in its header");
+    if (!isBinaryGltf(file) || file.size() < kFileHeader + kChunkHeader) throw damaged("it ends in its header");
     if (wordAt(file, 8) != file.size()) throw damaged("its length is not the one that it tells");
     BinaryGltf gltf;
-    std::size_t at = kHeader;
+    std::size_t at = kFileHeader;
     while (file.size() - at >= kChunkHeader) {
         const std::size_t length = wordAt(file, at);
         const std::uint32_t kind = wordAt(file, at + 4);

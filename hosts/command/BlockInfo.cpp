@@ -16,7 +16,7 @@ using util::DataChunk;
 namespace {
 
 constexpr const char* kRoot = "CarCamDataChunk";
-constexpr std::size_t kHeader = 12;
+constexpr std::size_t kBlockHeader = 12;
 constexpr std::uint32_t kHistoryHeader = 16;
 constexpr std::uint32_t kHistoryMark = 100;
 
@@ -88,7 +88,7 @@ ordered_json describeLeaf(const DataChunk& chunk) {
 }  // namespace
 
 bool isSavedBlock(const std::string& bytes) {
-    return bytes.size() > kHeader && bytes.compare(kHeader, std::strlen(kRoot), kRoot) == 0;
+    return bytes.size() > kBlockHeader && bytes.compare(kBlockHeader, std::strlen(kRoot), kRoot) == 0;
 }
 
 ordered_json describeBlock(const std::string& bytes) {

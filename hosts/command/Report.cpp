@@ -6,9 +6,9 @@
 
 namespace ond::command {
 
-int report(const stage::Stage& stage, const std::vector<Summary>& summaries, const std::string& take, bool json,
+int report(const stage::Stage& stage, const std::vector<Summary>& summaries, const std::string& take, bool asJson,
            const Console& console) {
-    if (json) {
+    if (asJson) {
         nlohmann::ordered_json object{{"take", take}, {"vehicles", nlohmann::ordered_json::array()}};
         for (const Summary& summary : summaries)
             object["vehicles"].push_back(nlohmann::ordered_json::parse(summary.json()));

@@ -13,6 +13,6 @@ namespace ond::command {
 /// stderr.
 /// @return the exit code
 [[nodiscard]] int report(const stage::Stage& stage, const std::vector<Summary>& summaries, const std::string& take,
-                         bool json, const Console& console);
+                         bool asJson, const Console& console);
 
 }  // namespace ond::command

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <unordered_set>
 
+#include "stage/Finite.h"
+
 namespace ond::stage {
 
 namespace {
@@ -16,12 +18,6 @@ using V = util::Vector3<double>;
 
 // Twice the area of a triangle over the square of its longest edge; below it is a line in any precision of a file.
 constexpr double kFlat = 1e-12;
-
-bool isFinite(const Matrix4& m) {
-    return std::all_of(m.m.begin(), m.m.end(), [](double number) { return std::isfinite(number); });
-}
-
-bool isFinite(const V& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 

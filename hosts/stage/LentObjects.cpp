@@ -1,16 +1,12 @@
 #include "stage/LentObjects.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
+
+#include "stage/Finite.h"
 
 namespace ond::stage {
 
 namespace {
-
-bool isFinite(const util::Matrix4& m) {
-    return std::all_of(m.m.begin(), m.m.end(), [](double x) { return std::isfinite(x); });
-}
 
 std::string number(double x) {
     char text[40];

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "stage/Finite.h"
+
 namespace ond::stage {
 
 using util::CMesh;
@@ -34,8 +36,6 @@ RTCDevice device() {
 }
 
 double component(const Vector3<double>& v, int axis) { return axis == 0 ? v.x : axis == 1 ? v.y : v.z; }
-
-bool isFinite(const Vector3<double>& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
 float below(double value) { return std::nextafter(static_cast<float>(value), -kEndless); }
 float above(double value) { return std::nextafter(static_cast<float>(value), kEndless); }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 
+#include "stage/Finite.h"
 #include "stage/PngFile.h"
 #include "stage/StageError.h"
 
@@ -56,8 +57,6 @@ struct View {
     Vector3<double> right, up, back;
     double widthAtOne = 1.0;  ///< of the picture at a distance of 1
 };
-
-bool isFinite(const Vector3<double>& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
 bool isDrawn(const Element& element, bool helpers) {
     if (element.deleted || !element.shown || element.isCamera || element.surface != SurfaceKind::mesh) return false;

@@ -5,8 +5,10 @@
 #include <limits>
 #include <set>
 
+#include "stage/Finite.h"
 #include "stage/SavedBlock.h"
 #include "stage/StageError.h"
+#include "stage/TakeFormat.h"
 
 namespace ond::stage {
 
@@ -16,13 +18,8 @@ namespace {
 
 constexpr double kLargestSingle = std::numeric_limits<float>::max();
 constexpr int kMost = 1000000000;
-constexpr int kMostChannels = 10000;
 
 [[noreturn]] void refuse(const std::string& what) { throw StageError(what + "; nothing was written"); }
-
-bool isFinite(const Matrix4& matrix) {
-    return std::all_of(matrix.m.begin(), matrix.m.end(), [](double number) { return std::isfinite(number); });
-}
 
 /// Also the axis lengths of such a matrix are within single precision.
 bool isSingle(const Matrix4& matrix) {

@@ -21,7 +21,6 @@ using util::Vector3;
 
 namespace {
 
-constexpr int kMostChannels = 10000;
 constexpr int kLargestRatio = 1000000;
 constexpr int kMany = 1000000000;
 
