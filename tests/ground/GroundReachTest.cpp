@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 
@@ -47,7 +49,7 @@ void tryRays(const GroundMeshTreeNode& tree, const test::TrialRays& rays, test::
     V middle = random.chance(0.5) ? rays.triangle(random)[0] : drawn.origin;
     middle += anyDirection(random) * (reach * random.in(0, 2));
     const V half(reach * random.in(0, 0.3), reach * random.in(0, 0.3), reach * random.in(0, 0.3));
-    GroundReach near;
+    GroundReach near(random.chance(0.5) ? GroundRayIndex::Lanes::best : GroundRayIndex::Lanes::narrow);
     if (tree.index() == nullptr || !near.gather(tree.index()->tables(), middle - half, middle + half, reach)) return;
     for (int start = 0; start < 3; ++start) {
         const V origin = between(random, middle - half, middle + half);
@@ -59,7 +61,7 @@ void tryRays(const GroundMeshTreeNode& tree, const test::TrialRays& rays, test::
         for (int i = 0; i < 12; ++i) {
             V direction = i == 0 ? util::Normalized(drawn.direction) : anyDirection(random);
             if (random.chance(0.1)) direction = V(0, random.chance(0.5) ? 1 : -1, 0);
-            if (!near.canTell(direction)) continue;
+            if (!near.canTell(tree.index()->tables(), direction)) continue;
             const bool within = isWithin(tree, place, direction, reach);
             if (within) ++counts.within;
             if (near.couldHit(direction)) {
@@ -78,7 +80,7 @@ TEST(GroundReach, RulesOutNothingThatIsWithinReach) {
     const char* repeat = std::getenv("QUADRIG_REPEAT");
     const int rounds = repeat != nullptr ? std::atoi(repeat) : 1;
     Counts counts;
-    for (int round = 0; round < 2 * rounds; ++round)
+    for (int round = 0; round < 4 * rounds; ++round)
         for (int shape = 0; shape < static_cast<int>(test::Shape::count); ++shape) {
             const std::uint64_t seed = kSeed + static_cast<std::uint64_t>(round * 100 + shape);
             SCOPED_TRACE("seed " + std::to_string(seed) + ", shape " + std::to_string(shape));
@@ -89,6 +91,9 @@ TEST(GroundReach, RulesOutNothingThatIsWithinReach) {
                 test::apply(random, test::Twist::turned, mesh);
                 test::apply(random, test::Twist::moved, mesh);
             }
+            // Some so large or small that products of lengths leave the range of single precision.
+            const double scale = round % 2 == 0 ? 1.0 : std::pow(10.0, random.in(-13, 15));
+            for (V& vertex : mesh.vertices) vertex = vertex * scale;
             GroundMeshTreeNode tree;
             tree.buildFromMesh(mesh);
             test::plain::PlainGroundTree plainTree;
@@ -128,7 +133,7 @@ TEST(GroundReach, TellsAWheelAboveTheGroundFromOneInIt) {
     const V place(0.3, 1.0, 0.2);
     ASSERT_TRUE(near.gather(tree.index()->tables(), place - V(0.1, 0.7, 0.1), place + V(0.1, 0.1, 0.1), 0.5));
     const V down(0, -1, 0);
-    ASSERT_TRUE(near.canTell(down));
+    ASSERT_TRUE(near.canTell(tree.index()->tables(), down));
     ASSERT_TRUE(near.narrow(place, V(0, -0.6, 0)));
     ASSERT_TRUE(near.startFrom(place));
     EXPECT_FALSE(near.couldHit(down));
@@ -149,10 +154,10 @@ TEST(GroundReach, SaysWhereItCannotTell) {
     EXPECT_FALSE(near.gather(tables, V(0, 1e9, 0), V(0, 1e9, 0), 1.0)) << "starts there";
     EXPECT_FALSE(near.gather(tables, V(0, NAN, 0), place, 1.0));
     ASSERT_TRUE(near.gather(tables, place, place, 1.0));
-    EXPECT_FALSE(near.canTell(V(0, -2, 0))) << "is not of unit length";
-    EXPECT_FALSE(near.canTell(V(1, 0, 0))) << "runs along the ground";
-    EXPECT_FALSE(near.canTell(V(1e-300, -1, 0)));
-    EXPECT_TRUE(near.canTell(V(0, -1, 0)));
+    EXPECT_FALSE(near.canTell(tables, V(0, -2, 0))) << "is not of unit length";
+    EXPECT_FALSE(near.canTell(tables, V(1, 0, 0))) << "runs along the ground";
+    EXPECT_FALSE(near.canTell(tables, V(1e-300, -1, 0)));
+    EXPECT_TRUE(near.canTell(tables, V(0, -1, 0)));
     EXPECT_FALSE(near.narrow(V(0, 1.001, 0), V())) << "is not where rays were to start";
     EXPECT_FALSE(near.narrow(place, V(0, 0.001, 0)));
     EXPECT_FALSE(near.narrow(V(0, NAN, 0), V()));
@@ -160,6 +165,18 @@ TEST(GroundReach, SaysWhereItCannotTell) {
     EXPECT_FALSE(near.startFrom(V(0, 1.001, 0)));
     EXPECT_FALSE(near.startFrom(V(0, NAN, 0)));
     EXPECT_TRUE(near.startFrom(place));
+}
+
+TEST(GroundReach, CannotTellAboutSizesBeyondSinglePrecision) {
+    for (const double scale : {1e-6, 1e10, 1e14}) {
+        util::CMesh mesh = flatGround();
+        for (V& vertex : mesh.vertices) vertex = vertex * scale;
+        GroundMeshTreeNode tree;
+        tree.buildFromMesh(mesh);
+        ASSERT_NE(tree.index(), nullptr);
+        GroundReach near;
+        EXPECT_FALSE(near.gather(tree.index()->tables(), V(0, scale, 0), V(0, scale, 0), scale)) << scale;
+    }
 }
 
 TEST(GroundReach, CannotTellAboutGroundsWithSlivers) {
@@ -174,8 +191,7 @@ TEST(GroundReach, CannotTellAboutGroundsWithSlivers) {
     GroundMeshTreeNode tree;
     tree.buildFromMesh(mesh);
     GroundReach near;
-    ASSERT_TRUE(near.gather(tree.index()->tables(), V(0, 1, 0), V(0, 1, 0), 1.0));
-    EXPECT_FALSE(near.canTell(V(0, -1, 0)));
+    EXPECT_FALSE(near.canTell(tree.index()->tables(), V(0, -1, 0)));
 }
 
 }  // namespace

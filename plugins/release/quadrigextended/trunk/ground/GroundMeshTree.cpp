@@ -112,6 +112,7 @@ std::shared_ptr<GroundTriangles> GroundMeshTreeNode::copyTriangles(const util::C
 
 void GroundMeshTreeNode::subdivide(int depth) {
     aChildren.clear();
+    m_index.reset();
     if (aTriangleVertices.size() < 3 * kMinTrianglesToSplit) return;
     const GroundSplitting splitting(*aTriangleVertices.all(), {vMin, vMax});
     split(splitting, splitting.entriesOf(aTriangleVertices.numbers()), depth);

@@ -1,11 +1,11 @@
 // Finds what a walk through the ground tree would find, without the walk.
 //
-// All triangles that the leaves of the tree list stand here in a second tree, one of boxes of eight, each triangle
-// once. A line goes to the triangles that it may come near, in no order, and the exact test says which of them it hits.
-// Each triangle knows the leaves that list it. The walk comes to a leaf if the line meets the cells of the leaf and of
-// everything above it, which single precision proves or, where it cannot, the exact tests on these cells tell. A single
-// hit is the answer if the walk comes to one of its leaves; of more hits, or where a hit has many leaves, the cells are
-// searched in the order of the walk for the first leaf that lists one and is come to.
+// All triangles that the leaves of the tree list stand here in a second tree, one of sixteen boxes a node, each
+// triangle once. A line goes to the triangles that it may come near, in no order, and the exact test says which of them
+// it hits. Each triangle knows the leaves that list it. The walk comes to a leaf if the line meets the cells of the
+// leaf and of everything above it, which single precision proves or, where it cannot, the exact tests on these cells
+// tell. A single hit is the answer if the walk comes to one of its leaves; of more hits, or where a hit has many
+// leaves, the cells are searched in the order of the walk for the first leaf that lists one and is come to.
 //
 // Near is what cannot be ruled out with a margin. That is safe for triangles that do not stand edge-on to the line, for
 // then rounding cannot make the exact test take a point outside for one inside. Boxes therefore know a cone that holds

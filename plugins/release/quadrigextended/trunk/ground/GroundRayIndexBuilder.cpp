@@ -291,7 +291,10 @@ void GroundRayIndexBuilder::addTriangles() {
 
 std::uint32_t GroundRayIndexBuilder::addBoxes() {
     m_tables.guards.emplace_back();
-    m_tables.boxes.emplace_back().child.fill(m_nothing);
+    GroundBoxes& boxes = m_tables.boxes.emplace_back();
+    boxes.child.fill(m_nothing);
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        for (EightSteps& low : boxes.border[axis]) low = EightSteps{} + std::uint16_t{GroundSteps::kMost};
     return ground_child::kBoxes | static_cast<std::uint32_t>(m_tables.boxes.size() - 1);
 }
 

@@ -1,5 +1,5 @@
-// What the index beside a ground tree consists of: boxes and triangles in groups of eight, which one instruction each
-// can compare where the processor has lanes enough.
+// What the index beside a ground tree consists of: boxes in groups of sixteen and triangles in groups of eight, which
+// one instruction each can compare where the processor has lanes enough.
 #pragma once
 
 #include <algorithm>
@@ -44,8 +44,6 @@ struct alignas(64) EightBoxes {
             border[axis + 3][lane] = high[axis];
         }
     }
-    /// Makes a box that every line may meet.
-    void setEverything(int lane) { set(lane, AxisFloats{} - kInfinity, AxisFloats{} + kInfinity); }
     /// Makes a box that no line surely meets.
     void setUnsure(int lane) {
         constexpr float nan = std::numeric_limits<float>::quiet_NaN();
@@ -74,6 +72,7 @@ struct GroundSteps {
             const double wide = static_cast<double>(to[axis]) - static_cast<double>(from[axis]);
             low[axis] = from[axis];
             step[axis] = std::nextafter(static_cast<float>(wide / kMost), std::numeric_limits<float>::infinity());
+            step[axis] = std::max(step[axis], std::numeric_limits<float>::min());
         }
     }
     /// The last step that is not above a coordinate.
@@ -132,7 +131,8 @@ inline constexpr std::uint32_t kMost = kSafe - 1;       ///< largest number
 struct alignas(64) GroundBoxes {
     static constexpr std::size_t kCount = 16;
 
-    /// Lower borders along x, y, z, then upper ones, in steps; a lane per box.
+    /// Lower borders along x, y, z, then upper ones, in steps; a lane per box. Where there is none the lower ones are
+    /// above the upper ones.
     std::array<SixteenSteps, 6> border{};
     /// Eight triangles that are none where there is no box.
     std::array<std::uint32_t, kCount> child{};
@@ -183,16 +183,16 @@ class GroundEights {
         const std::size_t at = m_units.size();
         const std::size_t bytes = vertices.size() * sizeof(util::Vector3<double>);
         m_units.resize(at + sizeof(EightTriangles) / sizeof(Unit) + (bytes + sizeof(Unit) - 1) / sizeof(Unit));
-        std::byte* memory = m_units[at].bytes.data();
+        auto* memory = reinterpret_cast<std::byte*>(m_units.data() + at);
         std::memcpy(memory, &eight, sizeof eight);
         if (bytes > 0) std::memcpy(memory + sizeof eight, vertices.data(), bytes);
         return static_cast<std::uint32_t>(at);
     }
     [[nodiscard]] const EightTriangles& at(std::uint32_t number) const {
-        return *std::launder(reinterpret_cast<const EightTriangles*>(m_units[number].bytes.data()));
+        return *std::launder(reinterpret_cast<const EightTriangles*>(m_units.data() + number));
     }
     [[nodiscard]] const char* address(std::uint32_t number) const {
-        return reinterpret_cast<const char*>(m_units[number].bytes.data());
+        return reinterpret_cast<const char*>(m_units.data() + number);
     }
     [[nodiscard]] std::size_t size() const { return m_units.size(); }
     /// Room for so many triangles that share their corners as those of a surface do.

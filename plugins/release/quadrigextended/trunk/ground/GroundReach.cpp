@@ -25,6 +25,9 @@ constexpr double kWider = 4.0;
 constexpr float kRounding = 0x1p-19F;
 // More than a direction's length is off from 1.
 constexpr double kUneven = 1e-5;
+// Half sizes of grounds for which single precision has room for products of three lengths.
+constexpr double kLeastRadius = 1e-4;
+constexpr double kMostRadius = 1e9;
 // Room for boxes that are still to be looked at.
 constexpr std::size_t kStack = 256;
 
@@ -80,7 +83,8 @@ using EightVectors = std::array<EightFloats, 3>;
         const EightFloats& q = eight.third[axis];
         const EightFloats least = corner - greater(greater(-p, -q), EightFloats{});
         const EightFloats most = corner + greater(greater(p, q), EightFloats{});
-        const EightFloats beyond = greater(greater(least - high[axis], low[axis] - most), EightFloats{});
+        // Stays not a number in a lane without a triangle.
+        const EightFloats beyond = greater(EightFloats{}, greater(least - high[axis], low[axis] - most));
         sum += beyond * beyond;
     }
     return sum;
@@ -129,7 +133,6 @@ using EightVectors = std::array<EightFloats, 3>;
     return allSafe(guards[0].cones, along) && allSafe(guards[1].cones, along);
 }
 #undef GROUND_REACH_WIDE
-const bool isWide = __builtin_cpu_supports("avx2") != 0;
 #endif
 
 /// A component of a direction so small that a line is left to the walk.
@@ -151,6 +154,7 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
             if (!(size < ground_line::kFar * tables.radius)) return false;
             distance = std::max(distance, size);
         }
+    if (!(tables.radius > kLeastRadius && tables.radius < kMostRadius)) return false;
     if (!(reach > 0.0 && reach < ground_line::kFar * tables.radius)) return false;
     const double margin = kWider * ground_line::marginAt(tables, distance + tables.radius, distance);
     const double wide = reach * (1.0 + kUneven) + margin;
@@ -186,16 +190,26 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
     return true;
 }
 
-bool GroundReach::canTell(const Vector3<double>& direction) const {
-    if ((m_tables->root & ground_child::kKind) != ground_child::kBoxes) return false;
+GroundReach::GroundReach([[maybe_unused]] GroundRayIndex::Lanes lanes) {
+#if defined(__x86_64__)
+    m_isWide = lanes != GroundRayIndex::Lanes::narrow && __builtin_cpu_supports("avx2");
+#endif
+}
+
+bool GroundReach::canTell(const GroundRayTables& tables, const Vector3<double>& direction) const {
+    if ((tables.root & ground_child::kKind) != ground_child::kBoxes) return false;
     if (!(std::fabs(util::Dot(direction, direction) - 1.0) < kUneven)) return false;
     if (isNearlyLevel(direction.x) || isNearlyLevel(direction.y) || isNearlyLevel(direction.z)) return false;
     const AxisFloats along = singles(direction);
-    const auto& guards = m_tables->guards[m_tables->root & ground_child::kMost];
+    const auto& guards = tables.guards[tables.root & ground_child::kMost];
 #if defined(__x86_64__)
-    if (isWide) return allSafeWide(guards, along);
+    if (m_isWide) return allSafeWide(guards, along);
 #endif
     return allSafe(guards[0].cones, along) && allSafe(guards[1].cones, along);
+}
+
+bool GroundReach::holds(const Vector3<double>& origin, const Vector3<double>& lift) const {
+    return m_gatheredFor.have(origin) && m_gatheredFor.have(origin + lift);
 }
 
 bool GroundReach::narrow(const Vector3<double>& origin, const Vector3<double>& lift) {
@@ -208,7 +222,7 @@ bool GroundReach::narrow(const Vector3<double>& origin, const Vector3<double>& l
             rounding,
         Vector3<double>(std::max(origin.x, lifted.x), std::max(origin.y, lifted.y), std::max(origin.z, lifted.z)) +
             rounding};
-    if (!m_gatheredFor.have(origin) || !m_gatheredFor.have(lifted)) return false;
+    if (!holds(origin, lift)) return false;
     const AxisFloats low = singles(m_keptFor.low - m_tables->middle);
     const AxisFloats high = singles(m_keptFor.high - m_tables->middle);
     for (std::size_t i = 0; i < m_count; ++i)
@@ -257,7 +271,7 @@ bool GroundReach::startFrom(const Vector3<double>& origin) {
 bool GroundReach::couldHit(const Vector3<double>& direction) const {
     const std::size_t count = (m_nearTriangles + 7) / 8;
 #if defined(__x86_64__)
-    if (isWide) return couldHitWide(m_near.data(), count, m_reach, direction);
+    if (m_isWide) return couldHitWide(m_near.data(), count, m_reach, direction);
 #endif
     return couldHitAny(m_near.data(), count, m_reach, direction);
 }

@@ -2,19 +2,21 @@
 //
 // Only such hits lift the wheel, and they are rare: most rays end on ground that is farther away. A query tells the
 // triangle that comes first in the tree, wherever on the line it is. If no triangle at all can be hit within reach,
-// then the answer, whatever it is, is not; nobody needs to ask.
+// then the answer, whatever it is, is not; nobody needs to ask. Of grounds with slivers nothing can be told, and of
+// directions along walls, for rounding may turn what is far away into a hit there.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
+#include "ground/GroundRayIndex.h"
 #include "ground/GroundRayTables.h"
 #include "ond/util/Vector3.h"
 
 namespace ond::ovs::addon {
 
-/// Coordinates are those of the ground; directions have unit length, within 1e-6.
+/// Coordinates are those of the ground; directions have unit length, within 4e-6.
 class GroundReach {
   public:
     /// Eight triangles that are near. A lane without one is hit by nothing.
@@ -32,6 +34,8 @@ class GroundReach {
         EightFloats slack;   ///< of these numbers, see couldHit()
     };
 
+    explicit GroundReach(GroundRayIndex::Lanes lanes = GroundRayIndex::Lanes::best);
+
     /// Gathers the triangles near places where rays will start.
     /// @param tables of the ground; have to live as long as rays are asked about
     /// @param low, high corners of a box that holds these places
@@ -40,7 +44,9 @@ class GroundReach {
     [[nodiscard]] bool gather(const GroundRayTables& tables, const util::Vector3<double>& low,
                               const util::Vector3<double>& high, double reach);
     /// Whether it can be told about the direction: no triangle of the ground stands edge-on to it.
-    [[nodiscard]] bool canTell(const util::Vector3<double>& direction) const;
+    [[nodiscard]] bool canTell(const GroundRayTables& tables, const util::Vector3<double>& direction) const;
+    /// Whether a place, and the one where the wheel is lifted from there, are in the box.
+    [[nodiscard]] bool holds(const util::Vector3<double>& origin, const util::Vector3<double>& lift) const;
     /// Keeps what is within reach of a place, and of those that a wheel comes to from there while it is lifted.
     /// @return false if that is outside of what was gathered, or if too much is near
     [[nodiscard]] bool narrow(const util::Vector3<double>& origin, const util::Vector3<double>& lift);
@@ -66,6 +72,7 @@ class GroundReach {
 
     [[nodiscard]] bool addNear(const EightTriangles& eight, const AxisFloats& low, const AxisFloats& high);
 
+    bool m_isWide = false;
     const GroundRayTables* m_tables = nullptr;
     Places m_gatheredFor{};
     Places m_keptFor{};

@@ -108,7 +108,7 @@ class Probe {
     bool enterNearGround();
     bool turnNearGround();
     bool aimNearGround();
-    bool findReach(std::size_t s);
+    bool findReach();
     [[nodiscard]] std::array<Vector3<double>, 2> boxOfOrigins(const Vector3<double>& from,
                                                               const Vector3<double>& to) const;
     bool gatherNearGround(const Vector3<double>& from, const Vector3<double>& to,
@@ -455,19 +455,20 @@ void Probe::place(std::size_t s, const Vector3<double>& off) {
 /// Gets ready to tell which side rays hit nothing of the stored mesh within the wheel; false if that cannot be told.
 bool Probe::prepareStoredGround() {
     if (vehicle.cGroundMeshTree.index() == nullptr || node.fan.rays.size() > told.size()) return false;
-    if (!findReach(0) || !gatherStoredGround()) return false;
+    if (!findReach()) return false;
     told.reset();
+    const GroundRayTables& tables = vehicle.cGroundMeshTree.index()->tables();
     for (std::size_t i = 0; i < node.fan.rays.size(); ++i)
-        told[i] = sharedGroundReach.canTell(node.fan.rays[i].direction);
-    return true;
+        told[i] = sharedGroundReach.canTell(tables, node.fan.rays[i].direction);
+    return told.any() && gatherStoredGround();
 }
 
 /// Has what is within reach at hand for rays from `sideOrigin`.
 bool Probe::startInReach() {
     if (isNarrowed && sharedGroundReach.startFrom(sideOrigin)) return true;
     const Vector3<double> rise = TransformNoProjection(toLocal[0], kRise * R * up, 0.0);
-    isNarrowed = sharedGroundReach.narrow(sideOrigin, rise) ||
-                 (gatherStoredGround() && sharedGroundReach.narrow(sideOrigin, rise));
+    if (!sharedGroundReach.holds(sideOrigin, rise) && !gatherStoredGround()) return false;
+    isNarrowed = sharedGroundReach.narrow(sideOrigin, rise);
     return isNarrowed && sharedGroundReach.startFrom(sideOrigin);
 }
 
@@ -523,21 +524,21 @@ bool Probe::turnNearGround() {
 
 /// The same for any matrices, ray by ray.
 bool Probe::aimNearGround() {
-    if (!findReach(0)) return false;
+    if (!findReach()) return false;
     nearGround.beginFan(nearT);
     for (const CWheelNode::FanRay& ray : node.fan.rays) nearGround.addDirection(ray.direction, ray.reach);
     return true;
 }
 
 /// Aims the fan and sets how far its rays have to be looked along; false where a direction is as good as lost.
-bool Probe::findReach(std::size_t s) {
+bool Probe::findReach() {
     double least = std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < node.fan.rays.size(); ++i) {
-        const Vector3<double> v = TransformNoProjection(toWorld[s], aim(s, i).direction, 0.0);
+        const Vector3<double> v = TransformNoProjection(toWorld[0], aim(0, i).direction, 0.0);
         least = std::min(least, Dot(v, v));
     }
     double largest = 0.0;
-    for (int i = 0; i < 3; ++i) largest += Dot(toWorld[s].row(i), toWorld[s].row(i));
+    for (int i = 0; i < 3; ++i) largest += Dot(toWorld[0].row(i), toWorld[0].row(i));
     if (!(least > kFlattest * largest)) return false;
     nearT = R / std::sqrt(least) * kWider;
     return true;
