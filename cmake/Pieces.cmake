@@ -1,7 +1,8 @@
 # Compiling from nothing, most of a file's time goes into the headers that its neighbours read, too. A piece is several
 # sources compiled as one: a third of the time from nothing, and longer after a small change.
 
-# The optimised gcc build compiles file by file unless it is asked: it shows whether each file includes what it uses.
+# A new folder of the optimised gcc build compiles file by file, which shows whether each file includes what it uses; it
+# keeps what it was last told, by ./check to take pieces, until `cmake --preset release -DQUADRIG_PIECES=OFF`.
 set(pieces_by_default ON)
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   set(pieces_by_default OFF)

@@ -1,5 +1,6 @@
 #include "validate/Apart.h"
 
+#include <errno.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -7,23 +8,37 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 
 namespace ond::validate {
 
 namespace {
 
-/// Of a copy whose work was abandoned.
-constexpr int kAbandoned = 9;
+/// The last byte of an answer. Without it the copy did not come to its end, whatever code it ended with.
+constexpr char kDone = 'D';
+constexpr char kAbandoned = 'A';
 
 [[noreturn]] void liveAsCopy(int answer, const std::function<std::string()>& work) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::string text;
     try {
-        const std::string text = work();
-        if (write(answer, text.data(), text.size()) != static_cast<ssize_t>(text.size())) _exit(kAbandoned);
+        text = work() + kDone;
     } catch (const Abandoned&) {
-        _exit(kAbandoned);
+        text = kAbandoned;
     }
+    if (write(answer, text.data(), text.size()) != static_cast<ssize_t>(text.size())) _exit(3);
     _exit(0);
+}
+
+/// @return as waitpid() tells it
+int endOf(Check& check, pid_t copy) {
+    int status = 0;
+    while (waitpid(copy, &status, 0) != copy) {
+        if (errno == EINTR) continue;
+        check.fail(std::string("how the process of the test ended cannot be told: ") + std::strerror(errno));
+        throw Abandoned{};
+    }
+    return status;
 }
 
 std::string contentOf(int file) {
@@ -41,17 +56,18 @@ std::string runApart(Check& check, const std::function<std::string()>& work) {
     const pid_t copy = answer < 0 ? -1 : fork();
     if (copy < 0) check.skip("no process can be started for the test");
     if (copy == 0) liveAsCopy(answer, work);
-    int status = 0;
-    waitpid(copy, &status, 0);
+    const int status = endOf(check, copy);
     if (WIFSIGNALED(status)) {
         signal(WTERMSIG(status), SIG_DFL);
         raise(WTERMSIG(status));
     }
-    // Any other end is the module's: it ended the process.
-    if (WEXITSTATUS(status) != 0 && WEXITSTATUS(status) != kAbandoned) _exit(WEXITSTATUS(status));
     std::string text = contentOf(answer);
     close(answer);
-    if (WEXITSTATUS(status) == kAbandoned) throw Abandoned{};
+    // Any other end is the module's: it ended the process.
+    if (WEXITSTATUS(status) != 0 || text.empty()) _exit(WEXITSTATUS(status));
+    const char last = text.back();
+    text.pop_back();
+    if (last == kAbandoned) throw Abandoned{};
     return text;
 }
 

@@ -4,9 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <sstream>
-#include <system_error>
 
 #include "ond/util/CMesh.h"
 #include "stage/MeshSurface.h"
@@ -55,16 +53,15 @@ std::string firstOddLine(const std::string& first, const std::string& second) {
 }
 
 /// Everything that a module cannot know when it is written.
-void becomeAnotherPlace(const std::string& module) {
+void becomeAnotherPlace() {
     for (const char* name : {"HOME", "USER", "LOGNAME", "LANG", "LC_ALL", "TZ", "HOSTNAME", "PWD", "TMPDIR"})
         setenv(name, "elsewhere", 1);
-    // What is loaded from now on lies elsewhere, too, because all places that it would fit into are taken, for good.
-    constexpr int kPlaces = 12;
-    std::error_code failed;
-    const std::uintmax_t size = std::filesystem::file_size(module, failed);
-    for (int i = 0; i < kPlaces && !failed; ++i)
-        if (mmap(nullptr, static_cast<std::size_t>(size), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) == MAP_FAILED)
-            return;
+    // What is loaded from now on lies elsewhere, too: pieces smaller than any module fill the gaps that it would fit
+    // into, the highest first as in loading, and then take so much off the large one, for good. Neighbours merge.
+    constexpr int kPieces = 8192;
+    constexpr std::size_t kPiece = 16384;  // bytes
+    for (int i = 0; i < kPieces; ++i)
+        if (mmap(nullptr, kPiece, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) == MAP_FAILED) return;
 }
 
 /// This program's own casting of rays looks at the machine when it is first used.
@@ -98,7 +95,7 @@ void sameBitsAnywhere(Check& check) {
         return filmAsText(world);
     });
     const std::string there = runApart(check, [&] {
-        becomeAnotherPlace(check.modulePath);
+        becomeAnotherPlace();
         ModuleFile module(check);
         static_cast<void>(chdir("/") == 0);
         liveBefore(check, module);

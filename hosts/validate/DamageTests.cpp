@@ -139,7 +139,10 @@ void deepBlocks(Check& check) {
     Damage damage(check);
     const std::string name = chunkName(damage.whole);
     // Chunks within chunks, each without a name and a payload, below a root of the object's own name.
-    for (const std::size_t depth : {std::size_t{3}, std::size_t{100}, std::size_t{60000}}) {
+    std::vector<std::size_t> depths = {3, 100};
+    // As deep as only damage is: a reader that calls itself for each level has long run out of stack.
+    if (check.level >= Level::strict) depths.push_back(60000);
+    for (const std::size_t depth : depths) {
         Bytes block = head(1, name);
         const Bytes link = head(1, "");
         for (std::size_t i = 0; i < depth; ++i) block.insert(block.end(), link.begin(), link.end());

@@ -145,7 +145,7 @@ void live(Check& check, ModuleFile& module, const Habit* only) {
 /// While an object lives it may keep what it likes; behind its release nothing is left.
 void expectNoneOfLives(Check& check, ModuleFile& module) {
     const auto growthOf = [&](const Habit* only) {
-        return growthPerCycle([&] { live(check, module, only); }, {3, 3, 1});
+        return growthPerCycle([&] { live(check, module, only); }, {12, 3, 1});
     };
     const auto isMuch = [](const Growth& growth) {
         return growth.heap >= kOfALife || growth.space >= sysconf(_SC_PAGESIZE);

@@ -33,6 +33,7 @@ constexpr double kShareBehindPatience = 0.1;
 /// No test needs more memory; without a bound a damaged length takes all there is.
 constexpr rlim_t kMostMemory = rlim_t{4} << 30;
 constexpr std::size_t kMostPrinted = 4000;
+constexpr std::size_t kMostNoted = std::size_t{1} << 24;
 
 bool matches(const std::vector<std::string>& patterns, const std::string& id) {
     return std::any_of(patterns.begin(), patterns.end(),
@@ -75,21 +76,8 @@ void perform(const TestRow& row, const RunSettings& settings, Journal& journal, 
     journal.done();
 }
 
-class ResultJournal final : public Journal {
-  public:
-    explicit ResultJournal(TestResult& result) : m_result(result) {}
-    void found(const Finding& finding) override { m_result.findings.push_back(finding); }
-    void skipped(const std::string& reason) override {
-        m_result.outcome = Outcome::skipped;
-        m_result.reason = reason;
-    }
-    void done() override {}
-
-  private:
-    TestResult& m_result;
-};
-
-/// Entries on a file that the waiting process reads: a letter, the length of each text, the texts.
+/// Entries on a file, so that those of every copy of the process come together: a letter, the length of each text, the
+/// texts.
 class FileJournal final : public Journal {
   public:
     explicit FileJournal(int file) : m_file(file) {}
@@ -212,7 +200,7 @@ class Child {
         TestResult result = blank(*m_row);
         result.milliseconds = static_cast<std::int64_t>(seconds() * 1000.0);
         bool isDone = false;
-        FileJournal::read(contentOf(m_journal, std::size_t{1} << 24), result, isDone);
+        FileJournal::read(contentOf(m_journal, kMostNoted), result, isDone);
         if (isDone) return result;
         result.outcome = m_timedOut ? Outcome::failed : Outcome::crashed;
         result.timedOut = m_timedOut;
@@ -300,11 +288,16 @@ std::vector<TestResult> runHere(const RunSettings& settings, const std::vector<c
     std::vector<TestResult> results;
     for (const TestRow* row : rows) {
         TestResult result = blank(*row);
-        ResultJournal journal(result);
+        const int file = memfd_create("validate-journal", 0);
+        if (file < 0) throw std::runtime_error("there is no room for the reports of the tests");
+        FileJournal journal(file);
         Whereabouts where;
         const auto start = SteadyClock::now();
         perform(*row, settings, journal, where);
         result.milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - start).count();
+        bool isDone = false;
+        FileJournal::read(contentOf(file, kMostNoted), result, isDone);
+        close(file);
         progress(result);
         results.push_back(std::move(result));
     }

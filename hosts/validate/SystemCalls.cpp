@@ -71,7 +71,7 @@ constexpr SystemCall kRefused[] = {
     {SYS_umask, "umask()"},
     {SYS_setitimer, "setitimer()"},
     {SYS_timer_create, "timer_create()"},
-    {SYS_rt_sigaction, "sigaction()"},
+    {SYS_rt_sigaction, "sigaction()"},  // that sets
     {SYS_setpriority, "setpriority()"},
     {SYS_sched_setaffinity, "sched_setaffinity()"},
     {SYS_sched_setscheduler, "sched_setscheduler()"},
@@ -117,6 +117,14 @@ std::vector<sock_filter> program() {
     std::vector<sock_filter> all = {load(offsetof(seccomp_data, arch)), jump(kAuditedMachine, 1, 0),
                                     answer(SECCOMP_RET_ALLOW), load(offsetof(seccomp_data, nr))};
     for (const SystemCall& call : kRefused) {
+        if (call.number == SYS_rt_sigaction) {
+            // Without a new one it only reads the old one. Both halves of the pointer have to be zero for that.
+            const std::size_t second = offsetof(seccomp_data, args) + sizeof(seccomp_data::args[0]);
+            all.insert(all.end(),
+                       {jump(SYS_rt_sigaction, 0, 6), load(second), jump(0, 0, 3), load(second + sizeof(std::uint32_t)),
+                        jump(0, 0, 1), answer(SECCOMP_RET_ALLOW), answer(SECCOMP_RET_TRAP)});
+            continue;
+        }
         all.push_back(jump(static_cast<std::uint32_t>(call.number), 0, 1));
         all.push_back(answer(SECCOMP_RET_TRAP));
     }

@@ -125,6 +125,23 @@ TEST_F(Validate, StaysInTheProcessForADebugger) {
     EXPECT_TRUE(code == -1 || code > 128) << code;
 }
 
+TEST_F(Validate, KeepsInTheProcessWhatComesToLightInACopyOfIt) {
+    const Verdict turned =
+        validate(module("turns-rounding-in-frame") + " --in-process --only asks-nothing-of-the-system --json -q");
+    EXPECT_EQ(outcomeOf(turned), "failed") << turned.out;
+    EXPECT_THAT(turned.out, HasSubstr("leaves-floating-point-alone"));
+    const Verdict without =
+        validate(module("no-plugin") + " --in-process --only first-plugin --only same-bits-anywhere --json -q");
+    EXPECT_EQ(outcomeOf(without, 1), "skipped") << without.out;
+    EXPECT_THAT(without.out, HasSubstr("the test 'first-plugin' stands in the way"));
+}
+
+TEST_F(Validate, LetsAModuleLookAtTheSignals) {
+    const Verdict verdict =
+        validate(module("looks-at-signals-in-frame") + " --only asks-nothing-of-the-system --json -q");
+    EXPECT_EQ(outcomeOf(verdict), "passed") << verdict.out;
+}
+
 TEST_F(Validate, GivesTheSameReportForTheSameSeed) {
     const auto report = [&](const char* seed) {
         nlohmann::json all =

@@ -354,6 +354,9 @@ TEST_F(NearGroundTest, NumbersThatRanAwayAreRefused) {
     EXPECT_FALSE(gathers({0, -1, 0}, nan, 300.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.0, 300.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 1e-200, 300.0, {0, 1, 0}));
+    EXPECT_TRUE(gathers({0, -1, 0}, 1e-11, 300.0, {0, 1, 0}));
+    EXPECT_FALSE(gathers({0, -1, 0}, 1e-13, 300.0, {0, 1, 0})) << "products would run away in single precision";
+    EXPECT_FALSE(gathers({0, -1, 0}, 1e-7, 1e16, {0, 1, 0})) << "so would those of the noise of such a length";
     EXPECT_FALSE(gathers({0, -1, 0}, 0.25, -1.0, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.25, 0.2, {0, 1, 0}));
     EXPECT_FALSE(gathers({0, -1, 0}, 0.25, 300.0, {0, nan, 0}));

@@ -3,7 +3,8 @@
 
   compare_drives.py --quadrig build/release/bin/quadrig tests/determinism/drives/*.json
 
-Exit code 0: all values agree; 1: a difference; 2: quadrig fails. A value may differ by a tolerance times the larger of
+Exit code 0: all values agree; 1: a difference, which a value is, too, that only one of them has; 2: quadrig fails, or a
+file is missing. A value may differ by a tolerance times the larger of
 1 and its size; the size of an axis or a place is that of its largest coordinate. The ground is taken out of quadrig's
 take, so that readers of mesh files are not compared. A drive whose name begins with "resumed" is opened again and gone
 on with.
@@ -26,6 +27,8 @@ PRESETS = Path(__file__).resolve().parents[2] / "hosts/command/presets"
 TOLERANCE = 1e-11
 # Without any ground, fast casting meets a box of the physics library by an iteration that stops short of its surface.
 BOX_TOLERANCE = 1e-6
+# Of a line of the trace; messages are compared apart.
+NO_VALUES = ("frame", "time", "messages")
 # How a resumed drive goes on: from which frame, how many frames, with what.
 AT, ONWARD, GAS, STEERING = 60, 70, -0.6, [[0, 0], [0.8, 0.7], [2, -0.2]]
 ONWARD_INPUTS = [{"channel": "gas", "value": GAS}, {"channel": "steering", "keys": STEERING}]
@@ -97,6 +100,27 @@ def value_of(line, name):
     return line if isinstance(line, list) else [line]
 
 
+def names_of(values, above=()):
+    """Names of all values of a line, as of the model."""
+    if not isinstance(values, dict):
+        return {above}
+    return {name for step, below in values.items() for name in names_of(below, (*above, step))}
+
+
+def unpaired(seen, trace, grounds):
+    """What only the model or only the program has, or in another number: [text]."""
+    resting = {("elements", name) for name, _ in grounds}
+    apart = []
+    for line in trace:
+        mine = seen.get(line["frame"], {})
+        theirs = names_of({section: line[section] for section in line if section not in NO_VALUES}) - resting
+        apart += [f"frame {line['frame']}, {'/'.join(name)}" for name in sorted(theirs ^ set(mine))]
+        apart += [f"frame {line['frame']}, {'/'.join(name)}, another number of values"
+                  for name in sorted(theirs & set(mine)) if len(mine[name]) != len(value_of(line, name))]
+    frames = {line["frame"] for line in trace}
+    return [f"frame {frame}" for frame in sorted(frames ^ set(seen))] + apart
+
+
 def messages_of(trace):
     """As of the model."""
     return {(m["vehicle"], m["caption"], m["text"].partition("\n")[0]): [line["frame"], m["count"]]
@@ -123,7 +147,11 @@ def compare(drive, quadrig):
         take, trace = drive.traced(quadrig, Path(folder))
         grounds = read_grounds(take)
     seen, messages = drive.modelled(grounds)
-    assert [line["frame"] for line in trace] == sorted(seen)
+    apart = unpaired(seen, trace, grounds)
+    if apart:
+        return f"{drive.path.stem}: {len(apart)} differences in what there is; the first: {apart[0]}", False
+    if [line["frame"] for line in trace] != sorted(seen):
+        return f"{drive.path.stem}: the frames are not in order, or one is there twice", False
     first, greatest, count = None, (0.0, "", 0, 0, 0), 0
     for line in trace:
         for name, mine in seen[line["frame"]].items():
@@ -153,6 +181,9 @@ def main():
             text, agrees = compare(Drive(path, options.last), options.quadrig)
         except subprocess.CalledProcessError as error:
             print(error, file=sys.stderr)
+            return 2
+        except OSError as error:
+            print(f"{parser.prog}: cannot use {error.filename}: {error.strerror}", file=sys.stderr)
             return 2
         print(text, flush=True)
         fine = fine and agrees

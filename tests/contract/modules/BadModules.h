@@ -420,6 +420,8 @@ inline constexpr BadModule kBadModules[] = {
     {"reads-a-file-in-loading-a-block", "asks-nothing-of-the-system", "failed"},
     {"writes-a-file-in-frame", "asks-nothing-of-the-system", "failed"},
     {"opens-a-socket-in-rig", "asks-nothing-of-the-system", "failed"},
+    {"takes-signals-in-start", "asks-nothing-of-the-system", "failed"},
+    {"leaves-at-once-in-frame", "asks-nothing-of-the-system", "crashed"},
     {"sets-a-timer-in-rig", "keeps-process-settings", "failed"},
     {"changes-a-limit-in-start", "keeps-process-settings", "failed"},
     {"closes-every-file-in-stop", "opens-no-files", "crashed"},

@@ -112,6 +112,12 @@ void takeSignal() {
     std::signal(SIGINT, SIG_IGN);
 }
 
+/// Who does is none of the bad ones.
+void lookAtSignals() {
+    struct sigaction present {};
+    if (sigaction(SIGINT, nullptr, &present) != 0) std::abort();
+}
+
 void printLine() {
     std::puts("hello from the module");
     std::fflush(stdout);
@@ -132,8 +138,10 @@ void readFile() {
 }
 
 void writeFile() {
-    const int file = open("/tmp/sledge-was-here", O_WRONLY | O_CREAT, 0600);
-    unlink("/tmp/sledge-was-here");
+    char name[] = "/tmp/sledge-XXXXXX";
+    const int file = mkstemp(name);
+    if (file < 0) return;
+    unlink(name);
     close(file);
 }
 
@@ -189,6 +197,7 @@ constexpr Deed kDeeds[] = {
     {"leaves-a-file-open", [] { static_cast<void>(std::fopen("/dev/null", "r") == nullptr); }},
     {"leaves-a-thread", leaveThread},
     {"takes-signals", takeSignal},
+    {"looks-at-signals", lookAtSignals},
     {"overflows-stack", overflowStack},
     {"corrupts-heap", corruptHeap},
     {"frees-twice", freeTwice},

@@ -26,6 +26,8 @@ constexpr double kWider = 1.0 + 1e-5;
 constexpr double kLeastReach = 1e-100;
 // How far on, in reaches, ground is looked for that a ray hits: a power of two.
 constexpr double kFarthest = 4.0;
+// How far apart, in reaches, places may be: products of three of their distances are numbers in single precision.
+constexpr double kMostReaches = 1e12;
 // No place along an axis is as far away.
 constexpr double kNowhere = std::numeric_limits<double>::infinity();
 // How far from 1 a direction's squared length may be.
@@ -178,6 +180,7 @@ bool NearGround::gather(const Vector& low, const Vector& high, const Column* col
     }
     if (!(outermost + m_reach <= m_room && outermost + m_length <= BT_LARGE_FLOAT)) return false;
     m_noise = kNoise * std::max(m_extent, outermost + m_length);
+    if (!(m_extent + outermost + m_noise <= kMostReaches * m_reach)) return false;
     m_centre = 0.5 * (low + high);
     m_leaves.reserve(kMostCandidates);
     m_candidates.reserve(kMostCandidates);

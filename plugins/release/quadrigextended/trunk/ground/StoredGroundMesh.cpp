@@ -56,12 +56,13 @@ void StoredGroundMesh::buildTree(GroundMeshTreeNode& tree) {
         drop(m_places);
         return;
     }
-    m_all = all;
-    packTextureFaces();
-    drop(m_mesh.faces);
     std::vector<Vector3<double>> loose;
     for (std::size_t i = 0; i < m_places.size(); ++i)
         if (m_places[i] == kNowhere) loose.push_back(m_mesh.vertices[i]);
+    // From here on nothing throws: memory that runs out leaves the mesh whole.
+    m_all = all;
+    packTextureFaces();
+    drop(m_mesh.faces);
     take(loose, m_mesh.vertices);
 }
 
