@@ -12,6 +12,7 @@ in a main file alone they look for in each file of the piece by itself.
 import json
 import pathlib
 import re
+import shlex
 import sys
 
 # In a piece the sources are includes: their findings count, and that they are included does not.
@@ -26,6 +27,18 @@ def piece_parts(path: pathlib.Path) -> list[pathlib.Path]:
     return [pathlib.Path(name) for name in re.findall(r'^#include "(.*)"$', path.read_text(), re.MULTILINE)]
 
 
+def flags_of(command: dict[str, str]) -> str:
+    """What a file needs to be read as the build reads it: a part of a piece has no compile command of its own."""
+    words = iter(shlex.split(command["command"]))
+    flags = []
+    for word in words:
+        if word == "-isystem":
+            flags += [word, next(words)]
+        elif word.startswith(("-I", "-D", "-std=")):
+            flags.append(word)
+    return " ".join(f"'{flag}'" for flag in flags)
+
+
 def main() -> None:
     build, checks = pathlib.Path(sys.argv[1]), sys.argv[2]
     folders = [pathlib.Path(folder).resolve() for folder in sys.argv[3:]]
@@ -38,7 +51,7 @@ def main() -> None:
             piece_checks = ",".join(filter(None, [checks, PIECE[0]]))
             size = sum(part.stat().st_size for part in parts)
             lines.append((2, size, f"'--checks={piece_checks}' '--header-filter={PIECE[1]}' '{path}'"))
-            lines += [(0, 0, f"'--checks={MAIN_FILE_ONLY}' '{part}'") for part in parts]
+            lines += [(0, 0, f"'--checks={MAIN_FILE_ONLY}' '{part}' -- {flags_of(command)}") for part in parts]
         elif path in wanted:
             lines.append((1, path.stat().st_size, f"'--checks={checks}' '{path}'"))
         wanted.difference_update(parts, [path])

@@ -1,7 +1,7 @@
 #include "ground/StoredGroundMesh.h"
 
 #include <algorithm>
-#include <cstring>
+#include <bit>
 #include <utility>
 
 namespace ond::ovs::addon {
@@ -11,9 +11,10 @@ namespace {
 using util::Vector3;
 
 bool isSame(const Vector3<double>& a, const Vector3<double>& b) {
-    const double numbersOfA[] = {a.x, a.y, a.z};
-    const double numbersOfB[] = {b.x, b.y, b.z};
-    return std::memcmp(numbersOfA, numbersOfB, sizeof numbersOfA) == 0;
+    const auto isSameNumber = [](double left, double right) {
+        return std::bit_cast<std::uint64_t>(left) == std::bit_cast<std::uint64_t>(right);
+    };
+    return isSameNumber(a.x, b.x) && isSameNumber(a.y, b.y) && isSameNumber(a.z, b.z);
 }
 
 // An empty list in braces would leave the memory with the vector.
