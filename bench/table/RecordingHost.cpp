@@ -24,6 +24,15 @@ HostCall::~HostCall() {
     if (m_meter.isOn) m_meter.nanoseconds += nowNanoseconds() - m_start;
 }
 
+void Recording::add(const Element& element, const util::Matrix4& world) {
+    keys.push_back({&element, now, world});
+    if (keys.size() == keys.capacity()) return;
+    // The next key comes soon, and where it goes has not been written for long.
+    const char* const next = reinterpret_cast<const char*>(keys.data() + keys.size());
+    for (std::size_t line = 0; line < sizeof(Key); line += 64) __builtin_prefetch(next + line, 1);
+    __builtin_prefetch(next + sizeof(Key) - 1, 1);
+}
+
 ovs::MeshHandle* Element::getParent() {
     const HostCall call(m_recording.meter, HostMeter::lookups);
     return parent;
@@ -48,14 +57,14 @@ void Element::setLocalMatrix(const util::Matrix4& matrix) {
     const HostCall call(m_recording.meter, HostMeter::writes);
     m_local = matrix;
     moveTo(parent != nullptr ? parent->world * m_local : m_local);
-    m_recording.keys.push_back({this, m_recording.now, world});
+    m_recording.add(*this, world);
 }
 
 void Element::setWorldMatrix(const util::Matrix4& matrix) {
     const HostCall call(m_recording.meter, HostMeter::writes);
     if (m_rides) m_local = Inverse(parent->world) * matrix;
     moveTo(matrix);
-    m_recording.keys.push_back({this, m_recording.now, world});
+    m_recording.add(*this, world);
 }
 
 void Element::ride() {

@@ -62,15 +62,19 @@ struct Key {
 
 /// What elements share.
 struct Recording {
+    /// Takes down what an element was given just now.
+    void add(const Element& element, const util::Matrix4& world);
+
     std::vector<Key> keys;  ///< of all elements, in the order in which they came
     double now = 0.0;
     HostMeter meter;
 };
 
-class Element final : public ovs::MeshHandle, public ovs::TransformObject, public ovs::AppearanceObject {
+/// What a frame reads of it stands at its front.
+class alignas(64) Element final : public ovs::MeshHandle, public ovs::TransformObject, public ovs::AppearanceObject {
   public:
     Element(Recording& recording, std::string elementName, Element* parentElement)
-        : parent(parentElement), name(std::move(elementName)), m_recording(recording) {}
+        : parent(parentElement), m_recording(recording), name(std::move(elementName)) {}
 
     void show() override {}
     void hide() override {}
@@ -99,17 +103,25 @@ class Element final : public ovs::MeshHandle, public ovs::TransformObject, publi
     void restorePose() { std::tie(world, m_local) = m_kept; }
 
     Element* parent;
+
+  private:
+    Recording& m_recording;
+    std::vector<Element*> m_riders;
+    bool m_rides = false;
+
+  public:
     util::Matrix4 world;
-    std::string name;
 
   private:
     void moveTo(const util::Matrix4& matrix);
 
-    Recording& m_recording;
     util::Matrix4 m_local;
+
+  public:
+    std::string name;
+
+  private:
     std::pair<util::Matrix4, util::Matrix4> m_kept;
-    std::vector<Element*> m_riders;
-    bool m_rides = false;
 };
 
 /// A device axis that stands where it is put.

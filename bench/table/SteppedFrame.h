@@ -13,6 +13,7 @@
 #include "car/WheelRolling.h"
 #include "parameters/Gauges.h"
 #include "run/FrameUpdate.h"
+#include "run/MemoryAhead.h"
 #include "run/Settling.h"
 #include "state/AnimatedState.h"
 
@@ -31,12 +32,15 @@ inline constexpr std::array<std::string_view, kSteps> kStepNames = {
 template <class UpdateWheel, class Done>
 void frameInSteps(ovs::addon::CCarCamObject& v, double time, UpdateWheel&& updateWheel, Done&& done) {
     using namespace ond::ovs::addon;
+    fetchCar(v);
     const double dt = v.hostInterface->getFrameStep();
     readInputs(v);
     v.cCarCam.qGravity = util::Quat<double>::FromMatrix(v.cBaseMeshNode.mPrev);
     v.cCarCam.vGravityDir = -util::Normalized(v.cGravityDirectionNode.mPrev.row(1));
     if (v.cCarCam.pcInput[pcInput_EXTERNAL_FORCE].raw != 0.0) v.cExternalForceNode.update(time);
     done(Step::inputs);
+    fetchBody(v);
+    fetchCorner(v, 0);
     StepCar(v.cCarCam, dt);
     done(Step::carStep);
     v.cCarBodyNode.update(time);
@@ -44,6 +48,7 @@ void frameInSteps(ovs::addon::CCarCamObject& v, double time, UpdateWheel&& updat
     done(Step::body);
     const auto corners = static_cast<std::size_t>(v.numCorners());
     for (std::size_t i = 0; i < corners; ++i) {
+        fetchAheadOfCorner(v, i);
         updateWheel(v.aWheelNodes[i], time);
         done(Step::wheels);
         if (v.bKeyframeOnlyEssential) continue;

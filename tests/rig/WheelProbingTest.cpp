@@ -148,9 +148,8 @@ class WheelProbing : public testing::Test {
 
     /// Side rays of an update with the present settings, at most.
     long raysOf() {
-        return vehicle->iRayMultiplier < 2
-                   ? 1
-                   : 1 + static_cast<long>(node().fan.rays.size()) * (vehicle->bAddRaysAtWheelEdges ? 3 : 1);
+        const long toEachSide = vehicle->iRayMultiplier - 1;
+        return toEachSide < 1 ? 1 : 1 + (2 * toEachSide + 1) * (vehicle->bAddRaysAtWheelEdges ? 3 : 1);
     }
 
     void chooseSettings(PinnedRandom& random, double scale, bool aligned) {

@@ -44,6 +44,23 @@ void divideAxesByLength(Matrix4& m) {
     for (int i = 0; i < 3; ++i) m.setRow(i, m.row(i) / Length(m.row(i)));
 }
 
+/// A side ray's place in the fan, and the ray itself in the coordinates of the surface it is cast at.
+struct FanRay {
+    bool straightDown;  ///< the middle one, which the centre ray stands in for
+    double sine;        ///< of the angle
+    double cosine;
+    double sineOfSize;  ///< of the angle without its sign
+    double cosineOfSize;
+    Vector3<double> direction;  ///< unit
+    double reach;               ///< how far the physics world looks along it
+};
+
+/// From back to front. Kept from one update to the next, because the angles rarely change.
+struct Fan {
+    double step = 0.0;  ///< angle between two rays, radians
+    std::vector<FanRay> rays;
+} fan;
+
 /// Everything that one update of one wheel works with.
 class Probe {
   public:
@@ -62,7 +79,7 @@ class Probe {
     void castSideRays();
     void spreadFan(double a, int k);
     void aimFan(std::size_t s);
-    void castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray);
+    void castSideRay(std::size_t s, const Vector3<double>& off, const FanRay& ray);
     void settle();
     void releaseGround();
     void writeOutputs();
@@ -292,7 +309,7 @@ void Probe::castSideRays() {
         aimFan(s);
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
-            for (const CWheelNode::FanRay& ray : node.fan.rays)
+            for (const FanRay& ray : fan.rays)
                 if (e != 0 || !ray.straightDown) castSideRay(s, off, ray);
         }
     }
@@ -301,11 +318,11 @@ void Probe::castSideRays() {
 /// The angles of the fan: `k` rays to each side, `a` radians apart.
 void Probe::spreadFan(double a, int k) {
     const std::size_t count = 2 * static_cast<std::size_t>(k) + 1;
-    if (node.fan.rays.size() == count && node.fan.step == a) return;
-    node.fan.step = a;
-    node.fan.rays.resize(count);
+    if (fan.rays.size() == count && fan.step == a) return;
+    fan.step = a;
+    fan.rays.resize(count);
     int j = -k;
-    for (CWheelNode::FanRay& ray : node.fan.rays) {
+    for (FanRay& ray : fan.rays) {
         ray.straightDown = j == 0;
         const double angle = j++ * a;
         ray.sine = std::sin(angle);
@@ -317,7 +334,7 @@ void Probe::spreadFan(double a, int k) {
 
 /// The directions of the fan in the coordinates of surface `s`.
 void Probe::aimFan(std::size_t s) {
-    for (CWheelNode::FanRay& ray : node.fan.rays) {
+    for (FanRay& ray : fan.rays) {
         // The quaternion takes the whole angle, so that the ray stands at twice the angle from `down`. Recorded takes
         // rest on this fan.
         const Vector3<double> sine = ray.sine * axle;
@@ -328,7 +345,7 @@ void Probe::aimFan(std::size_t s) {
 }
 
 /// A hit lifts the wheel, and the rays that follow start from there.
-void Probe::castSideRay(std::size_t s, const Vector3<double>& off, const CWheelNode::FanRay& ray) {
+void Probe::castSideRay(std::size_t s, const Vector3<double>& off, const FanRay& ray) {
     const Vector3<double> o = Transform(toLocal[s], H.position + off);
     const bool hit = cast(s, o, ray.direction, ray.reach, sideT);
     if (!(caster == Caster::physicsWorld ? centreHit : hit)) return;

@@ -14,6 +14,8 @@ namespace ond::ovs::addon {
 /// Arithmetic and comparisons work lane by lane; a comparison gives 0 or -1 per lane.
 using FourFloats = float __attribute__((vector_size(16)));
 using FourMasks = int __attribute__((vector_size(16)));
+/// Where they come from.
+using FourDoubles = double __attribute__((vector_size(32), aligned(16)));
 
 [[nodiscard]] inline FourFloats allFour(float value) { return FourFloats{value, value, value, value}; }
 
@@ -59,6 +61,18 @@ using FourMasks = int __attribute__((vector_size(16)));
 [[nodiscard]] inline FourFloats choose(FourMasks mask, FourFloats a, FourFloats b) {
     return reinterpret_cast<FourFloats>((reinterpret_cast<FourMasks>(a) & mask) |
                                         (reinterpret_cast<FourMasks>(b) & ~mask));
+}
+
+/// Makes rows of columns.
+inline void transpose(FourFloats& a, FourFloats& b, FourFloats& c, FourFloats& d) {
+    const FourFloats ab = __builtin_shufflevector(a, b, 0, 4, 1, 5);
+    const FourFloats cd = __builtin_shufflevector(c, d, 0, 4, 1, 5);
+    const FourFloats abBehind = __builtin_shufflevector(a, b, 2, 6, 3, 7);
+    const FourFloats cdBehind = __builtin_shufflevector(c, d, 2, 6, 3, 7);
+    a = __builtin_shufflevector(ab, cd, 0, 1, 4, 5);
+    b = __builtin_shufflevector(ab, cd, 2, 3, 6, 7);
+    c = __builtin_shufflevector(abBehind, cdBehind, 0, 1, 4, 5);
+    d = __builtin_shufflevector(abBehind, cdBehind, 2, 3, 6, 7);
 }
 
 /// Bit `i` tells whether lane `i` of a comparison holds.

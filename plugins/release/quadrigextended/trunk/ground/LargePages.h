@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -18,7 +19,7 @@ struct LargePages {
     using value_type = T;
 
     static constexpr std::size_t kPage = std::size_t{2} << 20;
-    static constexpr std::size_t kLarge = 4 * kPage;
+    static constexpr std::size_t kLarge = kPage;
 
     LargePages() = default;
     template <typename Other>
@@ -46,13 +47,22 @@ struct LargePages {
     }
 };
 
-/// Asks for large pages where they fit into an array that was allocated elsewhere and not written yet. Only a hint.
-inline void adviseLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
-#if defined(__linux__)
-    constexpr std::size_t kPage = LargePages<char>::kPage;
-    if (std::align(kPage, kPage, memory, bytes) != nullptr)
-        static_cast<void>(madvise(memory, bytes / kPage * kPage, MADV_HUGEPAGE));
-#endif
+/// An array of such memory.
+template <typename T>
+struct LargeArrayDelete {
+    std::size_t count = 0;
+    void operator()(T* array) const { LargePages<T>().deallocate(array, count); }
+};
+template <typename T>
+using LargeArray = std::unique_ptr<T[], LargeArrayDelete<T>>;
+
+/// @returns an array with nothing in it yet, of a type that needs no destructor
+template <typename T>
+[[nodiscard]] LargeArray<T> makeLargeArray(std::size_t count) {
+    static_assert(std::is_trivially_destructible_v<T>);
+    T* const array = LargePages<T>().allocate(count);
+    std::uninitialized_default_construct_n(array, count);
+    return LargeArray<T>(array, {count});
 }
 
 }  // namespace ond::ovs::addon

@@ -127,6 +127,14 @@ void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit 
     const auto open = [&](std::uint32_t fork) {
         unsigned branches = 0;
         for (const QuantisedBox& box : boxes) branches |= box.overlapped(m_forks[fork].boxes);
+        // Those below are read one after the other: let them come from memory together.
+        for (unsigned left = branches; left != 0; left &= left - 1) {
+            const std::int32_t branch = m_forks[fork].branches[std::countr_zero(left)];
+            if (branch <= 0) continue;
+            const Fork& next = m_forks[static_cast<std::uint32_t>(branch)];
+            __builtin_prefetch(&next.boxes.low[0]);
+            __builtin_prefetch(&next.branches[0]);
+        }
         return Open{fork, branches};
     };
     std::array<Open, kDeepest> above;

@@ -56,9 +56,9 @@ bool isVisibleToRays(const btRigidBody& body) {
            (proxy->m_collisionFilterMask & btBroadphaseProxy::DefaultFilter) != 0;
 }
 
-bool isSound(const MeshSurvey& survey, const Vector& a, const Vector& b, const Vector& c) {
-    const Vector normal = Cross(b - a, c - a);
-    return survey.isSound(Dot(normal, normal), squaredLongestEdge(toBullet(a), toBullet(b), toBullet(c)));
+bool isSound(const MeshSurvey& survey, const btVector3& a, const btVector3& b, const btVector3& c) {
+    const Vector normal = Cross(fromBullet(b) - fromBullet(a), fromBullet(c) - fromBullet(a));
+    return survey.isSound(Dot(normal, normal), squaredLongestEdge(a, b, c));
 }
 
 bool isInside(const btVector3& point, const btVector3& low, const btVector3& high, double margin) {
@@ -165,7 +165,7 @@ void NearGround::beginFan(double reach, double length, const FanAngles& angles, 
 }
 
 bool NearGround::gather(const Vector& low, const Vector& high, const Column* column) {
-    m_candidates.clear();
+    m_numCandidates = 0;
     m_hasColumn = false;
     m_nearSide = kNowhere;
     m_farSide = -kNowhere;
@@ -182,8 +182,7 @@ bool NearGround::gather(const Vector& low, const Vector& high, const Column* col
     m_noise = kNoise * std::max(m_extent, outermost + m_length);
     if (!(m_extent + outermost + m_noise <= kMostReaches * m_reach)) return false;
     m_centre = 0.5 * (low + high);
-    m_leaves.reserve(kMostCandidates);
-    m_candidates.reserve(kMostCandidates);
+    if (m_candidates.empty()) m_candidates.resize(kMostCandidates);
     m_triangles.begin(m_centre, m_reach, m_noise, kMostCandidates);
     m_across = m_fan.across();
     m_fan.range(m_across, m_leastAcross, m_mostAcross);
@@ -196,8 +195,7 @@ bool NearGround::gather(const Vector& low, const Vector& high, const Column* col
         Box boxes[2] = {{low + m_reach * lowest - margins, high + m_reach * highest + margins}, {}};
         if (column != nullptr)
             boxes[1] = {lower(m_column.top, m_column.bottom) - margins, upper(m_column.top, m_column.bottom) + margins};
-        if (!(column != nullptr ? collectLeaves<2>(i, boxes) : collectLeaves<1>(i, boxes))) return false;
-        for (const Leaf& leaf : m_leaves) addCandidate(i, leaf.place, leaf.triangle, leaf.isOutlier);
+        if (!(column != nullptr ? collect<2>(i, boxes) : collect<1>(i, boxes))) return false;
     }
     m_triangles.spread(m_across);
     m_hasColumn = column != nullptr;
@@ -220,31 +218,32 @@ void NearGround::forEachLeaf(std::size_t body, const Box* boxes, Visit visit) co
     m_bodies[body].survey->leaves().forEachLeaf(quantised, visit);
 }
 
-/// Fills `m_leaves`; false when they are too many. The corners are on their way from memory then.
+/// Adds candidates; false when they become too many.
 template <std::size_t kBoxes>
-bool NearGround::collectLeaves(std::size_t body, const Box* boxes) {
+bool NearGround::collect(std::size_t body, const Box* boxes) {
     const MeshSurvey& survey = *m_bodies[body].survey;
-    const std::size_t most = kMostCandidates - m_candidates.size();
-    m_leaves.clear();
+    const std::size_t first = m_numCandidates;
+    Candidate* next = m_candidates.data() + first;
+    const Candidate* const most = m_candidates.data() + kMostCandidates;
     forEachLeaf<kBoxes>(body, boxes, [&](LeafTree::Place place, int triangle, bool isOutlier) {
-        if (m_leaves.size() >= most) return false;
+        if (next == most) return false;
         survey.prefetchIndices(triangle);
-        m_leaves.push_back({place, triangle, isOutlier});
+        *next++ = {place, triangle, static_cast<std::uint32_t>(body), isOutlier};
         return true;
     });
-    if (m_leaves.size() >= most) return false;
-    for (const Leaf& leaf : m_leaves) survey.prefetchCorners(leaf.triangle);
+    if (next == most) return false;
+    m_numCandidates = static_cast<std::size_t>(next - m_candidates.data());
+    // Each step leaves the next one's memory time to come.
+    for (std::size_t i = first; i < m_numCandidates; ++i) survey.prefetchCorners(m_candidates[i].triangle);
+    m_triangles.add(m_numCandidates - first, [&](std::size_t i) -> NearTriangles::Added {
+        const Candidate& candidate = m_candidates[first + i];
+        const btVector3& a = survey.corner(candidate.triangle, 0);
+        const btVector3& b = survey.corner(candidate.triangle, 1);
+        const btVector3& c = survey.corner(candidate.triangle, 2);
+        // What is no outlier is sound, or nothing that a ray could hit.
+        return {a, b, c, !candidate.isOutlier || isSound(survey, a, b, c)};
+    });
     return true;
-}
-
-void NearGround::addCandidate(std::size_t body, LeafTree::Place place, int triangle, bool isOutlier) {
-    const MeshSurvey& survey = *m_bodies[body].survey;
-    const Vector a = fromBullet(survey.corner(triangle, 0));
-    const Vector b = fromBullet(survey.corner(triangle, 1));
-    const Vector c = fromBullet(survey.corner(triangle, 2));
-    // What is no outlier is sound, or nothing that a ray could hit.
-    m_triangles.add(a, b, c, !isOutlier || isSound(survey, a, b, c));
-    m_candidates.push_back({body, place, triangle});
 }
 
 void NearGround::narrow(const Vector& origin, const Vector& rise) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "ground/LeafTree.h"
@@ -91,9 +92,10 @@ class NearGround {
     };
     /// A triangle that could be hit nearby.
     struct Candidate {
-        std::size_t body;       ///< in `m_bodies`
         LeafTree::Place place;  ///< of its leaf in the tree of the body
         int triangle;
+        std::uint32_t body;  ///< in `m_bodies`
+        bool isOutlier;
     };
     class Nearest;
 
@@ -105,8 +107,7 @@ class NearGround {
     template <std::size_t kBoxes, class Visit>
     void forEachLeaf(std::size_t body, const Box* boxes, Visit visit) const;
     template <std::size_t kBoxes>
-    [[nodiscard]] bool collectLeaves(std::size_t body, const Box* boxes);
-    void addCandidate(std::size_t body, LeafTree::Place place, int triangle, bool isOutlier);
+    [[nodiscard]] bool collect(std::size_t body, const Box* boxes);
     void testCandidate(Nearest& nearest, std::size_t narrowed) const;
     [[nodiscard]] double marginOf(std::size_t body) const;
     void faceColumn();
@@ -133,13 +134,8 @@ class NearGround {
     double m_noise = 0.0;  ///< wider than what rounding does to coordinates here
     Column m_column;
     bool m_hasColumn = false;
-    struct Leaf {
-        LeafTree::Place place;
-        int triangle;
-        bool isOutlier;
-    };
-    std::vector<Leaf> m_leaves;           ///< of the body that is being gathered from
-    std::vector<Candidate> m_candidates;  ///< numbered as the next ones
+    std::vector<Candidate> m_candidates;  ///< numbered as the next ones; of which the first are in use
+    std::size_t m_numCandidates = 0;
     NearTriangles m_triangles;
     Vector m_across;          ///< unit, about perpendicular to the rays
     double m_nearSide = 0.0;  ///< range of the origins along it, relative to the centre

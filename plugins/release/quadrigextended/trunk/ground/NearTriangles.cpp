@@ -1,8 +1,7 @@
 #include "ground/NearTriangles.h"
 
-#include <algorithm>
+#include <array>
 #include <bit>
-#include <limits>
 
 #include "ground/MeshSurvey.h"
 
@@ -12,7 +11,6 @@ namespace {
 
 using Vector = NearTriangles::Vector;
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 // Half the distance from 1 to the next number.
 constexpr float kUlp = 6e-8F;
 // Products of two coordinates, rounded a few dozen times on the way, and taken with inexact directions, are off by no
@@ -71,6 +69,20 @@ FourFloats marginOfBox(const Corners& c, FourFloats edge, FourFloats extent) {
 /// The bits of the first of four, when so many are left.
 unsigned firstOf(std::size_t left) { return left < 4 ? (1U << left) - 1U : 15U; }
 
+/// Which of four are kept: their lanes at the front.
+struct Kept {
+    std::uint32_t lanes[4];
+    std::uint32_t count;
+};
+
+constexpr std::array<Kept, 16> kKept = [] {
+    std::array<Kept, 16> all{};
+    for (std::uint32_t bits = 0; bits < 16; ++bits)
+        for (std::uint32_t lane = 0; lane < 4; ++lane)
+            if ((bits >> lane & 1U) != 0) all[bits].lanes[all[bits].count++] = lane;
+    return all;
+}();
+
 /// Bit by bit whether a ray that passes could hit; `limit` tells of those that do so within the limit.
 unsigned couldHit(FourFloats slope, FourFloats first, FourFloats second, FourFloats edgeMargin, FourMasks out) {
     const FourFloats least = -(kOutside * slope + edgeMargin);
@@ -86,85 +98,69 @@ void NearTriangles::begin(const Vector& centre, double unit, double noise, std::
     m_noise = static_cast<float>(noise * m_perUnit * 1.001);
     m_count = 0;
     m_numNarrowed = 0;
-    m_possible.clear();
-    if (m_triangles.size() >= most) return;
+    m_numPossible = 0;
     const std::size_t groups = (most + 3) / 4;
-    m_triangles.resize(most);
+    if (m_spans.size() >= groups) return;
+    m_triangles.resize(4 * groups);
     m_spans.resize(groups);
     m_chosen.resize(groups);
     m_planes.resize(groups);
     m_facing.resize(groups);
-    m_narrowed.resize(4 * groups);
-    m_possible.reserve(most);
+    m_narrowed.resize(4 * groups + 4);
+    m_possible.resize(4 * groups);
 }
 
-void NearTriangles::add(const Vector& a, const Vector& b, const Vector& c, bool sound) {
-    Triangle& triangle = m_triangles[m_count++];
-    const auto place = [&](int i, const Vector& v) {
-        triangle.x[i] = static_cast<float>((v.x - m_centre.x) * m_perUnit);
-        triangle.y[i] = static_cast<float>((v.y - m_centre.y) * m_perUnit);
-        triangle.z[i] = static_cast<float>((v.z - m_centre.z) * m_perUnit);
-    };
-    place(0, a);
-    place(1, b);
-    place(2, c);
-    triangle.noise = sound ? m_noise : kInfinity;
-}
-
-/// Number 4 * `group` and the next of `count` triangles side by side; behind the last one there are more of it.
-template <class NumberOf>
-NearTriangles::Corners NearTriangles::four(std::size_t group, std::size_t count, NumberOf numberOf) const {
-    const auto at = [&](std::size_t lane) -> const Triangle& {
-        return m_triangles[numberOf(std::min(4 * group + lane, count - 1))];
-    };
-    const Triangle& a = at(0);
-    const Triangle& b = at(1);
-    const Triangle& c = at(2);
-    const Triangle& d = at(3);
+NearTriangles::Corners NearTriangles::sideBySide(const Triangle& a, const Triangle& b, const Triangle& c,
+                                                 const Triangle& d) {
     Corners corners;
     for (int i = 0; i < 3; ++i) {
-        corners.x[i] = FourFloats{a.x[i], b.x[i], c.x[i], d.x[i]};
-        corners.y[i] = FourFloats{a.y[i], b.y[i], c.y[i], d.y[i]};
-        corners.z[i] = FourFloats{a.z[i], b.z[i], c.z[i], d.z[i]};
+        FourFloats rows[4] = {a.corners[i], b.corners[i], c.corners[i], d.corners[i]};
+        transpose(rows[0], rows[1], rows[2], rows[3]);
+        corners.x[i] = rows[0];
+        corners.y[i] = rows[1];
+        corners.z[i] = rows[2];
+        if (i == 0) corners.noise = rows[3];
     }
-    corners.noise = FourFloats{a.noise, b.noise, c.noise, d.noise};
     return corners;
 }
 
 void NearTriangles::spread(const Vector& across) {
     const Direction axis(across);
+    // Behind the last one there are more of it.
+    for (std::size_t i = m_count; i % 4 != 0; ++i) m_triangles[i] = m_triangles[m_count - 1];
     for (std::size_t i = 0; 4 * i < m_count; ++i) {
-        const Corners c = four(i, m_count, [](std::size_t number) { return number; });
+        const Triangle* first = m_triangles.data() + 4 * i;
+        const Corners c = sideBySide(first[0], first[1], first[2], first[3]);
         const auto along = [&](int k) { return axis.x * c.x[k] + axis.y * c.y[k] + axis.z * c.z[k]; };
-        const FourFloats first = along(0);
-        const FourFloats second = along(1);
-        const FourFloats third = along(2);
+        const FourFloats ends[3] = {along(0), along(1), along(2)};
         // The extent along any axis is as long as the longest edge at most.
         const FourFloats margin = marginOfBox(c, squareRoot(squaredLongestEdge(c)), extentOf(c));
-        m_spans[i] = {leastOf(first, second, third) - margin, greatestOf(first, second, third) + margin};
+        m_spans[i] = {leastOf(ends[0], ends[1], ends[2]) - margin, greatestOf(ends[0], ends[1], ends[2]) + margin};
     }
 }
 
 void NearTriangles::narrow(double least, double most, double farthest) {
-    m_possible.clear();
-    m_numNarrowed = 0;
+    m_numPossible = 0;
     m_farthest = static_cast<float>(farthest);
     const FourFloats low = allFour(static_cast<float>(least) - kUlp * 8.0F * (1.0F + m_farthest));
     const FourFloats high = allFour(static_cast<float>(most) + kUlp * 8.0F * (1.0F + m_farthest));
+    std::uint32_t* to = m_narrowed.data();
     for (std::size_t i = 0; 4 * i < m_count; ++i) {
         const unsigned beyond = bitsOf((m_spans[i].most < low) | (m_spans[i].least > high));
-        // Written in any case and counted if it is one, because nothing here can be foretold.
-        for (std::size_t lane = 0; lane < 4; ++lane) {
-            m_narrowed[m_numNarrowed] = 4 * i + lane;
-            m_numNarrowed += ~beyond >> lane & 1U;
-        }
+        // Room for four is written in any case, because nothing here can be foretold.
+        const Kept& kept = kKept[~beyond & firstOf(m_count - 4 * i)];
+        for (std::size_t lane = 0; lane < 4; ++lane) to[lane] = static_cast<std::uint32_t>(4 * i) + kept.lanes[lane];
+        to += kept.count;
     }
-    while (m_numNarrowed > 0 && m_narrowed[m_numNarrowed - 1] >= m_count) --m_numNarrowed;
+    m_numNarrowed = static_cast<std::size_t>(to - m_narrowed.data());
+    for (std::size_t i = m_numNarrowed; i % 4 != 0; ++i) m_narrowed[i] = m_narrowed[m_numNarrowed - 1];
     for (std::size_t i = 0; 4 * i < m_numNarrowed; ++i) prepare(i);
 }
 
 void NearTriangles::prepare(std::size_t group) {
-    const Corners c = four(group, m_numNarrowed, [this](std::size_t number) { return m_narrowed[number]; });
+    const std::uint32_t* numbers = m_narrowed.data() + 4 * group;
+    const Corners c =
+        sideBySide(m_triangles[numbers[0]], m_triangles[numbers[1]], m_triangles[numbers[2]], m_triangles[numbers[3]]);
     m_chosen[group] = c;
     Plane& plane = m_planes[group];
     const FourPoints normal = cross(corner(c, 1) - corner(c, 0), corner(c, 2) - corner(c, 0));
@@ -214,7 +210,7 @@ void NearTriangles::face(std::size_t group, const Direction& origin) {
 unsigned NearTriangles::lookAt(const RayFan& fan, std::size_t group) {
     const RayFan::Group& rays = fan.group(group);
     const RayFan::Ball& ball = fan.around(group);
-    m_possible.clear();
+    Possible* possible = m_possible.data();
     unsigned all = 0;
     for (std::size_t i = 0; 4 * i < m_numNarrowed; ++i) {
         const Plane& plane = m_planes[i];
@@ -227,10 +223,12 @@ unsigned NearTriangles::lookAt(const RayFan& fan, std::size_t group) {
         for (; left != 0; left &= left - 1) {
             const std::size_t narrowed = 4 * i + static_cast<std::size_t>(std::countr_zero(left));
             const unsigned bits = raysThatCouldHit(narrowed, rays);
-            if (bits != 0) m_possible.push_back({narrowed, bits});
+            *possible = {narrowed, bits};
+            possible += bits != 0 ? 1 : 0;
             all |= bits;
         }
     }
+    m_numPossible = static_cast<std::size_t>(possible - m_possible.data());
     return all;
 }
 

@@ -7,8 +7,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <span>
 #include <vector>
 
+#include "ground/BulletLibrary.h"
 #include "ground/FourFloats.h"
 #include "ground/RayFan.h"
 #include "ond/util/Vector3.h"
@@ -36,11 +41,19 @@ class NearTriangles {
     /// @param noise how far rounding moves a hit on a sound triangle, a length
     /// @param most how many triangles there can be
     void begin(const Vector& centre, double unit, double noise, std::size_t most);
-    /// @param sound whether what MeshSurvey says of sound triangles holds; others are never ruled out
-    void add(const Vector& a, const Vector& b, const Vector& c, bool sound);
+    /// The corners of a triangle. Whether what MeshSurvey says of sound triangles holds; others are never ruled out.
+    struct Added {
+        const btVector3& a;
+        const btVector3& b;
+        const btVector3& c;
+        bool isSound;
+    };
+    /// So many more.
+    /// @param number called with 0 to `count` - 1, gives each as an Added
+    template <class Number>
+    void add(std::size_t count, Number number);
     /// Once, behind the last one: from now on they can be told apart along this axis of unit length.
     void spread(const Vector& across);
-    [[nodiscard]] std::size_t count() const { return m_count; }
 
     /// Chooses those that reach into a slab, from `least` to `most` along the axis, relative to the centre in units.
     /// @param farthest no origin of a ray has a larger coordinate, relative to the centre in units, sign aside
@@ -59,16 +72,15 @@ class NearTriangles {
     /// Finds out what four rays of a fan could hit within reach of the origin. Gives their bits: whether anything.
     unsigned lookAt(const RayFan& fan, std::size_t group);
     /// What lookAt() found, in the order of the chosen ones.
-    [[nodiscard]] const std::vector<Possible>& possible() const { return m_possible; }
+    [[nodiscard]] std::span<const Possible> possible() const { return {m_possible.data(), m_numPossible}; }
     /// Of four chosen ones, from number 4 * `group` on, which a ray could hit however far away.
     [[nodiscard]] unsigned couldBeHit(std::size_t group, const Direction& direction) const;
 
   private:
+    /// The fourth number of the first corner tells how far a hit moves: infinitely on unsound triangles. Those of the
+    /// others mean nothing.
     struct Triangle {
-        float x[3];
-        float y[3];
-        float z[3];
-        float noise;  ///< how far a hit moves; infinite for unsound triangles
+        FourFloats corners[3];
     };
     /// Four triangles.
     struct Corners {
@@ -97,8 +109,7 @@ class NearTriangles {
         unsigned near;  ///< bits of those that have a point within reach
     };
 
-    template <class NumberOf>
-    [[nodiscard]] Corners four(std::size_t group, std::size_t count, NumberOf numberOf) const;
+    static Corners sideBySide(const Triangle& a, const Triangle& b, const Triangle& c, const Triangle& d);
     void prepare(std::size_t group);
     void face(std::size_t group, const Direction& origin);
     [[nodiscard]] unsigned raysThatCouldHit(std::size_t narrowed, const RayFan::Group& rays) const;
@@ -109,13 +120,34 @@ class NearTriangles {
     std::size_t m_count = 0;
     std::vector<Triangle> m_triangles;  ///< as many as there can be, like the next ones
     std::vector<Span> m_spans;
-    std::vector<std::size_t> m_narrowed;  ///< of which the first are in use
+    std::vector<std::uint32_t> m_narrowed;  ///< of which the first are in use
     std::size_t m_numNarrowed = 0;
     std::vector<Corners> m_chosen;
     std::vector<Plane> m_planes;
     std::vector<Facing> m_facing;
-    std::vector<Possible> m_possible;
+    std::vector<Possible> m_possible;  ///< of which the first are in use
+    std::size_t m_numPossible = 0;
     float m_farthest = 0.0F;
 };
+
+template <class Number>
+void NearTriangles::add(std::size_t count, Number number) {
+    const FourDoubles centre{m_centre.x, m_centre.y, m_centre.z, 0.0};
+    const FourDoubles perUnit{m_perUnit, m_perUnit, m_perUnit, 0.0};
+    const auto place = [&](const btVector3& v) {
+        FourDoubles at;
+        std::memcpy(&at, &v, sizeof at);
+        return __builtin_convertvector((at - centre) * perUnit, FourFloats);
+    };
+    Triangle* next = m_triangles.data() + m_count;
+    for (std::size_t i = 0; i < count; ++i, ++next) {
+        const Added added = number(i);
+        next->corners[0] = place(added.a);
+        next->corners[1] = place(added.b);
+        next->corners[2] = place(added.c);
+        next->corners[0][3] = added.isSound ? m_noise : std::numeric_limits<float>::infinity();
+    }
+    m_count += count;
+}
 
 }  // namespace ond::ovs::addon

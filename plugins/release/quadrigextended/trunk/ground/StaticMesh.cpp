@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "ground/BulletLibrary.h"
-#include "ground/LargePages.h"
 #include "ground/MeshSurvey.h"
 
 namespace ond::ovs::addon {
@@ -69,14 +68,12 @@ std::vector<std::weak_ptr<StaticMesh>> made;
 
 MeshArrays::MeshArrays(const util::CMesh& mesh) {
     const std::size_t corners = 3 * static_cast<std::size_t>(mesh.getNumFaces());
-    auto usable = std::make_unique_for_overwrite<int[]>(corners);
     // Wheels read a few triangles here and a few there.
-    adviseLargePages(usable.get(), corners * sizeof(int));
+    auto usable = makeLargeArray<int>(corners);
     triangles = copyUsableFaces(mesh, usable.get());
     if (triangles == 0) return;
     indices = std::move(usable);
-    vertices.reset(new btVector3[mesh.vertices.size()]);
-    adviseLargePages(vertices.get(), mesh.vertices.size() * sizeof(btVector3));
+    vertices = makeLargeArray<btVector3>(mesh.vertices.size());
     std::transform(mesh.vertices.begin(), mesh.vertices.end(), vertices.get(),
                    [](const util::Vector3<double>& v) { return toBullet(v); });
     view = std::make_unique<btTriangleIndexVertexArray>(triangles, indices.get(), kIndexStride, mesh.getNumVertices(),

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "ground/LargePages.h"
 #include "ond/util/CMesh.h"
 
 class btBvhTriangleMeshShape;
@@ -22,9 +23,9 @@ inline constexpr int kMaxQuantisedTriangles = (1 << 21) - 1;
 /// The arrays that a shape of triangles reads. A face with an index outside of the mesh, or with a corner that is not a
 /// number or too far away for Bullet, is left out.
 struct MeshArrays {
-    std::unique_ptr<btVector3[]> vertices;  ///< one per vertex of the mesh, in its order
-    std::unique_ptr<int[]> indices;         ///< three for each triangle
-    int triangles = 0;                      ///< 0: no face is usable, and the pointers are null
+    LargeArray<btVector3> vertices;  ///< one per vertex of the mesh, in its order
+    LargeArray<int> indices;         ///< three for each triangle
+    int triangles = 0;               ///< 0: no face is usable, and the pointers are null
     /// How the library finds the arrays.
     std::unique_ptr<btTriangleIndexVertexArray> view;
 

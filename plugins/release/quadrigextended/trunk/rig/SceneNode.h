@@ -27,14 +27,15 @@ using util::Vector3;
 /// Without an element every read gives the identity and every write does nothing.
 class SceneNode {
   public:
+    // What each frame reads stands at the front.
     CCarCamObject* parent = nullptr;  ///< the vehicle, whose constructor sets this; not owned
-    std::string sName;                ///< what the element is created as, without the vehicle's name
     MeshHandle* pMesh = nullptr;      ///< the element; owned by the host; null until made or bound, and after destroy()
-    Matrix4 mPrev;                    ///< mCurr of the frame before
-    Matrix4 mCurr;                    ///< world matrix, as this frame has made it
-    Matrix4 mPrev2;                   ///< two frames ago; only wheels shift it
-    Matrix4 mInit;                    ///< world matrix, as a run found it
     Vector3<double> vInitScale{1.0, 1.0, 1.0};  ///< Scale() of mInit
+    Matrix4 mPrev;                              ///< mCurr of the frame before
+    Matrix4 mCurr;                              ///< world matrix, as this frame has made it
+    Matrix4 mPrev2;                             ///< two frames ago; only wheels shift it
+    Matrix4 mInit;                              ///< world matrix, as a run found it
+    std::string sName;                          ///< what the element is created as, without the vehicle's name
 
     /// Makes the element. Answers whether it did; the wheel family is made by createAtCorner() instead.
     virtual bool create() { return false; }

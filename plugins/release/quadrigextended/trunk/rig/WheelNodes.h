@@ -46,24 +46,6 @@ class CWheelNode final : public SceneNode {
     };
     Hits hits;
 
-    /// A side ray's place in the fan, and the ray itself in the coordinates of the surface it is cast at.
-    struct FanRay {
-        bool straightDown;  ///< the middle one, which the centre ray stands in for
-        double sine;        ///< of the angle
-        double cosine;
-        double sineOfSize;  ///< of the angle without its sign
-        double cosineOfSize;
-        Vector3<double> direction;  ///< unit
-        double reach;               ///< how far the physics world looks along it
-    };
-    /// The side rays from back to front, kept between frames: their angles rarely change, their directions do not
-    /// depend on how far earlier rays have lifted the wheel.
-    struct Fan {
-        double step = 0.0;  ///< angle between two rays, radians
-        std::vector<FanRay> rays;
-    };
-    Fan fan;
-
     CWheelNode() : SceneNode(elementName(ElementId::wheel)) {}
 
     /// Probes the ground and writes this node's matrices and the wheel record; makes no keyframe.

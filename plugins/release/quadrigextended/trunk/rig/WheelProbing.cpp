@@ -13,6 +13,7 @@
 #include "ground/GroundReach.h"
 #include "ground/NearGround.h"
 #include "ond/util/Filters.h"
+#include "rig/SideRays.h"
 
 namespace ond::ovs::addon::rig {
 
@@ -51,11 +52,6 @@ constexpr double kSlack = 0.2;
 // so that a hundred vehicles do not drive one another's out of the processor's cache. There is one thread, the host's.
 NearGround sharedNearGround;
 GroundReach sharedGroundReach;
-// How the rays of a fan stand to each other, which rarely differs between wheels: `step` is the angle between two.
-struct SharedAngles {
-    double step = 0.0;
-    FanAngles angles;
-} sharedAngles;
 
 /// What answers the rays.
 enum class Caster {
@@ -101,7 +97,7 @@ class Probe {
     void castSideRays();
     [[nodiscard]] bool hasSideRays() const { return vehicle.iRayMultiplier >= 2; }
     void spreadFan();
-    const CWheelNode::FanRay& aim(std::size_t s, std::size_t i);
+    const SideRay& aim(std::size_t s, std::size_t i);
     [[nodiscard]] std::size_t skipFarRays(std::size_t i);
     void castSideRay(std::size_t s, const Vector3<double>& off, std::size_t i);
     bool prepareNearGround(const Vector3<double>& from);
@@ -157,7 +153,8 @@ class Probe {
     bool centreHit = false;
     int best = -1;  ///< surface that carries the wheel, -1 for none
     double bestDist = kNoHit;
-    std::bitset<256> aimed;  ///< rays of the fan that have their directions; those behind never count as aimed
+    SideRays* fan = nullptr;  ///< shared; from spreadFan() on
+    std::bitset<256> aimed;   ///< rays of the fan that have their directions; those behind never count as aimed
     std::vector<Vector3<double>>& normals;
     std::vector<Vector3<double>>& points;
     std::vector<double>& dists;
@@ -358,7 +355,7 @@ void Probe::castSideRays() {
     for (std::size_t s = 0; s < n; ++s) {
         if (caster != Caster::physicsWorld) spreadFan();
         inReach = caster == Caster::storedMesh && prepareStoredGround();
-        const std::size_t count = node.fan.rays.size();
+        const std::size_t count = fan->rays.size();
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
             isNarrowed = false;
@@ -374,26 +371,14 @@ void Probe::spreadFan() {
     const double a = vehicle.dDegsPerRay / 180.0 * kPi;
     int k = std::min(vehicle.iRayMultiplier - 1, kMostRaysToASide);
     if (k * a > kPi / 2) k = static_cast<int>(kPi / 2 / a);
-    const std::size_t count = 2 * static_cast<std::size_t>(k) + 1;
     aimed.reset();
-    if (node.fan.rays.size() == count && node.fan.step == a) return;
-    node.fan.step = a;
-    node.fan.rays.resize(count);
-    int j = -k;
-    for (CWheelNode::FanRay& ray : node.fan.rays) {
-        ray.straightDown = j == 0;
-        const double angle = j++ * a;
-        ray.sine = std::sin(angle);
-        ray.cosine = std::cos(angle);
-        ray.sineOfSize = std::sin(std::abs(angle));
-        ray.cosineOfSize = std::cos(std::abs(angle));
-    }
+    fan = &sideRays(a, static_cast<std::size_t>(k));
 }
 
 /// A ray of the fan with its direction in the coordinates of surface `s`. Where only few rays can hit anything, the
 /// others are never asked for theirs.
-const CWheelNode::FanRay& Probe::aim(std::size_t s, std::size_t i) {
-    CWheelNode::FanRay& ray = node.fan.rays[i];
+const SideRay& Probe::aim(std::size_t s, std::size_t i) {
+    SideRay& ray = fan->rays[i];
     if (i < aimed.size()) {
         if (aimed[i]) return ray;
         aimed[i] = true;
@@ -422,12 +407,12 @@ void Probe::castSideRay(std::size_t s, const Vector3<double>& off, std::size_t i
         if (!castNearby(s, i)) return;
     } else {
         if (inReach && endsOutside(s, i)) return;
-        const CWheelNode::FanRay& wanted = aim(s, i);
+        const SideRay& wanted = aim(s, i);
         const bool hit = cast(s, sideOrigin, wanted.direction, wanted.reach, sideT);
         if (!(caster == Caster::physicsWorld ? centreHit : hit)) return;
     }
 
-    const CWheelNode::FanRay& ray = aim(s, i);
+    const SideRay& ray = aim(s, i);
     const Vector3<double> v = TransformNoProjection(toWorld[s], sideT * ray.direction, 0.0);
     const double len = Length(v);
     if (!(len < R)) return;
@@ -454,12 +439,12 @@ void Probe::place(std::size_t s, const Vector3<double>& off) {
 
 /// Gets ready to tell which side rays hit nothing of the stored mesh within the wheel; false if that cannot be told.
 bool Probe::prepareStoredGround() {
-    if (vehicle.cGroundMeshTree.index() == nullptr || node.fan.rays.size() > told.size()) return false;
+    if (vehicle.cGroundMeshTree.index() == nullptr || fan->rays.size() > told.size()) return false;
     if (!findReach()) return false;
     told.reset();
     const GroundRayTables& tables = vehicle.cGroundMeshTree.index()->tables();
-    for (std::size_t i = 0; i < node.fan.rays.size(); ++i)
-        told[i] = sharedGroundReach.canTell(tables, node.fan.rays[i].direction);
+    for (std::size_t i = 0; i < fan->rays.size(); ++i)
+        told[i] = sharedGroundReach.canTell(tables, fan->rays[i].direction);
     return told.any() && gatherStoredGround();
 }
 
@@ -508,16 +493,11 @@ bool Probe::turnNearGround() {
     double toLocalTimes = 0.0;
     if (!keepsShapes(toWorld[0], toWorldTimes) || !keepsShapes(toLocal[0], toLocalTimes)) return false;
     if (!isUnit(axle) || !isUnit(down)) return false;
-    if (sharedAngles.step != node.fan.step || sharedAngles.angles.count != node.fan.rays.size()) {
-        sharedAngles.step = node.fan.step;
-        sharedAngles.angles.clear();
-        for (const CWheelNode::FanRay& ray : node.fan.rays) sharedAngles.angles.add(ray.sine, ray.cosine);
-    }
     const auto local = [&](const Vector3<double>& v) {
         return TransformNoProjection(toLocal[0], v, 0.0) / toLocalTimes;
     };
     nearT = R / toWorldTimes * kAboutWider;
-    nearGround.beginFan(nearT, reachAlong(down), sharedAngles.angles, local(down), local(Dot(axle, down) * axle),
+    nearGround.beginFan(nearT, reachAlong(down), fan->angles, local(down), local(Dot(axle, down) * axle),
                         local(Cross(axle, down)));
     return true;
 }
@@ -526,14 +506,14 @@ bool Probe::turnNearGround() {
 bool Probe::aimNearGround() {
     if (!findReach()) return false;
     nearGround.beginFan(nearT);
-    for (const CWheelNode::FanRay& ray : node.fan.rays) nearGround.addDirection(ray.direction, ray.reach);
+    for (const SideRay& ray : fan->rays) nearGround.addDirection(ray.direction, ray.reach);
     return true;
 }
 
 /// Aims the fan and sets how far its rays have to be looked along; false where a direction is as good as lost.
 bool Probe::findReach() {
     double least = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < node.fan.rays.size(); ++i) {
+    for (std::size_t i = 0; i < fan->rays.size(); ++i) {
         const Vector3<double> v = TransformNoProjection(toWorld[0], aim(0, i).direction, 0.0);
         least = std::min(least, Dot(v, v));
     }
@@ -579,7 +559,7 @@ bool Probe::startNearby() {
 bool Probe::castNearby(std::size_t s, std::size_t i) {
     // A miss leaves the last distance in place, so that it is all one only when that is out of reach, too.
     const bool allFarAlike = sideT > nearT;
-    const CWheelNode::FanRay& ray = aim(s, i);
+    const SideRay& ray = aim(s, i);
     switch (nearGround.cast(i, ray.direction, ray.reach, allFarAlike, sideT, nrm)) {
         case NearGround::Answer::hit: return true;
         case NearGround::Answer::beyond: sideT = kNoHit; return false;

@@ -4,6 +4,7 @@
 #include "car/StepCar.h"
 #include "car/WheelRolling.h"
 #include "parameters/Gauges.h"
+#include "run/MemoryAhead.h"
 #include "run/Settling.h"
 #include "state/AnimatedState.h"
 
@@ -30,6 +31,7 @@ void readWorld(CCarCamObject& v, double time) {
 void updateCorners(CCarCamObject& v, double time) {
     const auto corners = static_cast<std::size_t>(v.numCorners());
     for (std::size_t i = 0; i < corners; ++i) {
+        fetchAheadOfCorner(v, i);
         v.aWheelNodes[i].update(time);
         if (v.bKeyframeOnlyEssential) continue;
         if (i < v.aWheelCenterNodes.size()) v.aWheelCenterNodes[i].update(time);
@@ -72,10 +74,13 @@ void readInputs(CCarCamObject& v) {
 }
 
 void updateFrame(CCarCamObject& v, double time) {
+    fetchCar(v);
     const double dt = v.hostInterface->getFrameStep();
     readInputs(v);
     follow(v, time, dt);
     readWorld(v, time);
+    fetchBody(v);
+    fetchCorner(v, 0);
     StepCar(v.cCarCam, dt);
     v.cCarBodyNode.update(time);
     v.cChassisRelocatorNode.update(time);
