@@ -136,14 +136,12 @@ void GroundMeshTreeNode::split(const GroundSplitting& splitting, std::vector<Spl
 
 bool GroundMeshTreeNode::rayQuery(const Vector3<double>& origin, const Vector3<double>& direction, double& t,
                                   Vector3<double>* normal) const {
-    GroundRayIndex::Found found{};
-    const auto answer = m_index ? m_index->query(origin, direction, found) : GroundRayIndex::Answer::unknown;
-    if (answer == GroundRayIndex::Answer::miss) return false;
-    if (answer == GroundRayIndex::Answer::unknown && !walk(origin, direction, found)) return false;
+    using Answer = GroundRayIndex::Answer;
+    GroundRayIndex::Found found;
+    const Answer answer = m_index ? m_index->query(origin, direction, found) : Answer::unknown;
+    if (answer == Answer::miss || (answer == Answer::unknown && !walk(origin, direction, found))) return false;
     t = found.t;
-    if (!normal) return true;
-    const Vector3<double>& a = *found.corners[0];
-    *normal = util::Normalized(util::Cross(*found.corners[1] - a, *found.corners[2] - a));
+    if (normal) *normal = util::Normalized(found.across);
     return true;
 }
 
@@ -162,10 +160,11 @@ bool GroundMeshTreeNode::walkLeaf(const Vector3<double>& origin, const Vector3<d
     if (aTriangleVertices.empty()) return false;
     const GroundTriangles& all = *aTriangleVertices.all();
     for (const std::uint32_t number : aTriangleVertices.numbers()) {
-        if (!lineMeetsTriangle(all.corner(number, 0), all.corner(number, 1), all.corner(number, 2), origin, direction,
-                               found.t))
-            continue;
-        found.corners = {&all.corner(number, 0), &all.corner(number, 1), &all.corner(number, 2)};
+        const Vector3<double>& a = all.corner(number, 0);
+        const Vector3<double>& b = all.corner(number, 1);
+        const Vector3<double>& c = all.corner(number, 2);
+        if (!lineMeetsTriangle(a, b, c, origin, direction, found.t)) continue;
+        found.across = util::Cross(b - a, c - a);
         return true;
     }
     return false;

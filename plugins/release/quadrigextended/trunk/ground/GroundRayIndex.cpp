@@ -15,6 +15,9 @@
 // Vectors are handed about in this file only.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
+// What is rare stands apart, which leaves the registers to what is not.
+#define GROUND_APART __attribute__((noinline))
+
 namespace ond::ovs::addon {
 
 namespace {
@@ -23,6 +26,7 @@ using ground_line::kFar;
 using ground_line::kLeastSlope;
 using util::Vector3;
 using EightMasks = int __attribute__((vector_size(32)));
+using FourMasks = long long __attribute__((vector_size(32)));
 
 // Lines with longer or shorter directions, or that start farther away, are left to the walk.
 constexpr double kLeastDirection = 1e-100;
@@ -36,8 +40,17 @@ constexpr double kTooFar = 1e6;
 constexpr float kLevel = 1e-20F;
 // Faces across an axis with a smaller slope confirm nothing.
 constexpr float kCrossing = 0x1p-20F;
+// Directions whose largest component is between these are taken as they are.
+constexpr double kLeastUnscaled = 0.5;
+constexpr double kMostUnscaled = 1.0 + 0x1p-20;
+// Least component upwards of a line that is not far from upright.
+constexpr float kUpright = 0.25F;
+// Bytes of the corners of eight triangles of a surface and of their lists of leaves, about.
+constexpr std::size_t kBehind = 256;
 // Rounding of the determinant of a triangle's sides with the direction, in squares of the longest side.
 constexpr float kRoundingOfSides = 0x1p-17F;
+// More than the rounding of where a line is nearest to a point, in margins.
+constexpr float kPlaneMargins = 16.0F;
 // Room for what is still to be looked at; a deeper tree is left to the walk.
 constexpr std::size_t kStack = 256;
 
@@ -46,17 +59,47 @@ constexpr std::size_t kMostHits = 64;
 // A hit with more leaves than this is looked for from the root.
 constexpr std::uint32_t kFewLeaves = 12;
 
+/// Which borders of boxes a line comes to first, and which last, along x, y, z: how far behind the first border they
+/// are, in bytes for eight boxes.
+struct BorderOrder {
+    std::array<std::size_t, 3> near;
+    std::array<std::size_t, 3> far;
+};
+
+/// A bit per axis along which it runs the negative way.
+constexpr std::array<BorderOrder, 8> kBorderOrders = [] {
+    std::array<BorderOrder, 8> orders{};
+    for (std::size_t turned = 0; turned < 8; ++turned)
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::size_t low = axis * sizeof(EightFloats);
+            const std::size_t high = (axis + 3) * sizeof(EightFloats);
+            const bool isTurned = (turned >> axis & 1U) != 0;
+            orders[turned].near[axis] = isTurned ? high : low;
+            orders[turned].far[axis] = isTurned ? low : high;
+        }
+    return orders;
+}();
+
+[[nodiscard]] inline const EightFloats& borderAt(const EightBoxes& boxes, std::size_t bytes) {
+    return *reinterpret_cast<const EightFloats*>(reinterpret_cast<const std::byte*>(&boxes.border) + bytes);
+}
+[[nodiscard]] inline const SixteenFloats& borderAt(const GroundBoxes& boxes, std::size_t bytes) {
+    return *reinterpret_cast<const SixteenFloats*>(reinterpret_cast<const std::byte*>(&boxes.border) + 2 * bytes);
+}
+
 /// A triangle that the line hits.
 struct Hit {
     const EightTriangles* eight;
     std::size_t lane;
     double t;
+    AxisDoubles across;  ///< product of its sides
 };
 
 /// All of them, in no order.
 struct Hits {
-    std::array<Hit, kMostHits> hit;
+    std::array<Hit, kMostHits + 1> hit;
     std::size_t count = 0;
+    bool isUnsolved = false;  ///< there is one whose `t` is not a number
 };
 
 /// Ascending numbers of leaves.
@@ -65,25 +108,43 @@ struct LeafNumbers {
     std::uint32_t count;
 };
 
-[[nodiscard]] LeafNumbers leavesOf(const GroundRayTables& tables, const Hit& hit) {
+[[nodiscard]] inline LeafNumbers leavesOf(const Hit& hit) {
     const std::uint32_t& leaf = hit.eight->leaf[hit.lane];
     if ((leaf & EightTriangles::kMany) == 0) return {&leaf, 1};
-    const std::uint32_t* list = &tables.shared[leaf & ~EightTriangles::kMany];
+    const std::uint32_t* list = hit.eight->list(hit.lane);
     return {list + 1, list[0]};
 }
 
-[[nodiscard]] GroundRayIndex::Found foundAt(const Hit& hit) {
-    const util::Vector3<double>* vertices = hit.eight->vertices();
-    const std::array<std::uint8_t, 3>& corners = hit.eight->corners[hit.lane];
-    return {hit.t, {vertices + corners[0], vertices + corners[1], vertices + corners[2]}};
+[[nodiscard]] inline GroundRayIndex::Found foundAt(const Hit& hit) {
+    return {hit.t, {hit.across[0], hit.across[1], hit.across[2]}};
+}
+
+/// Tells of hits whose numbers are not finite in the short form what the general inverse matrix says.
+GROUND_APART void solveUnsolved(Hits& hits, const Vector3<double>& origin, const Vector3<double>& direction) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < hits.count; ++i) {
+        Hit& hit = hits.hit[i];
+        if (std::isnan(hit.t)) {
+            const Vector3<double>* vertices = hit.eight->vertices();
+            const std::array<std::uint8_t, 3>& corners = hit.eight->corners[hit.lane];
+            const Vector3<double>& a = vertices[corners[0]];
+            LinePoint point{};
+            if (!solveByInverse(a, vertices[corners[1]] - a, vertices[corners[2]] - a, origin, direction, point) ||
+                !isOnTriangle(point))
+                continue;
+            hit.t = point.t;
+        }
+        hits.hit[kept++] = hit;
+    }
+    hits.count = kept;
 }
 
 /// The hit that comes first in the list of a leaf; null if it lists none of them.
-[[nodiscard]] const Hit* firstOfLeaf(const GroundRayTables& tables, const Hits& hits, std::uint32_t leaf) {
+[[nodiscard]] const Hit* firstOfLeaf(const Hits& hits, std::uint32_t leaf) {
     const Hit* first = nullptr;
     for (std::size_t i = 0; i < hits.count; ++i) {
         const Hit& hit = hits.hit[i];
-        const LeafNumbers leaves = leavesOf(tables, hit);
+        const LeafNumbers leaves = leavesOf(hit);
         if (!std::binary_search(leaves.first, leaves.first + leaves.count, leaf)) continue;
         if (first == nullptr || hit.eight->number[hit.lane] < first->eight->number[first->lane]) first = &hit;
     }
@@ -94,38 +155,62 @@ struct LeafNumbers {
 
 // The query for processors with sixteen lanes, with eight, and for all others.
 #if defined(__x86_64__)
-#define GROUND_LANES __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,avx2,bmi")))
+#define GROUND_LANES __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,avx2,fma,bmi")))
 #define GROUND_SIXTEEN_LANES 1
+#define GROUND_FOUR_DOUBLES 1
 namespace {
 namespace widest {
 [[nodiscard]] GROUND_LANES inline unsigned bitsOf(EightMasks mask) {
     return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(mask)));
+}
+[[nodiscard]] GROUND_LANES inline bool any(FourMasks mask) {
+    return _mm256_movemask_pd(reinterpret_cast<__m256d>(mask)) != 0;
+}
+[[nodiscard]] GROUND_LANES inline EightFloats fused(EightFloats a, EightFloats b, EightFloats c) {
+    return _mm256_fmadd_ps(a, b, c);
+}
+[[nodiscard]] GROUND_LANES inline EightFloats fusedLess(EightFloats a, EightFloats b, EightFloats c) {
+    return _mm256_fmsub_ps(a, b, c);
+}
+[[nodiscard]] GROUND_LANES inline unsigned bitsOfAtMost(EightFloats a, EightFloats b) {
+    return _mm256_cmp_ps_mask(a, b, _CMP_LE_OQ);
 }
 #include "ground/GroundRayQuery.inc"
 }  // namespace widest
 }  // namespace
 #undef GROUND_LANES
 #undef GROUND_SIXTEEN_LANES
+#undef GROUND_FOUR_DOUBLES
 
-#define GROUND_LANES __attribute__((target("avx2,bmi")))
+#define GROUND_LANES __attribute__((target("avx2,fma,bmi")))
 #define GROUND_SIXTEEN_LANES 0
+#define GROUND_FOUR_DOUBLES 1
 namespace {
 namespace wide {
 [[nodiscard]] GROUND_LANES inline unsigned bitsOf(EightMasks mask) {
     return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(mask)));
 }
-[[nodiscard]] GROUND_LANES inline EightFloats numbersOf(EightSteps steps) {
-    return _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(reinterpret_cast<__m128i>(steps)));
+[[nodiscard]] GROUND_LANES inline bool any(FourMasks mask) {
+    return _mm256_movemask_pd(reinterpret_cast<__m256d>(mask)) != 0;
 }
+[[nodiscard]] GROUND_LANES inline EightFloats fused(EightFloats a, EightFloats b, EightFloats c) {
+    return _mm256_fmadd_ps(a, b, c);
+}
+[[nodiscard]] GROUND_LANES inline EightFloats fusedLess(EightFloats a, EightFloats b, EightFloats c) {
+    return _mm256_fmsub_ps(a, b, c);
+}
+[[nodiscard]] GROUND_LANES inline unsigned bitsOfAtMost(EightFloats a, EightFloats b) { return bitsOf(a <= b); }
 #include "ground/GroundRayQuery.inc"
 }  // namespace wide
 }  // namespace
 #undef GROUND_LANES
 #undef GROUND_SIXTEEN_LANES
+#undef GROUND_FOUR_DOUBLES
 #endif
 
 #define GROUND_LANES
 #define GROUND_SIXTEEN_LANES 0
+#define GROUND_FOUR_DOUBLES 0
 namespace {
 namespace narrow {
 [[nodiscard]] inline unsigned bitsOf(EightMasks mask) {
@@ -133,12 +218,16 @@ namespace narrow {
     for (int lane = 0; lane < 8; ++lane) bits |= (static_cast<unsigned>(mask[lane]) & 1U) << lane;
     return bits;
 }
-[[nodiscard]] inline EightFloats numbersOf(EightSteps steps) { return __builtin_convertvector(steps, EightFloats); }
+[[nodiscard]] inline bool any(FourMasks mask) { return ((mask[0] | mask[1]) | (mask[2] | mask[3])) != 0; }
+[[nodiscard]] inline EightFloats fused(EightFloats a, EightFloats b, EightFloats c) { return a * b + c; }
+[[nodiscard]] inline EightFloats fusedLess(EightFloats a, EightFloats b, EightFloats c) { return a * b - c; }
+[[nodiscard]] inline unsigned bitsOfAtMost(EightFloats a, EightFloats b) { return bitsOf(a <= b); }
 #include "ground/GroundRayQuery.inc"
 }  // namespace narrow
 }  // namespace
 #undef GROUND_LANES
 #undef GROUND_SIXTEEN_LANES
+#undef GROUND_FOUR_DOUBLES
 
 std::shared_ptr<const GroundRayIndex> GroundRayIndex::of(const GroundMeshTreeNode& root, Lanes lanes) {
     GroundRayTables tables;
@@ -149,7 +238,9 @@ std::shared_ptr<const GroundRayIndex> GroundRayIndex::of(const GroundMeshTreeNod
 GroundRayIndex::GroundRayIndex(GroundRayTables tables, [[maybe_unused]] Lanes lanes)
     : m_tables(std::move(tables)), m_query(&narrow::query) {
 #if defined(__x86_64__)
-    if (lanes == Lanes::narrow || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi")) return;
+    if (lanes == Lanes::narrow || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") ||
+        !__builtin_cpu_supports("bmi"))
+        return;
     m_query = &wide::query;
     if (lanes == Lanes::best && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))

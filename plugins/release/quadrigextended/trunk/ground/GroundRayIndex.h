@@ -10,9 +10,9 @@
 // Near is what cannot be ruled out with a margin. That is safe for triangles that do not stand edge-on to the line, for
 // then rounding cannot make the exact test take a point outside for one inside. Boxes therefore know a cone that holds
 // the normals of the triangles in them; to keep cones narrow, triangles are grouped by the axis that their normals are
-// nearest to. Where a cone comes too near a right angle with the line, the cells of the leaves take the place of the
-// box of the triangles, for the walk comes to no triangle whose cell the line does not meet. Slivers are always treated
-// so.
+// nearest to. Where a cone comes too near a right angle with the line, a triangle may be hit although the line passes
+// by its box: then the line runs along the plane of the triangle, and through a cell of a leaf that lists it, for the
+// walk comes to no other. Of slivers only the latter counts.
 #pragma once
 
 #include <array>
@@ -35,9 +35,8 @@ class GroundRayIndex {
     };
 
     struct Found {
-        double t;  ///< parameter on the line
-        /// Of the triangle, in its order.
-        std::array<const util::Vector3<double>*, 3> corners;
+        double t;                      ///< parameter on the line
+        util::Vector3<double> across;  ///< (b - a) x (c - a) of the triangle
     };
 
     /// Which instructions queries are made of. All give the same to the bit.
@@ -53,7 +52,7 @@ class GroundRayIndex {
 
     GroundRayIndex(GroundRayTables tables, Lanes lanes);
 
-    /// @param found set on a hit; its corners live as long as the index
+    /// @param found set on a hit; else it may have been changed
     [[nodiscard]] Answer query(const util::Vector3<double>& origin, const util::Vector3<double>& direction,
                                Found& found) const {
         return m_query(m_tables, origin, direction, found);

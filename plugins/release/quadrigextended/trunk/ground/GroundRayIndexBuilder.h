@@ -56,6 +56,8 @@ class GroundRayIndexBuilder {
         Box box;    ///< around them
         Box cells;  ///< around the cells of all leaves that list one of them
         Cone cone;
+        /// How far at most their corners are from the plane through the middle of their box across the cone's axis.
+        double slab;
     };
     /// A leaf that lists a triangle which an earlier one lists, too.
     struct Further {
@@ -68,6 +70,9 @@ class GroundRayIndexBuilder {
         std::size_t most;
     };
     static constexpr std::size_t kOdd = 3;
+    static constexpr double kRightAngle = 1.5707963267948966;
+    /// A cell or triangle smaller than this many half sizes of the mesh is left to the exact tests.
+    static constexpr double kLeastThickness = 0x1p-40;
     /// Triangles in a group of eight on average, where that is free; some lanes stay empty so that groups can be cut
     /// where they overlap least.
     static constexpr std::size_t kMean = 7;
@@ -78,7 +83,7 @@ class GroundRayIndexBuilder {
     [[nodiscard]] bool isThick(const AxisBox& box) const;
     [[nodiscard]] AxisFloats relative(const util::Vector3<double>& point) const;
 
-    // The cells of the tree and the ways to its leaves.
+    // The cells of the tree and the ways to its leaves: GroundRayCells.cpp.
     [[nodiscard]] std::uint32_t addCell(const GroundMeshTreeNode& node, std::uint32_t parent);
     /// What stands for it in `cellBoxes`.
     [[nodiscard]] std::uint32_t addNode(const Branch& branch);
@@ -108,6 +113,8 @@ class GroundRayIndexBuilder {
     [[nodiscard]] Box boxOf(const std::uint8_t* first, const std::uint8_t* last) const;
     /// Parts of up to eight: where each begins.
     void cutLast(std::uint8_t* first, std::uint8_t* last, std::uint8_t** begins, std::size_t parts);
+    /// The leaves that list eight triangles, with what stands behind these.
+    void setLeaves(EightTriangles& eight);
     void setCorners(EightTriangles& eight, int lane, std::uint32_t number) const;
     /// The place of a vertex of the ground among those of the eight triangles that are being added.
     [[nodiscard]] std::uint8_t vertexOf(std::uint32_t vertex);
@@ -119,8 +126,14 @@ class GroundRayIndexBuilder {
     void addBox(std::uint32_t at, std::size_t place, const Added& added);
     [[nodiscard]] Box cellsOf(std::uint32_t triangle) const;
 
+    // What is known of lines that miss boxes: GroundRayCones.cpp.
     [[nodiscard]] static Cone coneOf(const std::array<util::Vector3<double>, 8>& normals, std::size_t count);
     static void setCone(GroundCones& cones, int lane, const Cone& cone);
+    static void setSlab(GroundGuard& guard, int lane, const Added& added);
+    /// Of what is made of some parts.
+    [[nodiscard]] static double slabOf(const Added& all, const Added* first, const Added* last);
+    [[nodiscard]] static util::Vector3<double> middleOf(const Box& box);
+    [[nodiscard]] static util::Vector3<double> halfOf(const Box& box);
     /// A narrow cone around both.
     [[nodiscard]] static Cone join(const Cone& a, const Cone& b);
     [[nodiscard]] static float leastSquare(const Cone& cone);
@@ -136,12 +149,15 @@ class GroundRayIndexBuilder {
     std::shared_ptr<const GroundTriangles> m_all;
     std::vector<std::uint32_t> m_paths;  ///< per cell, kEnd where there is none yet
     std::vector<Box> m_leafCells;
-    std::vector<std::uint32_t> m_leafOf;  ///< per triangle, as EightTriangles names it; kNone in no leaf
+    /// Per triangle the leaf, or EightTriangles::kMany and where in m_shared; kNone in no leaf.
+    std::vector<std::uint32_t> m_leafOf;
+    std::vector<std::uint32_t> m_shared;  ///< lists as those behind EightTriangles
     std::vector<Further> m_further;
     std::uint32_t m_nothing = 0;                 ///< what stands for no triangles
     std::vector<Shape> m_shapes;                 ///< of those that are being made groups of eight
     std::vector<std::uint32_t> m_vertexNumbers;  ///< of eight triangles
     std::vector<util::Vector3<double>> m_vertices;
+    std::vector<std::uint32_t> m_lists;
 };
 
 }  // namespace ond::ovs::addon

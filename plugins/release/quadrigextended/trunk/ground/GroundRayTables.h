@@ -54,41 +54,11 @@ struct alignas(64) EightBoxes {
     static constexpr float kInfinity = std::numeric_limits<float>::infinity();
 };
 
-/// Eight numbers of steps.
-using EightSteps = std::uint16_t __attribute__((vector_size(16)));
-using SixteenSteps = std::array<EightSteps, 2>;
+/// Sixteen of them, in halves.
+using SixteenFloats = std::array<EightFloats, 2>;
 
-/// Where borders of boxes can be: in equal steps from the lower end of all triangles to the upper one, along each axis.
-/// Coordinates as above.
-struct GroundSteps {
-    static constexpr int kMost = 65535;
-
-    AxisFloats low{};
-    AxisFloats step{};
-
-    /// Around everything.
-    void set(const AxisFloats& from, const AxisFloats& to) {
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const double wide = static_cast<double>(to[axis]) - static_cast<double>(from[axis]);
-            low[axis] = from[axis];
-            step[axis] = std::nextafter(static_cast<float>(wide / kMost), std::numeric_limits<float>::infinity());
-            step[axis] = std::max(step[axis], std::numeric_limits<float>::min());
-        }
-    }
-    /// The last step that is not above a coordinate.
-    [[nodiscard]] std::uint16_t below(std::size_t axis, float at) const {
-        return static_cast<std::uint16_t>(std::clamp(std::floor(stepsTo(axis, at)), 0.0, double{kMost}));
-    }
-    /// The first step that is not below a coordinate.
-    [[nodiscard]] std::uint16_t above(std::size_t axis, float at) const {
-        return static_cast<std::uint16_t>(std::clamp(std::ceil(stepsTo(axis, at)), 0.0, double{kMost}));
-    }
-
-  private:
-    [[nodiscard]] double stepsTo(std::size_t axis, float at) const {
-        return (static_cast<double>(at) - static_cast<double>(low[axis])) / static_cast<double>(step[axis]);
-    }
-};
+/// Four double-precision numbers: for each of x, y, z, and one that counts for nothing.
+using AxisDoubles = double __attribute__((vector_size(32)));
 
 /// Eight triangles, a lane each, with what the exact test of each of them needs right behind.
 struct alignas(64) EightTriangles {
@@ -99,7 +69,8 @@ struct alignas(64) EightTriangles {
     std::array<EightFloats, 3> third{};
     /// Which triangles of the ground they are; kNone in a lane without one.
     std::array<std::uint32_t, 8> number{};
-    /// The leaf of the tree that lists it, in `leaves`; or kMany and where the list of such leaves is, in `shared`.
+    /// The leaf of the tree that lists it, in `leaves`; or kMany and where the list of such leaves begins, in numbers
+    /// from the beginning of this.
     std::array<std::uint32_t, 8> leaf{};
     /// Their corners, in `vertices`.
     std::array<std::array<std::uint8_t, 3>, 8> corners{};
@@ -109,6 +80,10 @@ struct alignas(64) EightTriangles {
     static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
     static constexpr std::uint32_t kMany = 1U << 31;
 
+    /// How many leaves list a triangle that more than one does, then which, ascending.
+    [[nodiscard]] const std::uint32_t* list(std::size_t lane) const {
+        return std::launder(reinterpret_cast<const std::uint32_t*>(this) + (leaf[lane] & ~kMany));
+    }
     /// The exact corners, those that triangles have in common once, in the coordinates of the ground.
     [[nodiscard]] const util::Vector3<double>* vertices() const {
         return std::launder(reinterpret_cast<const util::Vector3<double>*>(this + 1));
@@ -131,9 +106,9 @@ inline constexpr std::uint32_t kMost = kSafe - 1;       ///< largest number
 struct alignas(64) GroundBoxes {
     static constexpr std::size_t kCount = 16;
 
-    /// Lower borders along x, y, z, then upper ones, in steps; a lane per box. Where there is none the lower ones are
-    /// above the upper ones.
-    std::array<SixteenSteps, 6> border{};
+    /// Lower borders along x, y, z, then upper ones; a lane per box. Coordinates relative to the middle of the mesh,
+    /// rounded to nearest. Where there is no box the lower ones are above the upper ones.
+    std::array<SixteenFloats, 6> border{};
     /// Eight triangles that are none where there is no box.
     std::array<std::uint32_t, kCount> child{};
 };
@@ -153,10 +128,21 @@ struct GroundCones {
     EightFloats leastSquare{-1.0F, -1.0F, -1.0F, -1.0F, -1.0F, -1.0F, -1.0F, -1.0F};
 };
 
+/// One that holds all normals.
+struct GroundCone {
+    AxisFloats axis{};
+    float leastSquare = 2.0F;
+};
+
 /// What is asked of half of sixteen boxes while the normals below are not known to be safe.
 struct GroundGuard {
     GroundCones cones;
     EightBoxes cells;  ///< around the cells of all leaves that list a triangle below
+    /// A line that does not meet a box runs edge-on to each triangle below that it hits. Then it comes, where it is
+    /// nearest to the middle of the box, as near to the plane across the cone's axis there as `slab`, plus `fan` times
+    /// the distance from the middle, plus some margin. Infinite where that is not known.
+    EightFloats slab{};
+    EightFloats fan{};
 };
 
 /// The cells of a node of the tree and of the seven nodes above it; the root's again where there are no more.
@@ -178,15 +164,24 @@ struct GroundCell {
 class GroundEights {
   public:
     /// The number tells where.
-    [[nodiscard]] std::uint32_t add(const EightTriangles& eight, const std::vector<util::Vector3<double>>& vertices) {
+    /// @param lists what list() gives, from listsBehind() on
+    [[nodiscard]] std::uint32_t add(const EightTriangles& eight, const std::vector<util::Vector3<double>>& vertices,
+                                    const std::vector<std::uint32_t>& lists) {
         static_assert(std::is_trivially_copyable_v<EightTriangles> && sizeof(EightTriangles) % sizeof(Unit) == 0);
         const std::size_t at = m_units.size();
         const std::size_t bytes = vertices.size() * sizeof(util::Vector3<double>);
-        m_units.resize(at + sizeof(EightTriangles) / sizeof(Unit) + (bytes + sizeof(Unit) - 1) / sizeof(Unit));
+        const std::size_t listBytes = lists.size() * sizeof(std::uint32_t);
+        m_units.resize(at + (sizeof eight + bytes + listBytes + sizeof(Unit) - 1) / sizeof(Unit));
         auto* memory = reinterpret_cast<std::byte*>(m_units.data() + at);
         std::memcpy(memory, &eight, sizeof eight);
         if (bytes > 0) std::memcpy(memory + sizeof eight, vertices.data(), bytes);
+        if (listBytes > 0) std::memcpy(memory + sizeof eight + bytes, lists.data(), listBytes);
         return static_cast<std::uint32_t>(at);
+    }
+    /// Where lists begin behind so many corners.
+    [[nodiscard]] static std::uint32_t listsBehind(std::size_t vertices) {
+        return static_cast<std::uint32_t>((sizeof(EightTriangles) + vertices * sizeof(util::Vector3<double>)) /
+                                          sizeof(std::uint32_t));
     }
     [[nodiscard]] const EightTriangles& at(std::uint32_t number) const {
         return *std::launder(reinterpret_cast<const EightTriangles*>(m_units.data() + number));
@@ -196,7 +191,7 @@ class GroundEights {
     }
     [[nodiscard]] std::size_t size() const { return m_units.size(); }
     /// Room for so many triangles that share their corners as those of a surface do.
-    void reserveTriangles(std::size_t count) { m_units.reserve(count / 8 * 10 + 64); }
+    void reserveTriangles(std::size_t count) { m_units.reserve(count / 32 * 45 + 64); }
     /// Gives back what is not used, if it is much.
     void shrink() {
         if (m_units.capacity() / 16 > m_units.size() / 15) m_units.shrink_to_fit();
@@ -211,13 +206,10 @@ class GroundEights {
 
 struct GroundRayTables {
     /// A tree of boxes over all triangles that the leaves of the ground's tree list, each triangle once.
-    GroundSteps steps;
     std::vector<GroundBoxes, LargePages<GroundBoxes>> boxes;
     std::vector<std::array<GroundGuard, 2>, LargePages<std::array<GroundGuard, 2>>> guards;  ///< of `boxes`
     GroundEights triangles;
     std::uint32_t root = 0;
-    /// How many leaves, then which, ascending: of triangles that more than one leaf lists.
-    std::vector<std::uint32_t> shared;
     /// The way to each leaf, in the order of the walk.
     std::vector<GroundPath, LargePages<GroundPath>> leaves;
     std::vector<GroundPath> paths;  ///< above those of leaves
@@ -226,8 +218,12 @@ struct GroundRayTables {
     std::uint32_t cellRoot = 0;
     std::vector<GroundCell> cells;
     util::Vector3<double> middle;
-    double radius = 0.0;  ///< half the longest side of the root
-    double offset = 0.0;  ///< largest coordinate of the middle
+    double radius = 0.0;       ///< half the longest side of the root
+    double offset = 0.0;       ///< largest coordinate of the middle
+    AxisDoubles middleAxes{};  ///< the middle
+    GroundCone normals;
+    double nearDistance = 0.0;  ///< for lines that start within this from the middle:
+    float nearMargin = 0.0F;    ///< more than marginAt()
 };
 
 namespace ground_line {

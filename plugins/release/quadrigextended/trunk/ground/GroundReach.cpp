@@ -42,19 +42,13 @@ constexpr std::size_t kStack = 256;
     return ((words[0] | words[1]) | (words[2] | words[3])) != 0;
 }
 
-/// In steps, from below and from above.
-struct StepBox {
-    std::array<std::uint16_t, 3> low;
-    std::array<std::uint16_t, 3> high;
-};
-
 /// Bit per box that has a place in common with another.
-[[nodiscard]] unsigned overlapping(const GroundBoxes& boxes, const StepBox& box) {
+[[nodiscard]] unsigned overlapping(const GroundBoxes& boxes, const AxisFloats& low, const AxisFloats& high) {
     unsigned bits = 0;
     for (std::size_t half = 0; half < 2; ++half) {
-        auto mask = (boxes.border[0][half] <= box.high[0]) & (boxes.border[3][half] >= box.low[0]);
+        EightMasks mask = (boxes.border[0][half] <= high[0]) & (boxes.border[3][half] >= low[0]);
         for (std::size_t axis = 1; axis < 3; ++axis)
-            mask &= (boxes.border[axis][half] <= box.high[axis]) & (boxes.border[axis + 3][half] >= box.low[axis]);
+            mask &= (boxes.border[axis][half] <= high[axis]) & (boxes.border[axis + 3][half] >= low[axis]);
         for (int lane = 0; lane < 8; ++lane)
             bits |= static_cast<unsigned>(mask[lane] != 0) << (8 * half + static_cast<unsigned>(lane));
     }
@@ -166,11 +160,6 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
     const Vector3<double> around = rounding * 2.0 + Vector3<double>(wide, wide, wide);
     const AxisFloats lowest = singles(from - around);
     const AxisFloats highest = singles(to + around);
-    StepBox box{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        box.low[axis] = tables.steps.below(axis, lowest[axis]);
-        box.high[axis] = tables.steps.above(axis, highest[axis]);
-    }
     std::array<std::uint32_t, kStack> stack;
     std::size_t count = 0;
     stack[count++] = tables.root;
@@ -184,7 +173,7 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
         }
         if (count + GroundBoxes::kCount > kStack) return false;
         const GroundBoxes& boxes = tables.boxes[number];
-        for (unsigned met = overlapping(boxes, box); met != 0; met &= met - 1)
+        for (unsigned met = overlapping(boxes, lowest, highest); met != 0; met &= met - 1)
             stack[count++] = boxes.child[static_cast<std::size_t>(std::countr_zero(met))];
     }
     return true;
