@@ -9,6 +9,7 @@
 #include "stage/GroundCheck.h"
 #include "stage/GroundGltf.h"
 #include "stage/GroundImport.h"
+#include "stage/GroundObj.h"
 #include "stage/GroundPly.h"
 
 namespace ond::stage {
@@ -31,7 +32,7 @@ GroundScene readByEnding(const std::filesystem::path& path) {
         return readGltf(readGroundBytes(path), kind, path.parent_path());
     }
     if (ending == ".ply") return readPlyGround(readGroundBytes(path), path.stem().string());
-    if (ending == ".obj") return importGround(path, ImportKind::obj);
+    if (ending == ".obj") return readObjGround(readGroundBytes(path), path.stem().string(), path.parent_path());
     if (ending == ".fbx") return importGround(path, ImportKind::fbx);
     if (ending == ".stl") return importGround(path, ImportKind::stl);
     throw GroundError("its name ends in none of .glb, .gltf, .obj, .ply, .fbx and .stl; export the ground as .glb");

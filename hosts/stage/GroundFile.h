@@ -61,8 +61,11 @@ class GroundError : public std::runtime_error {
 ///   file's order.
 /// - .ply: text or binary of either byte order, faces and triangle strips. Numbers come through to the bit; units and
 ///   axes are not part of the format, so they are taken as metres and +Y up.
-/// - .obj, .stl: the same without units or axes. Numbers have single precision, and the corners of each face are
-///   vertices of their own.
+/// - .obj: without units and axes, too. Each number becomes the double nearest to it; vertices without a face are left
+///   out. Each object and each group that has faces is a mesh, with the colour that its first coloured material has in
+///   the .mtl files next to the file.
+/// - .stl: the same without units or axes. Numbers have single precision, and the corners of each face are vertices of
+///   their own.
 /// - .fbx: its settings say which axis is up, front and right and how many centimetres its unit has. The roots are
 ///   turned and scaled by that, so that the scene is in metres with +Y up; meshes and the nodes below the roots keep
 ///   the file's own numbers. What has several materials keeps the order of triangles within each material.

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "stage/GroundBytes.h"
+#include "stage/GroundFbxDepth.h"
 #include "stage/GroundMotion.h"
 #include "stage/GroundPolygons.h"
 
@@ -44,7 +45,6 @@ util::Quat<double> asQuat(const aiQuaternion& q) {
 /// The importer's name of the format that it has read.
 const char* formatOf(ImportKind kind) {
     switch (kind) {
-        case ImportKind::obj: return "Wavefront Object Importer";
         case ImportKind::fbx: return "Autodesk FBX Importer";
         case ImportKind::stl: return "Stereolithography (STL) Importer";
     }
@@ -272,6 +272,7 @@ std::string lineOf(std::string text) {
 
 GroundScene importGround(const std::filesystem::path& path, ImportKind kind) {
     checkGroundFile(path);
+    if (kind == ImportKind::fbx) checkFbxDepth(readGroundBytes(path));
     Assimp::Importer importer;
     // Nodes with their pivots and rotations of the format in one transform, under their own names.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);

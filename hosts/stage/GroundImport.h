@@ -7,7 +7,7 @@
 
 namespace ond::stage {
 
-enum class ImportKind { obj, fbx, stl };
+enum class ImportKind { fbx, stl };
 
 /// The scene in the file at `path`, which must be of the kind `kind`; triangles are not counted yet.
 /// Throws GroundError, without the name of the file, for a file that is not there, damaged or of another kind.

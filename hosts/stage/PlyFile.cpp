@@ -10,6 +10,7 @@
 
 #include "ond/util/LittleEndian.h"
 #include "stage/GroundFile.h"
+#include "stage/GroundWord.h"
 
 namespace ond::stage {
 
@@ -75,7 +76,7 @@ Type typeOf(std::string_view name) {
                                                   {"double", Type::float64},
                                                   {"float64", Type::float64}}};
     const auto* found = std::find_if(kNames.begin(), kNames.end(), [name](const Name& n) { return n.text == name; });
-    if (found == kNames.end()) damaged("its header has a property of the unknown type \"" + std::string(name) + "\"");
+    if (found == kNames.end()) damaged("its header has a property of the unknown type " + quotedWord(name));
     return found->type;
 }
 
@@ -108,7 +109,7 @@ Form formOf(std::string_view line) {
     if (form == "ascii") return Form::text;
     if (form == "binary_little_endian") return Form::little;
     if (form == "binary_big_endian") return Form::big;
-    damaged("its header names the unknown form \"" + std::string(form) + "\"");
+    damaged("its header names the unknown form " + quotedWord(form));
 }
 
 Element elementOf(std::string_view line) {
@@ -117,7 +118,7 @@ Element elementOf(std::string_view line) {
     const std::string_view count = takeWord(line);
     const auto [end, error] = std::from_chars(count.data(), count.data() + count.size(), element.count);
     if (count.empty() || error != std::errc() || end != count.data() + count.size()) {
-        damaged("its header gives no proper count for the element \"" + element.name + "\"");
+        damaged("its header gives no proper count for the element " + quotedWord(element.name));
     }
     return element;
 }
@@ -159,7 +160,7 @@ Header takeHeader(std::string_view& rest) {
             if (header.elements.empty()) damaged("its header has a property before any element");
             header.elements.back().properties.push_back(propertyOf(*line));
         } else if (!word.empty() && word != "comment" && word != "obj_info") {
-            damaged("its header has a line that begins with \"" + std::string(word.substr(0, 20)) + "\"");
+            damaged("its header has a line that begins with " + quotedWord(word));
         }
     }
     damaged("its header has no end");
@@ -196,15 +197,10 @@ class Values {
   private:
     double nextOfText() {
         if (m_word.empty()) damaged("one of its lines has fewer values than its header says");
-        std::string_view word = m_word;
-        if (word.front() == '+') word.remove_prefix(1);
-        double value = 0.0;
-        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-        if (error != std::errc() || end != word.data() + word.size()) {
-            damaged("\"" + std::string(m_word.substr(0, 20)) + "\" stands in it where a number should");
-        }
+        const std::optional<double> value = toDouble(m_word);
+        if (!value) damaged(quotedWord(m_word) + " stands in it where a number should");
         m_word = takeWord(m_line);
-        return value;
+        return *value;
     }
 
     double nextOfBytes(Type type) {
@@ -332,8 +328,8 @@ void checkCount(const Values& values, const Element& element) {
         least += values.leastSize(property.length ? *property.length : property.type);
     }
     if (element.count > 0 && (least == 0 || element.count > values.bytesLeft() / least)) {
-        damaged("its header announces " + std::to_string(element.count) + " entries of \"" + element.name +
-                "\", which are not in it");
+        damaged("its header announces " + std::to_string(element.count) + " entries of " + quotedWord(element.name) +
+                ", which are not in it");
     }
 }
 

@@ -1,6 +1,5 @@
 // The stored mesh: it gives back what it was given whether or not it shares with a tree, and takes no memory twice.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <bit>
@@ -12,6 +11,7 @@
 
 #include "ground/GroundMeshes.h"
 #include "ground/StoredGroundMesh.h"
+#include "util/HeapUse.h"
 
 namespace ond::ovs::addon {
 namespace {
@@ -179,39 +179,29 @@ TEST(StoredGroundMesh, GivesTheTreeTheMesh) {
     EXPECT_EQ(t, expected);
 }
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define HEAP_TELLS_NOTHING
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define HEAP_TELLS_NOTHING
-#endif
-
 #ifndef HEAP_TELLS_NOTHING
-double inUse() { return static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd); }
-
 TEST(StoredGroundMesh, TakesFourBytesAVertexBesideTheTree) {
     const CMesh mesh = test::gridMesh(200, 0.5, test::hills);
-    const double before = inUse();
+    const double before = test::heapInUse();
     GroundMeshTreeNode tree;
     tree.buildFromMesh(mesh);
-    const double ofTree = inUse() - before;
+    const double ofTree = test::heapInUse() - before;
     tree = {};
     StoredGroundMesh stored;
     stored = mesh;
-    EXPECT_GT(inUse() - before, 70.0 * mesh.getNumVertices()) << "without a tree it has arrays of its own";
+    EXPECT_GT(test::heapInUse() - before, 70.0 * mesh.getNumVertices()) << "without a tree it has arrays of its own";
     stored.buildTree(tree);
-    EXPECT_LT(inUse() - before - ofTree, 5.0 * mesh.getNumVertices());
+    EXPECT_LT(test::heapInUse() - before - ofTree, 5.0 * mesh.getNumVertices());
 }
 
 TEST(StoredGroundMesh, TakesNoMoreThanItsMeshNeeds) {
     CMesh mesh = terrain();
     mesh.vertices.reserve(100000);
     mesh.faces.reserve(100000);
-    const double before = inUse();
+    const double before = test::heapInUse();
     StoredGroundMesh stored;
     stored = std::move(mesh);
-    EXPECT_LT(inUse() - before, 0.0);
+    EXPECT_LT(test::heapInUse() - before, 0.0);
 }
 #endif
 

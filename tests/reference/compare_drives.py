@@ -4,10 +4,9 @@
   compare_drives.py --quadrig build/release/bin/quadrig tests/determinism/drives/*.json
 
 Exit code 0: all values agree; 1: a difference, which a value is, too, that only one of them has; 2: quadrig fails, or a
-file is missing. A value may differ by a tolerance times the larger of
-1 and its size; the size of an axis or a place is that of its largest coordinate. The ground is taken out of quadrig's
-take, so that readers of mesh files are not compared. A drive whose name begins with "resumed" is opened again and gone
-on with.
+file is missing. A value may differ by a tolerance times the larger of 1 and its size; the size of an axis or a place is
+that of its largest coordinate. The ground of quadrig's take has to be that of the .obj files, number by number. A drive
+whose name begins with "resumed" is opened again and gone on with.
 """
 
 import argparse
@@ -20,13 +19,13 @@ from pathlib import Path
 
 from drivehost.drive_file import read_drive
 from drivehost.driving import DrivenCar
-from drivehost.ground import read_grounds
+from drivehost.ground import read_grounds, read_obj
 from drivehost.reopening import reopen
 
 PRESETS = Path(__file__).resolve().parents[2] / "hosts/command/presets"
-TOLERANCE = 1e-11
+TOLERANCE = 1e-12
 # Without any ground, fast casting meets a box of the physics library by an iteration that stops short of its surface.
-BOX_TOLERANCE = 1e-6
+BOX_TOLERANCE = 1e-7
 # Of a line of the trace; messages are compared apart.
 NO_VALUES = ("frame", "time", "messages")
 # How a resumed drive goes on: from which frame, how many frames, with what.
@@ -94,6 +93,17 @@ class Drive:
             car.stop()
 
 
+def same_grounds(plan, grounds):
+    """Whether these grounds, of a take, are those of the plan's files. A vehicle may have a copy "NAME for VEHICLE"."""
+    def numbers(mesh):
+        return [(v.x, v.y, v.z) for v in mesh.vertices], mesh.faces
+
+    read = (read_obj(ground["file"], ground.get("at", (0.0, 0.0, 0.0))) for ground in plan["ground"])
+    files = {name: numbers(mesh) for name, mesh in read}
+    taken = [(name.partition(" for ")[0], numbers(mesh)) for name, mesh in grounds]
+    return {name for name, _ in taken} == set(files) and all(files[name] == mesh for name, mesh in taken)
+
+
 def value_of(line, name):
     for step in name:
         line = line[step]
@@ -146,6 +156,8 @@ def compare(drive, quadrig):
     with tempfile.TemporaryDirectory() as folder:
         take, trace = drive.traced(quadrig, Path(folder))
         grounds = read_grounds(take)
+    if not same_grounds(drive.plan, grounds):
+        return f"{drive.path.stem}: the ground of the take is not that of its files", False
     seen, messages = drive.modelled(grounds)
     apart = unpaired(seen, trace, grounds)
     if apart:

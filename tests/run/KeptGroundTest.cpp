@@ -1,6 +1,5 @@
 // What a vehicle keeps of the ground between runs, and what several vehicles have together.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cmath>
 #include <memory>
@@ -13,6 +12,7 @@
 #include "run/RunEnd.h"
 #include "run/RunStart.h"
 #include "state/FakeHost.h"
+#include "util/HeapUse.h"
 
 namespace ond::ovs::addon {
 namespace {
@@ -126,18 +126,9 @@ TEST(KeptGround, TheDefaultGroundIsEachVehiclesOwn) {
               two.car->aCollisionObjects[0]->pTriMeshStorage->getShape());
 }
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define HEAP_TELLS_NOTHING
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define HEAP_TELLS_NOTHING
-#endif
-
 #ifndef HEAP_TELLS_NOTHING
 TEST(KeptGround, RunAfterRunTakesNoMoreThanTheEntryThatStays) {
     Runner runner(plateau(1.0));
-    const auto inUse = [] { return static_cast<long>(mallinfo2().uordblks + mallinfo2().hblkhd); };
     const auto runs = [&](int count) {
         for (int i = 0; i < count; ++i) {
             runner.start();
@@ -147,10 +138,10 @@ TEST(KeptGround, RunAfterRunTakesNoMoreThanTheEntryThatStays) {
         }
     };
     runs(20);
-    const long before = inUse();
+    const double before = test::heapInUse();
     runs(100);
-    const long perRun = (inUse() - before) / 100;
-    EXPECT_LT(perRun, 2000) << "the shape alone takes more than 100 times that";
+    const double perRun = (test::heapInUse() - before) / 100.0;
+    EXPECT_LT(perRun, 2000.0) << "the shape alone takes more than 100 times that";
 }
 #endif
 

@@ -25,6 +25,7 @@ using ond::util::Matrix4;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using V = ond::util::Vector3<double>;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -173,88 +174,6 @@ TEST(GroundCheck, RefusesWhatCannotBeWalkedOn) {
 
 // --- Files of the importer library ----------------------------------------------------------------------------------
 
-std::vector<V> cornersOf(const GroundNode& node) {
-    std::vector<V> corners;
-    for (const int index : node.mesh->faces) corners.push_back(node.mesh->vertices[static_cast<std::size_t>(index)]);
-    return corners;
-}
-
-double areaUpwards(const GroundNode& node) {
-    const std::vector<V> corners = cornersOf(node);
-    double area = 0.0;
-    for (std::size_t i = 0; i < corners.size(); i += 3) {
-        area += 0.5 * Cross(corners[i + 1] - corners[i], corners[i + 2] - corners[i]).y;
-    }
-    return area;
-}
-
-TEST(GroundObj, ReadsObjectsFacesAndNegativeIndices) {
-    const GroundFolder folder;
-    const GroundScene scene = folder.read("two.obj",
-                                          "# a comment\no first\nv 0 0 0\nv 0 0 1\nv 1 0 0\nf 1 2 3\n"
-                                          "o second\nv 5 0 0\nv 5 0 1\nv 6 0 0\nf -3 -2 -1\n");
-    expectSound(scene);
-    ASSERT_EQ(scene.nodes.size(), 2U);
-    EXPECT_EQ(scene.nodes[0].name, "first");
-    EXPECT_EQ(scene.nodes[1].name, "second");
-    EXPECT_EQ(scene.nodes[0].parent, -1);
-    EXPECT_EQ(scene.nodes[1].parent, -1);
-    EXPECT_EQ(scene.nodes[1].local, Matrix4());
-    EXPECT_EQ(cornersOf(scene.nodes[0]), (std::vector<V>{V(0, 0, 0), V(0, 0, 1), V(1, 0, 0)}));
-    EXPECT_EQ(cornersOf(scene.nodes[1]), (std::vector<V>{V(5, 0, 0), V(5, 0, 1), V(6, 0, 0)}));
-    EXPECT_FALSE(scene.nodes[0].hasColour);
-    EXPECT_THAT(scene.warnings, IsEmpty());
-}
-
-TEST(GroundObj, CutsConcaveFacesAlongTheirOutline) {
-    const GroundFolder folder;
-    // A square from which a wedge is cut that reaches nearly through it.
-    const GroundScene scene = folder.read("notch.obj", "v 0 0 0\nv 0 0 4\nv 4 0 4\nv 4 0 0\nv 2 0 3\nf 1 2 3 4 5\n");
-    expectSound(scene);
-    EXPECT_EQ(scene.triangles, 3);
-    EXPECT_DOUBLE_EQ(areaUpwards(scene.nodes[0]), 16.0 - 6.0);
-    for (std::size_t i = 0; i < 9; i += 3) {
-        const std::vector<V> c = cornersOf(scene.nodes[0]);
-        EXPECT_GT(Cross(c[i + 1] - c[i], c[i + 2] - c[i]).y, 0.0);
-    }
-}
-
-TEST(GroundObj, LeavesPointsAndLinesOut) {
-    const GroundFolder folder;
-    const GroundScene scene = folder.read("mixed.obj", kTriangleObj + "l 1 2\np 3\n");
-    EXPECT_EQ(scene.triangles, 1);
-    EXPECT_THAT(scene.warnings, ElementsAre("2 points and lines were left out."));
-    EXPECT_THAT(folder.errorOf("lines.obj", "v 0 0 0\nv 0 0 1\nl 1 2\n"), HasSubstr("no triangle"));
-}
-
-TEST(GroundObj, ReadsTheColourOfItsMaterial) {
-    const GroundFolder folder;
-    (void)folder.write("paint.mtl", "newmtl asphalt\nKd 0.25 0.5 0.75\n");
-    const GroundScene scene = folder.read("paint.obj", "mtllib paint.mtl\nusemtl asphalt\n" + kTriangleObj);
-    ASSERT_EQ(scene.nodes.size(), 1U);
-    EXPECT_TRUE(scene.nodes[0].hasColour);
-    EXPECT_THAT(scene.nodes[0].colour, ElementsAre(0.25F, 0.5F, 0.75F));
-}
-
-TEST(GroundObj, KeepsRepeatedAndFlatTriangles) {
-    const GroundFolder folder;
-    const GroundScene scene = folder.read("odd.obj", kTriangleObj + "f 1 2 3\nf 1 2 2\n");
-    EXPECT_EQ(scene.triangles, 3);
-    EXPECT_THAT(scene.warnings, ElementsAre("1 triangle has no area; kept as in the file.",
-                                            "1 triangle lies on the corners of another one; kept as in the file."));
-}
-
-TEST(GroundObj, RefusesDamage) {
-    const GroundFolder folder;
-    const std::string vertices = "v 0 0 0\nv 0 0 1\nv 1 0 0\n";
-    EXPECT_NE(folder.errorOf("a.obj", vertices + "f 1 2 4\n"), "");
-    EXPECT_NE(folder.errorOf("b.obj", vertices + "f 1 2 -9\n"), "");
-    EXPECT_THAT(folder.errorOf("c.obj", "v nan 0 0\n" + vertices + "f 1 2 3\n"), HasSubstr("not finite"));
-    EXPECT_THAT(folder.errorOf("d.obj", "v 0 inf 0\n" + vertices + "f 1 2 3\n"), HasSubstr("not finite"));
-    EXPECT_NE(folder.errorOf("e.obj", vertices), "");
-    EXPECT_NE(folder.errorOf("f.obj", "only some words without any mesh\n"), "");
-}
-
 TEST(GroundStl, ReadsTextAndBinary) {
     const GroundFolder folder;
     std::string binary(80, ' ');
@@ -392,6 +311,45 @@ TEST(GroundFbx, RefusesDamage) {
     EXPECT_NE(folder.errorOf("half.fbx", good.substr(0, good.size() / 2)), "");
     EXPECT_NE(folder.errorOf("words.fbx", "only some words"), "");
     EXPECT_NE(folder.errorOf("binary.fbx", std::string("Kaydara FBX Binary  \0\x1a\0", 23) + "rubbish"), "");
+}
+
+/// Records of a binary file in each other, `depth` of them; `width` is the size of a length in that version.
+std::string nestedFbx(std::uint32_t version, std::size_t width, int depth) {
+    const auto number = [width](std::uint64_t value) {
+        std::string bytes;
+        append(bytes, value);
+        return bytes.substr(0, width);
+    };
+    const std::string nothing(3 * width + 1, '\0');
+    std::string bytes("Kaydara FBX Binary  \0\x1a\0", 23);
+    append(bytes, version);
+    const std::size_t end = bytes.size() + static_cast<std::size_t>(depth) * (2 * nothing.size() + 1);
+    for (int i = 0; i < depth; ++i) {
+        bytes += number(end - static_cast<std::size_t>(i) * nothing.size()) + number(0) + number(0) + "\1" + "A";
+    }
+    for (int i = 0; i < depth; ++i) bytes += nothing;
+    return bytes;
+}
+
+TEST(GroundFbx, RefusesRecordsThatLieTooDeepInEachOther) {
+    const GroundFolder folder;
+    const auto textOf = [](int depth) {
+        std::string text = "; FBX 7.4.0 project file\n";
+        for (int i = 0; i < depth; ++i) text += "A: {\n";
+        return text + std::string(static_cast<std::size_t>(depth), '}') + "\n";
+    };
+    const std::string tooDeep = "records lie more than 200 deep in each other";
+    EXPECT_THAT(folder.errorOf("a.fbx", textOf(200000)), HasSubstr(tooDeep));
+    EXPECT_THAT(folder.errorOf("a.fbx", textOf(201)), HasSubstr(tooDeep));
+    EXPECT_THAT(folder.errorOf("a.fbx", textOf(200)), Not(HasSubstr(tooDeep)));
+    const std::string braces(300, '{');
+    EXPECT_THAT(folder.errorOf("a.fbx", ";" + braces + "\nA: \"" + braces + "\" {\n}\n"), Not(HasSubstr(tooDeep)));
+    for (const std::uint32_t version : {7400U, 7500U}) {
+        const std::size_t width = version == 7400 ? 4 : 8;
+        EXPECT_THAT(folder.errorOf("b.fbx", nestedFbx(version, width, 20000)), HasSubstr(tooDeep));
+        EXPECT_THAT(folder.errorOf("b.fbx", nestedFbx(version, width, 201)), HasSubstr(tooDeep));
+        EXPECT_THAT(folder.errorOf("b.fbx", nestedFbx(version, width, 200)), Not(HasSubstr(tooDeep)));
+    }
 }
 
 TEST(GroundFbx, TellsTheMotionOfItsNodes) {

@@ -153,6 +153,13 @@ inline GltfMaker plateOnCarrier() {
     return file;
 }
 
+/// The corners of all triangles of a node, three of each.
+inline std::vector<util::Vector3<double>> cornersOf(const stage::GroundNode& node) {
+    std::vector<util::Vector3<double>> corners;
+    for (const int index : node.mesh->faces) corners.push_back(node.mesh->vertices.at(static_cast<std::size_t>(index)));
+    return corners;
+}
+
 /// Checks what readGround() promises of every scene.
 inline void expectSound(const stage::GroundScene& scene) {
     std::int64_t triangles = 0;

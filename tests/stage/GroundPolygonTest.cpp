@@ -179,6 +179,14 @@ std::string square(const std::string& face = "4 0 3 2 1") {
            "0 0 0\n1 0 0\n1 0.1 1\n0 -0 1e0\n" + face + "\n";
 }
 
+TEST(GroundPly, ReadsTheSmallestNumbers) {
+    const std::string elements = "element vertex 3\n" + kXyz + "element face 1\n" + kFaces;
+    const PlyFile file = readPly(header("ascii", elements) + "1e-999 -1e-999 5e-324\n+1 0 0\n0 0 1\n3 0 1 2\n");
+    EXPECT_EQ(file.vertices.at(0), V(0, 0, 5e-324));
+    EXPECT_TRUE(std::signbit(file.vertices[0].y));
+    EXPECT_EQ(file.vertices.at(1), V(1, 0, 0));
+}
+
 TEST(GroundPly, ReadsText) {
     const GroundFolder folder;
     const GroundScene scene = folder.read("tile.ply", square());
@@ -325,7 +333,8 @@ TEST(GroundPly, RefusesDamage) {
         {header("ascii", vertex + face) + "0 0 0\n1 0\n0 0 1\n3 0 1 2\n", "fewer values"},
         {header("ascii", vertex + face) + "0 0 0\n1 0 0 7\n0 0 1\n3 0 1 2\n", "more values"},
         {header("ascii", vertex + face) + "0 0 0\n1 0 zero\n0 0 1\n3 0 1 2\n", "\"zero\" stands"},
-        {header("ascii", vertex + face) + "0 0 0\n1 0 1e999\n0 0 1\n3 0 1 2\n", "\"1e999\" stands"},
+        {header("ascii", vertex + face) + "0 0 0\n1 0 \xff\x1b\n0 0 1\n3 0 1 2\n", "\"??\" stands"},
+        {header("ascii", vertex + face) + "0 0 0\n1 0 1e999\n0 0 1\n3 0 1 2\n", "not finite"},
         {header("ascii", vertex + face) + "0 0 0\n1 0 nan\n0 0 1\n3 0 1 2\n", "not finite"},
         {header("ascii", vertex + face) + "0 0 0\n1 0 inf\n0 0 1\n3 0 1 2\n", "not finite"},
         {header("ascii", vertex + face) + rows + "3 0 1 3\n", "not among its 3 vertices"},

@@ -34,6 +34,8 @@ def read_drive(path, presets):
     drive = json.loads(_without_comments(path.read_text()))
     drive = {"ground": [], "fps": 25, "first": 0, **drive}
     drive["fps"] = frame_rate(drive["fps"])
+    for ground in drive["ground"]:
+        ground["file"] = path.parent / ground["file"]
     drive["vehicles"] = [{**VEHICLE, **vehicle} for vehicle in drive["vehicles"]]
     for vehicle in drive["vehicles"]:
         if vehicle["preset"] is not None:

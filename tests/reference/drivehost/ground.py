@@ -1,4 +1,4 @@
-"""Grounds: meshes out of a take, and where their topmost place is."""
+"""Grounds: meshes out of a take and out of .obj files, and where their topmost place is."""
 
 import json
 import struct
@@ -31,6 +31,20 @@ def read_grounds(take):
         mesh = Mesh(zip(*[iter(numbers)] * 3), zip(*[iter(faces)] * 3))
         grounds.append((document["nodes"][element["node"]]["name"], mesh))
     return grounds
+
+
+def read_obj(path, at=(0.0, 0.0, 0.0)):
+    """(name, Mesh) of a .obj file that has one object of triangles, moved by `at`."""
+    name, vertices, faces = None, [], []
+    for words in map(str.split, path.read_text().splitlines()):
+        if words[0] == "o":
+            name = words[1]
+        elif words[0] == "v":
+            vertices.append([float(word) + offset for word, offset in zip(words[1:], at, strict=True)])
+        elif words[0] == "f":
+            first, second, third = (int(word) - 1 for word in words[1:])
+            faces.append((first, second, third))
+    return name, Mesh(vertices, faces)
 
 
 class Probe:
