@@ -17,6 +17,10 @@ struct CarElement {
     const char* name;
     const char* parent;  ///< bare name; null at the root of the scene
     bool isCamera;
+    int colour[3];  ///< of 255
+    int vertices, triangles;
+    double fieldOfView;  ///< degrees; 0 of a mesh
+    double place[7];     ///< in the scene: where it is, how large in x, y and z, and how much its z axis rises
 };
 [[nodiscard]] const std::vector<CarElement>& carElements();
 
@@ -26,11 +30,5 @@ struct CarChannel {
 };
 [[nodiscard]] const std::vector<CarChannel>& carInputs();
 [[nodiscard]] const std::vector<const char*>& carOutputs();
-
-struct CarGroup {
-    const char* title;
-    int items;
-};
-[[nodiscard]] const std::vector<CarGroup>& carGroups();
 
 }  // namespace ond::validate

@@ -95,8 +95,12 @@ void truncatedBlocks(Check& check) {
     for (std::size_t cut = 1; cut < std::min<std::size_t>(length, 48); ++cut) cuts.push_back(cut);
     for (std::size_t back = 1; back < std::min<std::size_t>(length, 16); ++back) cuts.push_back(length - back);
     for (int i = 0; i < 120 && length > 1; ++i) cuts.push_back(1 + check.below(length - 1));
+    const std::uint64_t before = damage.load(damage.whole);
     for (const std::size_t cut : cuts)
         (void)damage.load(Bytes(damage.whole.begin(), damage.whole.begin() + static_cast<std::ptrdiff_t>(cut)));
+    check.expect(damage.load(damage.whole) == before,
+                 "loadState() answered differently for the same whole block behind loads of damaged ones into other "
+                 "objects; objects are independent of each other");
 }
 
 void flippedBlocks(Check& check) {

@@ -105,8 +105,23 @@ void declaresTheSame(Check& check) {
         check.expect(a.field == nullptr || a.field != b.field,
                      "the item " + cited(a.label) + " has the same field in two objects; a field is of one object");
     }
-    check.expect(first.inputs.size() == second.inputs.size() && first.outputs.size() == second.outputs.size(),
-                 "two objects declared different numbers of channels" + wants);
+    check.expect(first.groupTexts == second.groupTexts, "two objects described their groups differently" + wants);
+    if (!check.expect(first.inputs.size() == second.inputs.size() && first.outputs.size() == second.outputs.size(),
+                      "two objects declared different numbers of channels" + wants))
+        return;
+    for (std::size_t i = 0; i < first.inputs.size(); ++i) {
+        const unidevice::Property* a = first.inputs[i];
+        const unidevice::Property* b = second.inputs[i];
+        if (a == nullptr || b == nullptr) continue;
+        check.expect(a->name == b->name && a->type == b->type && a->exponent == b->exponent &&
+                         a->deadZone == b->deadZone && a->multiplier == b->multiplier && a->offset == b->offset,
+                     "input channel " + std::to_string(i + 1) + " is " + cited(a->name) + " of one object and " +
+                         cited(b->name) + " of another, or has another type or shape" + wants);
+    }
+    for (std::size_t i = 0; i < first.outputs.size(); ++i)
+        check.expect(first.outputs[i]->name == second.outputs[i]->name,
+                     "output channel " + std::to_string(i + 1) + " is " + cited(first.outputs[i]->name) +
+                         " of one object and " + cited(second.outputs[i]->name) + " of another" + wants);
 }
 
 void inputChannels(Check& check) {

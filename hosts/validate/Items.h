@@ -20,6 +20,7 @@ struct Item {
     void* field = nullptr;  ///< of the object; null for a button
     double initial = 0.0;   ///< of the field when it was declared
     double min = 0.0, max = 1.0, step = 0.0;
+    bool converted = false;  ///< shown through a converter
     ovs::CInterface::Callback* callback = nullptr;
 
     [[nodiscard]] bool hasValue() const { return kind != Kind::button; }

@@ -160,6 +160,25 @@ void expectNoneOfLives(Check& check, ModuleFile& module) {
     tellGrowth(check, "life of an object with everything that hosts ask for", all);
 }
 
+/// Several objects in each cycle, so that a small leak shows beside what the heap keeps.
+void expectNoneOfEarlyReleases(Check& check, ModuleFile& module) {
+    const Growth growth = growthPerCycle(
+        [&] {
+            World world(check, module);
+            for (const char* name : {"first", "second", "third", "fourth", "fifth", "sixth", "seventh"}) {
+                StrictHost& host = world.add(name);
+                host.rig();
+                world.begin(0);
+                host.startRun(0);
+                host.release();
+                world.end();
+            }
+        },
+        {4, 4, 1});
+    if (growth.heap >= kOfALife || growth.space >= sysconf(_SC_PAGESIZE))
+        tellGrowth(check, "seven lives of objects that are released in a run", growth);
+}
+
 }  // namespace
 
 void memoryComesBack(Check& check) {
@@ -176,6 +195,7 @@ void memoryComesBack(Check& check) {
         world.run(host, 0, 12);
         block = host.save();
     });
+    expectNoneOfEarlyReleases(check, module);
     expectNoneOfLives(check, module);
     if (block.empty()) return;
     World world(check, module);
@@ -188,6 +208,15 @@ void memoryComesBack(Check& check) {
         world.hosts.pop_back();
     };
     expectNoGrowth(check, "life of an object that loads a block", 16, kFew, [&] { loadOnce(block); });
+    expectNoGrowth(check, "life of an object that does not find its elements", 4, kFew, [&] {
+        Lacks lacks;
+        lacks.elements = true;
+        StrictHost& host = world.add("car", lacks);
+        host.expectsFinite = false;
+        host.declare();
+        (void)host.load(block);
+        world.hosts.pop_back();
+    });
     const Bytes half(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(block.size() / 2));
     expectNoGrowth(check, "life of an object that loads half a block", 16, kFew, [&] { loadOnce(half); });
 }

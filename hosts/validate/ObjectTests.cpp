@@ -38,6 +38,7 @@ void anyName(Check& check) {
                                  "100% %s %n",
                                  std::string(5000, 'x'),
                                  "../../etc",
+                                 std::string("a\0b", 3),
                                  "a\\b\"c'd"};
     for (const std::string& name : names) {
         StrictHost& host = world.addRigged(name);
@@ -87,6 +88,15 @@ void objectExtensions(Check& check) {
     expectAgreement("when it was declared");
     host.createRig();
     expectAgreement("when it was rigged");
+    world.putOnGround(host);
+    world.begin(0);
+    host.startRun(0);
+    world.frame(1);
+    host.updateFrame(1);
+    expectAgreement("in a run");
+    host.stopRun(1);
+    world.end();
+    expectAgreement("behind a run");
 }
 
 void releasesInEveryState(Check& check) {

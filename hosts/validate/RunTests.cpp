@@ -345,9 +345,12 @@ void sameRunSameBits(Check& check) {
 void sideBySide(Check& check) {
     ModuleFile module(check);
     Picture alone;
+    Bytes saved;
     {
         World world(check, module);
-        alone = film(world, world.addRigged("car"));
+        StrictHost& host = world.addRigged("car");
+        alone = film(world, host);
+        saved = host.save();
     }
     World world(check, module);
     StrictHost& host = world.addRigged("car");
@@ -378,6 +381,10 @@ void sideBySide(Check& check) {
     const std::string seen = alone.difference(world.picture(host, 0, 12));
     check.expect(seen.empty(),
                  "an object drove differently beside another one: " + seen + "; objects are independent of each other");
+    world.add("one more");
+    const std::string different = difference(saved, host.save());
+    check.expect(different.empty(), "an object saved another block beside other ones: it differs in " + different +
+                                        "; objects are independent of each other");
 }
 
 void unpluggedChannels(Check& check) {

@@ -240,7 +240,7 @@ void resumesFromALoad(Check& check) {
             host = &loaded(world, block);
         }
         world.run(*host, 10, 8);
-        return world.picture(*host, 10, 18, {true, true, false, false});
+        return world.picture(*host, 10, 18, {true, true, false, true});
     };
     const Picture kept = goOn(false);
     const std::string different = kept.difference(goOn(true));

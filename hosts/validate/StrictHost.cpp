@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -112,6 +113,7 @@ void StrictHost::enter(const char* call, const std::string& shownCall, Work work
     }
     requireAllBack(shownCall);
     requireOwnFields(shownCall);
+    requireShowable(shownCall);
     requireChannelFields(channels, shownCall);
 }
 
@@ -136,6 +138,27 @@ void StrictHost::requireOwnFields(const std::string& call) {
     camera->hostInterface = this;
     camera->name = name;
     link = lacks.link ? nullptr : &appLink;
+}
+
+/// Rows and outputs are numbers that a dialog can show, and check boxes are on or off.
+void StrictHost::requireShowable(const std::string& call) {
+    if (camera == nullptr || !expectsFinite) return;
+    const auto complain = [&](const std::string& what) {
+        check.complain("writes-finite-numbers", what + " behind " + call +
+                                                    ", with settings and a scene that are ordinary; a dialog shows "
+                                                    "finite numbers, and a check box is 0 or 1");
+    };
+    for (const Item& item : items) {
+        unsigned char byte = 0;
+        if (item.kind == Item::Kind::checkBox) std::memcpy(&byte, item.field, 1);
+        if (byte > 1)
+            complain("the item " + cited(item.label) + " holds the byte " + std::to_string(byte));
+        else if (item.hasValue() && !std::isfinite(item.value()))
+            complain("the item " + cited(item.label) + " holds " + validate::shown(item.value()));
+    }
+    for (const unidevice::OutputProperty* output : outputs)
+        if (!std::isfinite(output->current))
+            complain("the output channel " + cited(output->name) + " holds " + validate::shown(output->current));
 }
 
 std::vector<StrictHost::ChannelFields> StrictHost::channelFields() const {

@@ -120,6 +120,7 @@ class StrictHost final : public ovs::CInterface {
 
     std::vector<Item> items;
     std::vector<std::string> groups;
+    std::vector<std::string> groupTexts;                   ///< descriptions of the groups
     std::deque<unidevice::ControlObserver> observers;      ///< one on each input, and behind all axes in dying
     std::vector<unidevice::Property*> inputs;              ///< in the order of declaring; null if refused
     std::vector<std::unique_ptr<Axis>> axes;               ///< of the inputs
@@ -127,7 +128,8 @@ class StrictHost final : public ovs::CInterface {
     std::vector<unidevice::OutputProperty*> outputs;
     std::vector<ovs::CUndo*> records;
     std::vector<Message> messages;
-    std::vector<std::string> services;  ///< names of the services that were asked for, while `logs`
+    /// What was asked for while `logs`: services by name, those of elements as "MeshHandle::hide of FollowCam".
+    std::vector<std::string> services;
     bool logs = false;
     bool asked41 = false;
     std::set<std::uint32_t> askedOfElements;  ///< extensions of elements, at any of them
@@ -196,6 +198,8 @@ class StrictHost final : public ovs::CInterface {
     bool serve(const char* service, std::initializer_list<Life> states);
     /// The same for services of all states but [created].
     bool serve(const char* service);
+    /// Tells what the service that was asked for last is about.
+    void noteSubject(const std::string& subject);
     /// The element's bare name, in quotes; "null" for null.
     [[nodiscard]] std::string shown(const stage::Element* element) const;
     [[nodiscard]] WatchedHandle* handleOf(stage::Element* element);
@@ -223,6 +227,7 @@ class StrictHost final : public ovs::CInterface {
     void enter(const char* call, const std::string& shownCall, Work work);
     void requireAllBack(const std::string& call);
     void requireOwnFields(const std::string& call);
+    void requireShowable(const std::string& call);
     struct ChannelFields;
     [[nodiscard]] std::vector<ChannelFields> channelFields() const;
     void requireChannelFields(const std::vector<ChannelFields>& before, const std::string& call);

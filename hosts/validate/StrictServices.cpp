@@ -96,6 +96,10 @@ bool StrictHost::serve(const char* service, std::initializer_list<Life> states) 
     return true;
 }
 
+void StrictHost::noteSubject(const std::string& subject) {
+    if (logs && !services.empty()) services.back() += subject;
+}
+
 void StrictHost::reserved(int slot) {
     check.complain("keeps-to-the-agreed-calls", "the module called slot " + std::to_string(slot) +
                                                     " of the host's interface, which is reserved and not called");
@@ -255,6 +259,7 @@ void StrictHost::beginGroup(std::string title, std::string description) {
     requireText("declares-items", title, "the title of a group");
     requireText("declares-items", description, "the description of the group " + cited(title));
     groups.push_back(std::move(title));
+    groupTexts.push_back(std::move(description));
     m_groupOpen = true;
 }
 
@@ -338,9 +343,10 @@ void StrictHost::addNumber(const char* service, Item item, T* field, T min, T ma
 
 void StrictHost::addIntParameter(std::string label, std::string description, std::int32_t* field, std::int32_t min,
                                  std::int32_t max, std::int32_t step, std::int32_t hint, bool flag,
-                                 const ovs::CS::Converter<std::int32_t>* /*converter*/, Callback* callback) {
+                                 const ovs::CS::Converter<std::int32_t>* converter, Callback* callback) {
     if (!serve("addIntParameter", {Life::declared})) return;
     Item item;
+    item.converted = converter != nullptr;
     item.kind = Item::Kind::integer;
     item.label = std::move(label);
     item.description = std::move(description);
@@ -350,9 +356,10 @@ void StrictHost::addIntParameter(std::string label, std::string description, std
 
 void StrictHost::addDoubleParameter(std::string label, std::string description, double* field, double min, double max,
                                     double step, std::int32_t hint, bool flag,
-                                    const ovs::CS::Converter<double>* /*converter*/, Callback* callback) {
+                                    const ovs::CS::Converter<double>* converter, Callback* callback) {
     if (!serve("addDoubleParameter", {Life::declared})) return;
     Item item;
+    item.converted = converter != nullptr;
     item.kind = Item::Kind::number;
     item.label = std::move(label);
     item.description = std::move(description);
@@ -431,6 +438,7 @@ void StrictHost::deleteElement(ovs::MeshHandle* handle, std::int32_t reserved1, 
     requireZero("deleteElement", reserved1);
     requireZero("deleteElement", reserved2);
     stage::Element* gone = elementOf(handle, "deleteElement");
+    if (gone != nullptr) noteSubject(" of " + gone->identifier);
     if (gone == nullptr) return;
     requireOwn(*gone, "deleteElement");
     if (gone->vehicle == name) scene.remove(*gone);
@@ -452,6 +460,7 @@ stage::Element& StrictHost::make(const char* service, const std::string& identif
     if (element(identifier) != nullptr && !lacks.elements && lacks.found.count(identifier) == 0)
         check.complain("makes-elements", "the object made two elements called " + cited(identifier) +
                                              "; findElement() knows an element by this name");
+    noteSubject(" of " + identifier);
     stage::Element* above = elementOf(parent, service);
     if (above != nullptr && above->deleted) above = nullptr;
     stage::Element& made = scene.add(name + "_" + identifier, above);
@@ -643,6 +652,7 @@ void StrictHost::requireFewMessages() {
 
 void StrictHost::messageBox(std::string text, std::string caption, std::int32_t reserved) {
     if (!serve("messageBox")) return;
+    noteSubject(" " + caption + ": " + text);
     requireZero("messageBox", reserved);
     if (judgesMessages) requireMessage(text, caption);
     if (std::string_view(m_call) == "updateFrame") ++m_messagesOfFrames[text];

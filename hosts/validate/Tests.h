@@ -110,13 +110,35 @@ void keepsProcessSettings(Check& check);
 void sameBitsAnywhere(Check& check);
 void asksNothingOfTheSystem(Check& check);
 
+// CarEventTests.cpp
+void carEvents(Check& check);
+void carTurnBase(Check& check);
+void carStoredGround(Check& check);
+void carGauges(Check& check);
+
+// CarRunTests.cpp
+void carFrames(Check& check);
+void carHelpers(Check& check);
+void carMessages(Check& check);
+void carOutputValues(Check& check);
+void carShownGauges(Check& check);
+void carKeepsRows(Check& check);
+void carInputEffects(Check& check);
+void carDrive(Check& check);
+void carHistories(Check& check);
+
+// CarStateTests.cpp
+void carBlock(Check& check);
+void carOldBlocks(Check& check);
+void carRefusedBlocks(Check& check);
+void carLoading(Check& check);
+
 // CarTests.cpp
 void carDescriptor(Check& check);
 void carChannels(Check& check);
 void carDialog(Check& check);
 void carRig(Check& check);
 void carUndo(Check& check);
-void carBlock(Check& check);
 void carScrubbing(Check& check);
 
 }  // namespace ond::validate::tests

@@ -134,8 +134,10 @@ void undoEdit(Check& check, World& world, StrictHost& host, const Item& item) {
     const Picture lost = changedPart(looksBefore, looksAfter);
     const Picture won = changedPart(looksAfter, looksBefore);
     if (!won.values.empty() && host.redraws == redraws)
-        check.warn("the edit of " + cited(item.label) + " changed " + won.values.begin()->first +
-                   " without redrawViews(); what became visible or invisible shows from the next redraw on");
+        check.complain(check.id,
+                       "the edit of " + cited(item.label) + " changed " + won.values.begin()->first +
+                           " without redrawViews(); what became visible or invisible shows from the next redraw on",
+                       check.level >= Level::strict ? Severity::failure : Severity::warning);
     if (host.records.size() > bottom) {
         const std::string of = "of the edit of " + cited(item.label);
         for (int round = 0; round < 2; ++round) {

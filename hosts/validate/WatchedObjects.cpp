@@ -16,7 +16,11 @@ void HostFrees::require(Check& check, const std::string& what) {
 std::string Lent::shown(const char* kind) const { return std::string("the ") + kind + " of " + host->shown(element); }
 
 bool Lent::use(const char* operation) const {
-    if (out) return host->serve(operation);
+    if (out) {
+        const bool served = host->serve(operation);
+        host->noteSubject(" of " + element->identifier);
+        return served;
+    }
     host->check.complain("uses-nothing-given-back",
                          std::string("the module called ") + operation + " on an object of " + host->shown(element) +
                              " that it had given back; an object is dead from its release on");
@@ -33,6 +37,7 @@ bool Lent::change(const char* operation) const {
 
 bool WatchedHandle::use(const char* operation) {
     if (!m_host.serve(operation)) return false;
+    m_host.noteSubject(" of " + element.identifier);
     m_host.requireUnreleased(*this, operation);
     return true;
 }
@@ -50,6 +55,7 @@ void WatchedHandle::reserved(int slot) {
 
 void* WatchedHandle::callExtension(std::uint32_t id, void* argument) {
     if (!use("MeshHandle::callExtension")) return nullptr;
+    m_host.noteSubject(" with " + std::to_string(id));
     const bool known = id == 31 && !m_host.lacks.relations;
     if (id == 17 || id == 57) {
         if (argument != nullptr)
@@ -91,6 +97,7 @@ bool WatchedHandle::isShown() { return use("MeshHandle::isShown") && !element.de
 
 void WatchedHandle::rigBuilt() {
     if (!m_host.serve("MeshHandle::rigBuilt", {Life::declared})) return;
+    m_host.noteSubject(" of " + element.identifier);
     m_host.requireRigBuilt(element);
     if (element.selected)
         m_host.check.complain("keeps-to-the-agreed-calls", "the module sent slot 6 twice to " + m_host.shown(&element) +
@@ -192,6 +199,7 @@ void WatchedAppearance::useOwnColour(bool on) {
 
 void WatchedAppearance::setWireframe(bool on) {
     if (!lent.change("AppearanceObject::setWireframe")) return;
+    lent.host->noteSubject(on ? " on" : " off");
     hasWireframe = true;
     lent.element->wireframe = on;
 }

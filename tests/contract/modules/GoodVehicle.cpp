@@ -86,6 +86,7 @@ CMesh wedge(double width, double height, double length) {
 GoodVehicle::GoodVehicle(const ovs::CameraCreationRecord& record) : CCamera(record) {
     enterList();
     if (am("drops-its-name")) name = "Sledge";
+    if (am("cuts-its-name-at-a-zero")) name = record.name.c_str();
     if (am("drops-the-hosts-mark")) hostObject = 0;
     if (am("brings-an-interface")) hostInterface = reinterpret_cast<CInterface*>(this);
     if (am("writes-the-record")) const_cast<ovs::CameraCreationRecord&>(record).name = "overwritten";
@@ -113,6 +114,8 @@ std::uint64_t GoodVehicle::callExtension(std::uint32_t id, void* argument) {
 
 std::vector<std::uint32_t> GoodVehicle::getExtensionIds() const {
     if (am("vehicle-lists-extension-twice")) return {kStoreOutput, kStoreOutput};
+    if (am("vehicle-gains-an-extension-in-runs") && m_bRunning) return {kStoreOutput, 41};
+    if (am("vehicle-gains-an-extension-behind-runs") && m_runs > 0) return {kStoreOutput, 41};
     return {kStoreOutput};
 }
 
@@ -154,7 +157,10 @@ void GoodVehicle::declareChannels() {
     if (am("factory-goes-with-its-vehicle")) makes = reinterpret_cast<unidevice::Property::Factory*>(&m_channels);
     m_gas = hostInterface->createInputProperty(gas, type, makes);
     const char* steering = am("channel-twice") ? "Gas" : "Steering";
-    m_steering = hostInterface->createInputProperty(steering, 14, factory());
+    const bool isLater = g_declared > 1;
+    m_steering = hostInterface->createInputProperty(
+        steering, am("declares-other-channels-each-time") && isLater ? 15 : 14, factory());
+    if (am("tunes-the-first-vehicle-only") && !isLater && m_steering != nullptr) m_steering->exponent = 1.5;
     if (am("tunes-without-null-test")) m_gas->deadZone = 0.0;
     if (am("expects-channels-of-its-own-kind") && m_gas != nullptr) ++dynamic_cast<Channel*>(m_gas)->m_asked;
     if (!am("leaves-channels-open")) hostInterface->endInputProperties();
@@ -289,6 +295,7 @@ void GoodVehicle::misuseServicesInRig() {
 
 void GoodVehicle::release() {
     passBy("release");
+    if (m_bRunning) passBy("a-release-in-a-run");
     if (am("never-goes")) return;
     if (am("deletes-its-elements-on-release")) hostInterface->deleteElement(m_body, 0, 0);
     if (am("redraws-on-release")) hostInterface->redrawViews();

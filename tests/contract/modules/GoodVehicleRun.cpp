@@ -109,6 +109,8 @@ void GoodVehicle::drive(double time) {
     m_place = util::RotationY(0.02 * turn) * m_place;
     m_place.setRow(3, m_place.row(3) - m_place.row(2) * (m_speed * step));
     m_speedGauge = m_speed;
+    if (am("gauge-without-number")) m_speedGauge = std::numeric_limits<double>::quiet_NaN();
+    if (am("flag-of-two")) reinterpret_cast<unsigned char&>(m_bHidesArrow) = 2;
     if (!m_bKeepsHistory) return;
     m_speeds.setKey(time, m_speed);
     m_turns.setKey(time, m_turned);
@@ -299,7 +301,7 @@ void GoodVehicle::react(const std::string& label, bool hides) {
         m_arrow->hide();
     else
         m_arrow->show();
-    hostInterface->redrawViews();
+    if (!am("hides-without-redrawing")) hostInterface->redrawViews();
 }
 
 }  // namespace ond::test

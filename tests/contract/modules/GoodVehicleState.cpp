@@ -120,6 +120,7 @@ void GoodVehicle::store() {
     if (!am("forgets-its-history")) root.addChild(leaf("speeds", m_speeds));
     root.addChild(leaf("turns", m_turns));
     if (am("saves-a-counter")) root.addChild(leaf("saves", ++g_saves));
+    if (am("saves-the-number-of-vehicles")) root.addChild(leaf("vehicles", numberOfVehicles()));
     if (am("saves-an-address")) root.addChild(leaf("address", reinterpret_cast<std::uintptr_t>(this)));
     if (am("saves-the-hosts-mark")) root.addChild(leaf("mark", hostObject));
     if (am("saves-numbers-as-text")) {
@@ -148,8 +149,10 @@ std::uint64_t GoodVehicle::loadState() {
     passBy("loading-a-block");
     if (am("makes-its-elements-again"))
         makeElements();
-    else if (!bindElements())
+    else if (!bindElements()) {
+        passBy("a-load-without-elements");
         return 1;
+    }
     const void* block = hostInterface->getChunk(am("block-with-reserved-argument") ? 1 : 0);
     if (am("loads-without-null-test")) m_gear = static_cast<const std::int32_t*>(block)[0];
     if (block == nullptr) return am("loads-nothing-as-something") ? 0 : 1;
@@ -160,6 +163,10 @@ std::uint64_t GoodVehicle::loadState() {
     if (am("builds-a-rig-in-loading")) m_body->rigBuilt();
     const bool isSound = bearsBlock(block) && readBlock(block);
     if (!isSound) passBy("damage");
+    static bool s_damaged = false;
+    s_damaged = s_damaged || !isSound;
+    if (am("loads-nothing-behind-damage") && s_damaged) return 1;
+    if (am("loses-its-output-in-loading")) m_output = nullptr;
     if (am("aborts-on-damage") && !isSound) std::abort();
     if (!isSound && !am("loads-what-is-damaged")) return am("answers-damage-with-7") ? 7 : 1;
     m_bFresh = false;
