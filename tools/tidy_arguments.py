@@ -6,8 +6,8 @@ Usage: tidy_arguments.py BUILD CHECKS FOLDER...
   CHECKS   further checks, as clang-tidy's --checks names them; may be empty
   FOLDER   every source file in it is analysed
 
-Files that the build compiles as a piece are analysed as that piece, which reads their headers once. What two checks find
-in a main file alone they look for in each file of the piece by itself.
+Files that the build compiles as a piece are analysed as that piece, which reads their headers once. What some checks
+find in a main file alone they look for in each file of the piece by itself, if it holds what they are about.
 """
 import json
 import pathlib
@@ -18,6 +18,11 @@ import sys
 # In a piece the sources are includes: their findings count, and that they are included does not.
 PIECE = ("-bugprone-suspicious-include", r"(libraries|plugins|hosts)/.*\.(h|cpp)$")
 MAIN_FILE_ONLY = "-*,misc-unused-alias-decls,misc-unused-using-decls,bugprone-suspicious-include"
+
+# A using declaration, a second name of a namespace, an include of a source.
+MAY_BE_FOUND = re.compile(
+    r'\busing\b[^=;]*;|\bnamespace\s+\w+\s*=|#\s*(include|include_next|import)\s*[<"][^>"]*\.(c|cc|cpp|cxx)[>"]'
+)
 
 
 def piece_parts(path: pathlib.Path) -> list[pathlib.Path]:
@@ -51,7 +56,9 @@ def main() -> None:
             piece_checks = ",".join(filter(None, [checks, PIECE[0]]))
             size = sum(part.stat().st_size for part in parts)
             lines.append((2, size, f"'--checks={piece_checks}' '--header-filter={PIECE[1]}' '{path}'"))
-            lines += [(0, 0, f"'--checks={MAIN_FILE_ONLY}' '{part}' -- {flags_of(command)}") for part in parts]
+            for part in parts:
+                if MAY_BE_FOUND.search(part.read_text()):
+                    lines.append((0, 0, f"'--checks={MAIN_FILE_ONLY}' '{part}' -- {flags_of(command)}"))
         elif path in wanted:
             lines.append((1, path.stat().st_size, f"'--checks={checks}' '{path}'"))
         wanted.difference_update(parts, [path])
