@@ -16,6 +16,7 @@ constexpr int kSecondCache = 2;
 constexpr std::size_t kElement = 384;
 
 void fetch(const void* memory, std::size_t bytes) {
+    if (memory == nullptr) return;
     const char* at = static_cast<const char*>(memory);
     for (const char* const end = at + bytes; at < end; at += kCacheLine) __builtin_prefetch(at, 0, kSecondCache);
 }
