@@ -17,6 +17,18 @@ using Colours = std::map<std::string, std::array<float, 3>>;
 /// text holds is skipped.
 void addColours(std::string_view text, Colours& colours);
 
+/// A material file under the name that a .obj file gives it.
+struct ColourFile {
+    std::string name;
+    std::filesystem::path path;
+};
+
+/// The material files in `files`, as a .obj file names them, that are in `folder` under their path or under their name
+/// alone. Each file is there once, whatever it is named by. The names of all others are appended to `missing`.
+[[nodiscard]] std::vector<ColourFile> findColourFiles(const std::vector<std::string>& files,
+                                                      const std::filesystem::path& folder,
+                                                      std::vector<std::string>& missing);
+
 /// The colours in `files`, as a .obj file names them. They are looked for in `folder` under their path and under their
 /// name alone; instead of those that are not there, the file called `stem` with the ending .mtl is read. Appends a
 /// warning if one cannot be read.

@@ -33,7 +33,7 @@ std::optional<std::int64_t> vertexOf(std::string_view corner) {
 
 class Reader {
   public:
-    explicit Reader(std::string_view text) : m_words(text) {}
+    Reader(std::string_view text, std::size_t mostParts) : m_words(text), m_mostParts(mostParts) {}
 
     ObjFile read() {
         while (m_words.nextLine()) readLine(m_words.next());
@@ -68,6 +68,7 @@ class Reader {
     }
 
     Words m_words;
+    std::size_t m_mostParts;
     ObjFile m_file;
     bool m_isObj = false;
     /// The part that the next face is in, made with its first face.
@@ -184,6 +185,10 @@ std::int64_t Reader::countWords() {
 
 Part& Reader::currentPart() {
     if (!m_part) {
+        if (m_file.parts.size() >= m_mostParts) {
+            throw GroundError("it has more than " + std::to_string(m_mostParts) +
+                              " objects and groups; join them and export the file again");
+        }
         m_part = m_file.parts.size();
         m_partOfName.try_emplace(m_name, *m_part);
         m_file.parts.push_back({m_name, {}, {}, {}});
@@ -195,6 +200,7 @@ void Reader::enterObject(std::string name) {
     const auto known = m_partOfName.find(name);
     m_part = known == m_partOfName.end() ? std::nullopt : std::optional(known->second);
     m_name = std::move(name);
+    m_group.clear();
 }
 
 /// Exporters repeat the name of a group that has not ended.
@@ -217,6 +223,6 @@ void Reader::addMaterialFile(std::string name) {
 
 }  // namespace
 
-ObjFile readObj(std::string_view text) { return Reader(text).read(); }
+ObjFile readObj(std::string_view text, std::size_t mostParts) { return Reader(text, mostParts).read(); }
 
 }  // namespace ond::stage::obj

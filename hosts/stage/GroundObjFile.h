@@ -11,6 +11,9 @@
 
 namespace ond::stage::obj {
 
+/// Most objects and groups with faces that are read. Each takes far more memory than the text that begins it.
+inline constexpr std::size_t kMostParts = 500'000;
+
 /// The faces of an object or a group.
 struct Part {
     /// Empty for what stands in no object and no group, and for one without a name.
@@ -37,7 +40,8 @@ struct ObjFile {
 };
 
 /// Reads a whole .obj file. Each coordinate becomes the double nearest to it. Faces may be on vertices that come later.
-/// Throws GroundError, without the name of the file, for a file that is damaged or of another kind.
-[[nodiscard]] ObjFile readObj(std::string_view text);
+/// Throws GroundError, without the name of the file, for a file that is damaged or of another kind or has more parts
+/// than `mostParts`.
+[[nodiscard]] ObjFile readObj(std::string_view text, std::size_t mostParts = kMostParts);
 
 }  // namespace ond::stage::obj

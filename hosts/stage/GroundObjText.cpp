@@ -26,7 +26,9 @@ std::size_t Words::jointLength() const {
 }
 
 void Words::skipToLineEnd() {
-    while (!atLineEnd()) m_at += std::max<std::size_t>(jointLength(), 1);
+    // By words, since a comment does not go on in the next line.
+    while (!next().empty()) {
+    }
 }
 
 bool Words::nextLine() {

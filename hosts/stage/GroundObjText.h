@@ -7,7 +7,8 @@
 namespace ond::stage::obj {
 
 /// Goes through a text line by line and word by word. A line ends with a line feed, a carriage return or both; a
-/// backslash before that joins the next line to it. The text must outlive this and all words of it.
+/// backslash before that joins the next line to it, except in a comment. The text must outlive this and all words of
+/// it.
 class Words {
   public:
     explicit Words(std::string_view text);

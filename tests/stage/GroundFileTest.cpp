@@ -4,10 +4,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "GroundFiles.h"
 #include "stage/GroundCheck.h"
+#include "stage/GroundFbxDepth.h"
 
 // The importer library does not free all that it has read when a file turns out to be damaged.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
@@ -342,6 +347,12 @@ TEST(GroundFbx, RefusesRecordsThatLieTooDeepInEachOther) {
     EXPECT_THAT(folder.errorOf("a.fbx", textOf(200000)), HasSubstr(tooDeep));
     EXPECT_THAT(folder.errorOf("a.fbx", textOf(201)), HasSubstr(tooDeep));
     EXPECT_THAT(folder.errorOf("a.fbx", textOf(200)), Not(HasSubstr(tooDeep)));
+    // Comments end at each of these.
+    for (const char end : {'\n', '\r', '\f'}) {
+        std::string text = std::string(";") + end;
+        for (int i = 0; i < 201; ++i) text += std::string("A: {") + end;
+        EXPECT_THAT(folder.errorOf("a.fbx", text), HasSubstr(tooDeep));
+    }
     const std::string braces(300, '{');
     EXPECT_THAT(folder.errorOf("a.fbx", ";" + braces + "\nA: \"" + braces + "\" {\n}\n"), Not(HasSubstr(tooDeep)));
     for (const std::uint32_t version : {7400U, 7500U}) {
@@ -350,6 +361,101 @@ TEST(GroundFbx, RefusesRecordsThatLieTooDeepInEachOther) {
         EXPECT_THAT(folder.errorOf("b.fbx", nestedFbx(version, width, 201)), HasSubstr(tooDeep));
         EXPECT_THAT(folder.errorOf("b.fbx", nestedFbx(version, width, 200)), Not(HasSubstr(tooDeep)));
     }
+}
+
+TEST(GroundFbx, RefusesRecordsAmongWhichOneIsZero) {
+    // An end of zero takes up a whole head, or only its own width: where the next record begins cannot be told.
+    const GroundFolder folder;
+    std::string bytes = nestedFbx(7400, 4, 2);
+    const std::size_t inner = 27 + 14;
+    bytes.replace(inner, 4, 4, '\0');
+    EXPECT_THAT(folder.errorOf("a.fbx", bytes), HasSubstr("records are damaged"));
+    for (const char end : {'\x01', '\x7f'}) {
+        bytes[inner] = end;
+        EXPECT_THAT(folder.errorOf("a.fbx", bytes), HasSubstr("records are damaged"));
+    }
+}
+
+/// A record of a binary file of 32 bit with values and, if it has any, inner records.
+std::string fbxRecord(std::size_t at, const std::string& name, const std::string& values, const std::string& inner) {
+    const std::string records = inner.empty() ? "" : inner + std::string(13, '\0');
+    std::string bytes;
+    append(bytes, static_cast<std::uint32_t>(at + 13 + name.size() + values.size() + records.size()));
+    append(bytes, std::uint32_t{3});
+    append(bytes, static_cast<std::uint32_t>(values.size()));
+    return bytes + static_cast<char>(name.size()) + name + values + records;
+}
+
+/// What checking a file with models 1 to `models` and these connections fails with; a text file and a binary one fail
+/// alike.
+std::string errorOfModels(int models, const std::vector<std::pair<int, int>>& links, const std::string& kind = "OO") {
+    std::string text = "Objects: {\n";
+    std::string binary("Kaydara FBX Binary  \0\x1a\0", 23);
+    append(binary, std::uint32_t{7400});
+    const auto number = [](int value) {
+        std::string bytes = "L";
+        append(bytes, static_cast<std::uint64_t>(value));
+        return bytes;
+    };
+    for (int i = 1; i <= models; ++i) {
+        text += "Model: " + std::to_string(i) + ", \"Model::m\", \"Null\" {\n}\n";
+        binary += fbxRecord(binary.size(), "Model", number(i), "");
+    }
+    text += "}\nConnections: {\n";
+    std::string inner;
+    const std::size_t innerAt = binary.size() + 13 + 11;
+    for (const auto& [child, parent] : links) {
+        text += "C: \"" + kind + "\"," + std::to_string(child) + "," + std::to_string(parent) + ", \"Look\"\n";
+        std::string values = "S";
+        append(values, std::uint32_t{2});
+        values += kind + number(child) + number(parent) + std::string("S\4\0\0\0Look", 9);
+        inner += fbxRecord(innerAt + inner.size(), "C", values, "");
+    }
+    text += "}\n";
+    binary += fbxRecord(binary.size(), "Connections", "", inner);
+    std::vector<std::string> errors;
+    for (const std::string& bytes : {text, binary}) {
+        try {
+            ond::stage::checkFbxDepth(bytes);
+            errors.emplace_back();
+        } catch (const GroundError& error) {
+            errors.emplace_back(error.what());
+        }
+    }
+    EXPECT_EQ(errors[0], errors[1]);
+    return errors[0];
+}
+
+TEST(GroundFbx, RefusesModelsThatLieInEachOtherWithoutEnd) {
+    EXPECT_EQ(errorOfModels(2, {{1, 0}, {2, 1}}), "");
+    EXPECT_THAT(errorOfModels(2, {{1, 0}, {2, 1}, {1, 2}}), HasSubstr("in a circle"));
+    EXPECT_THAT(errorOfModels(1, {{1, 0}, {1, 1}}), HasSubstr("in a circle"));
+    // One looks at the other; and a bone is a part of what moves a mesh that is below it.
+    EXPECT_EQ(errorOfModels(2, {{1, 2}, {2, 1}}, "OP"), "");
+    EXPECT_EQ(errorOfModels(2, {{1, 2}, {2, 1}}, "PP"), "");
+    EXPECT_EQ(errorOfModels(2, {{1, 0}, {2, 1}, {1, 50}, {50, 51}, {51, 2}}), "");
+
+    std::vector<std::pair<int, int>> chain;
+    for (int i = 1; i <= 1001; ++i) chain.emplace_back(i, i - 1);
+    EXPECT_THAT(errorOfModels(1001, chain), HasSubstr("models lie more than 1000 deep"));
+    chain.pop_back();
+    EXPECT_EQ(errorOfModels(1000, chain), "");
+    // Two connections each double what is below.
+    chain.resize(100);
+    chain.insert(chain.end(), chain.begin(), chain.end());
+    EXPECT_THAT(errorOfModels(100, chain), HasSubstr("in more than 1000000 places"));
+}
+
+TEST(GroundFbx, RefusesACircleInAFileAndReadsADeepOne) {
+    const GroundFolder folder;
+    EXPECT_THAT(folder.errorOf("a.fbx", fbxOf(FbxSettings(), "", "\tC: \"OO\",3000,2000\n")), HasSubstr("in a circle"));
+    std::string models;
+    std::string links;
+    for (int i = 1; i <= 990; ++i) {
+        models += "\tModel: " + std::to_string(5000 + i) + ", \"Model::m" + std::to_string(i) + "\", \"Null\" {\n\t}\n";
+        links += "\tC: \"OO\"," + std::to_string(5000 + i) + "," + std::to_string(i == 1 ? 2000 : 4999 + i) + "\n";
+    }
+    EXPECT_EQ(folder.read("b.fbx", fbxOf(FbxSettings(), models, links)).nodes.size(), 992U);
 }
 
 TEST(GroundFbx, TellsTheMotionOfItsNodes) {

@@ -16,12 +16,15 @@
 #include <vector>
 
 #include "GroundFiles.h"
+#include "stage/GroundObjColours.h"
+#include "stage/GroundObjFile.h"
 #include "stage/GroundWord.h"
 #include "util/PinnedRandom.h"
 
 namespace {
 
 using namespace ond::test;
+namespace obj = ond::stage::obj;
 using ond::stage::GroundNode;
 using ond::stage::GroundScene;
 using ond::stage::readObjGround;
@@ -144,9 +147,22 @@ TEST(GroundObj, HasAMeshForEachObjectAndGroupWithFaces) {
                 ElementsAre("wall", "roof"));
     EXPECT_THAT(namesOfObj(objOf("o\n" + kOneTriangle + "g\n" + face)), ElementsAre("file"));
     EXPECT_THAT(namesOfObj(objOf("g a\n" + kOneTriangle + "g\n" + face)), ElementsAre("a", "file"));
+    EXPECT_THAT(namesOfObj(objOf("o a\ng wall\n" + kOneTriangle + "o b\ng wall\n" + face)),
+                ElementsAre("wall", "wall"));
     // An exporter that names the group before each face; and a group that comes again later is another one.
     EXPECT_THAT(namesOfObj(objOf("g a\n" + kOneTriangle + "g a\n" + face + "g b\n" + face + "g a\n" + face)),
                 ElementsAre("a", "b", "a"));
+}
+
+TEST(GroundObj, RefusesMorePartsThanFitIntoMemory) {
+    const std::string text = "v 0 0 0\ng\nf 1 1 1\ng a\nf 1 1 1\ng\nf 1 1 1\nf 1 1 1\n";
+    EXPECT_EQ(obj::readObj(text, 3).parts.size(), 3U);
+    try {
+        (void)obj::readObj(text + "g b\nf 1 1 1\n", 3);
+        ADD_FAILURE();
+    } catch (const ond::stage::GroundError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("more than 3 objects and groups; join them"));
+    }
 }
 
 TEST(GroundObj, GoesOnWithAnObjectThatComesAgain) {
@@ -177,6 +193,7 @@ TEST(GroundObj, ReadsEveryWayOfWritingALine) {
              std::string("  v 0 0 0 \n\tv\t0  0\t1\nv 1 0 0\n\n \n\tf 1\t2  3\t\n"),
              std::string("v 0 0 0 # the first\nv 0 0 1 #\nv 1 0 0\n#f 3 2 1\nf 1 2 3 # 1\n# ends in a backslash \\\n"),
              std::string("v 0 \\\n0 0\nv \\\r\n0 0 1\nv 1 0\\\n 0\nf 1 2 \\\n\\\n3\nv\\\r 5 5 5 \\"),
+             std::string("vn 0 1 0 # up\\\nv 0 0 0 #\\\nv 0 0 1\nvt 0 \\\n# here \\\nv 1 0 0\nf 1 2 3 # 1 \\\n"),
              std::string("v 0 0 0 1\nv 0 0 3 3.0\nv -2 0 0 -2\nf 1 2 3\n"),
              std::string("v 0 0 0 1 0.5 0\nv 0 0 1 255 0 0 1\nv 1 0 0 0 0\nf 1 2 3\n"),
              vertices + "\nf 1/1 2/1 3/1\n",
@@ -257,6 +274,27 @@ TEST(GroundObj, ReadsTheColourOfItsMaterial) {
     EXPECT_THAT(colourOfNode("asphalt"), ElementsAre(0.25F, 0.5F, 0.75F));
     EXPECT_THAT(colourOfNode("light grey"), ElementsAre(0.5F, 0.5F, 0.5F));
     for (const char* none : {"far", "file", "none", "unknown"}) EXPECT_THAT(colourOfNode(none), IsEmpty()) << none;
+}
+
+TEST(GroundObj, ABackslashAtTheEndOfAFolderEndsItsLine) {
+    obj::Colours colours;
+    obj::addColours("newmtl a\nKd 1 0 \\\n0\nmap_Kd C:\\tex\\\nnewmtl b\nKd 0 0 1\n", colours);
+    EXPECT_THAT(colours["a"], ElementsAre(1.0F, 0.0F, 0.0F));
+    EXPECT_THAT(colours["b"], ElementsAre(0.0F, 0.0F, 1.0F));
+}
+
+TEST(GroundObj, FindsEachMaterialFileOnce) {
+    const GroundFolder folder;
+    (void)folder.write("a.mtl", "");
+    (void)folder.write("b c.mtl", "");
+    std::vector<std::string> missing;
+    std::vector<std::string> names;
+    for (const obj::ColourFile& file : obj::findColourFiles(
+             {"a.mtl ./a.mtl a.mtl", "gone\\a.mtl", "b c.mtl", "a.mtl", "gone.mtl"}, folder.path("."), missing)) {
+        names.push_back(file.name);
+    }
+    EXPECT_THAT(names, ElementsAre("a.mtl", "b c.mtl"));
+    EXPECT_THAT(missing, ElementsAre("gone.mtl"));
 }
 
 TEST(GroundObj, HasTheFirstColourOfEachPart) {

@@ -37,12 +37,14 @@ def read_obj(path, at=(0.0, 0.0, 0.0)):
     """(name, Mesh) of a .obj file that has one object of triangles, moved by `at`."""
     name, vertices, faces = None, [], []
     for words in map(str.split, path.read_text().splitlines()):
+        if not words:
+            continue
         if words[0] == "o":
             name = words[1]
         elif words[0] == "v":
             vertices.append([float(word) + offset for word, offset in zip(words[1:], at, strict=True)])
         elif words[0] == "f":
-            first, second, third = (int(word) - 1 for word in words[1:])
+            first, second, third = (int(word.split("/")[0]) - 1 for word in words[1:])
             faces.append((first, second, third))
     return name, Mesh(vertices, faces)
 
