@@ -15,7 +15,8 @@ VehiclePtr declareVehicle(RecordingHost& host) {
     return vehicle;
 }
 
-Car::Car(Casting how, const Terrain* terrain, const Vector& place) : casting(how), vehicle(declareVehicle(host)) {
+Car::Car(Casting how, const Terrain* terrain, const Vector& place, std::shared_ptr<Recording> into)
+    : casting(how), host(std::move(into)), vehicle(declareVehicle(host)) {
     vehicle->createRig();
     for (const char* follower : {"ChassisRelocatorMesh", "WheelRelocatorMesh_FL", "WheelRelocatorMesh_FR",
                                  "WheelRelocatorMesh_BL", "WheelRelocatorMesh_BR"})
@@ -54,9 +55,11 @@ void Car::reserveKeys(std::size_t frames) {
         variable.keys.resize(frames + 2);
         variable.keys.clear();
     });
-    // 17 in a frame, and more while wheels turn fast.
-    host.reserveKeys(25 * frames + 200);
+    host.recording.reserve(hostKeys(frames));
 }
+
+// 17 in a frame, and more while wheels turn fast.
+std::size_t Car::hostKeys(std::size_t frames) { return 25 * frames + 200; }
 
 void Car::nextFrame() { host.recording.now = ++frame * host.frameStep; }
 

@@ -27,7 +27,9 @@ class Car {
     /// Ready to start at time 0, with pedal and steering held for a wide curve.
     /// @param terrain must outlive the car; null for the plane, and only then
     /// @param place of the car on the terrain, as Terrain::place() has it
-    Car(Casting how, const Terrain* terrain, const Vector& place);
+    /// @param into what its host records into
+    Car(Casting how, const Terrain* terrain, const Vector& place,
+        std::shared_ptr<Recording> into = std::make_shared<Recording>());
     Car(const Car&) = delete;
     Car& operator=(const Car&) = delete;
 
@@ -41,6 +43,8 @@ class Car {
     /// Before the first run: gets memory for the keys of so many frames ready, pages included, in the vehicle's
     /// histories and in the host.
     void reserveKeys(std::size_t frames);
+    /// How many keys the host makes in so many frames, at most.
+    [[nodiscard]] static std::size_t hostKeys(std::size_t frames);
 
     /// Moves the clock to the next frame. Times are those that a host derives.
     void nextFrame();

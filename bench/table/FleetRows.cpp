@@ -1,7 +1,7 @@
 // What a vehicle costs beside 99 others on the same terrain, and how many of them one core drives in real time.
 //
-// Each vehicle is in a scene of its own, as far as the module knows. All of them drive a frame in turn, so that each
-// comes upon caches that the others have used; between such frames one of them drives alone.
+// All of them drive a frame in turn, so that each comes upon caches that the others have used, and are recorded into
+// one list, as a host does; between such frames one of them drives alone.
 #include <memory>
 #include <vector>
 
@@ -24,9 +24,11 @@ constexpr double kFrameOfRealTime = 0.04;
 
 std::vector<std::unique_ptr<Car>> makeFleet(const Terrain& terrain, int frames) {
     std::vector<std::unique_ptr<Car>> cars;
+    const auto recording = std::make_shared<Recording>();
+    recording->reserve(kVehicles * Car::hostKeys(static_cast<std::size_t>(frames)));
     for (int i = 0; i < kVehicles; ++i) {
         const Vector place = terrain.place(0.3 + 0.04 * (i % 10), 0.3 + 0.04 * (i / 10));
-        cars.push_back(std::make_unique<Car>(Casting::bullet, &terrain, place));
+        cars.push_back(std::make_unique<Car>(Casting::bullet, &terrain, place, recording));
         cars.back()->reserveKeys(static_cast<std::size_t>(frames));
         cars.back()->start();
     }

@@ -24,13 +24,10 @@ HostCall::~HostCall() {
     if (m_meter.isOn) m_meter.nanoseconds += nowNanoseconds() - m_start;
 }
 
-void Recording::add(const Element& element, const util::Matrix4& world) {
-    keys.push_back({&element, now, world});
-    if (keys.size() == keys.capacity()) return;
-    // The next key comes soon, and where it goes has not been written for long.
-    const char* const next = reinterpret_cast<const char*>(keys.data() + keys.size());
-    for (std::size_t line = 0; line < sizeof(Key); line += 64) __builtin_prefetch(next + line, 1);
-    __builtin_prefetch(next + sizeof(Key) - 1, 1);
+void Recording::reserve(std::size_t count) {
+    if (!keys.empty() || count <= keys.capacity()) return;
+    keys.resize(count, Key{nullptr, 0.0, {}});
+    keys.clear();
 }
 
 ovs::MeshHandle* Element::getParent() {
@@ -57,14 +54,14 @@ void Element::setLocalMatrix(const util::Matrix4& matrix) {
     const HostCall call(m_recording.meter, HostMeter::writes);
     m_local = matrix;
     moveTo(parent != nullptr ? parent->world * m_local : m_local);
-    m_recording.add(*this, world);
+    m_recording.keys.push_back({this, m_recording.now, world});
 }
 
 void Element::setWorldMatrix(const util::Matrix4& matrix) {
     const HostCall call(m_recording.meter, HostMeter::writes);
     if (m_rides) m_local = Inverse(parent->world) * matrix;
     moveTo(matrix);
-    m_recording.add(*this, world);
+    m_recording.keys.push_back({this, m_recording.now, world});
 }
 
 void Element::ride() {
@@ -100,17 +97,12 @@ bool GroundSurface::intersect(const util::Vector3<double>& origin, const util::V
     return m_tree != nullptr && m_tree->intersect(origin, direction, t, normal);
 }
 
-RecordingHost::RecordingHost() {
+RecordingHost::RecordingHost(std::shared_ptr<Recording> into) : m_recording(std::move(into)), recording(*m_recording) {
     m_link.descriptor = &m_descriptor;
     link = &m_link;
 }
 
 RecordingHost::~RecordingHost() = default;
-
-void RecordingHost::reserveKeys(std::size_t keys) {
-    recording.keys.resize(keys, Key{nullptr, 0.0, {}});
-    recording.keys.clear();
-}
 
 void RecordingHost::keepPoses() {
     for (const auto& [name, element] : elements) element->keepPose();

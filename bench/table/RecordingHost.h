@@ -62,8 +62,8 @@ struct Key {
 
 /// What elements share.
 struct Recording {
-    /// Takes down what an element was given just now.
-    void add(const Element& element, const util::Matrix4& world);
+    /// Gets memory for so many keys ready, pages included, if there are none yet.
+    void reserve(std::size_t count);
 
     std::vector<Key> keys;  ///< of all elements, in the order in which they came
     double now = 0.0;
@@ -165,10 +165,15 @@ class StampOnly final : public ovs::CCameraPlugin {
 /// One scene with one ground at most. The clock is part of the recording, one frame is `frameStep`; both in seconds.
 class RecordingHost final : public ovs::CInterface {
   public:
-    RecordingHost();
+    /// @param into what it records into, which hosts may share
+    explicit RecordingHost(std::shared_ptr<Recording> into = std::make_shared<Recording>());
     ~RecordingHost() override;
 
-    Recording recording;
+  private:
+    std::shared_ptr<Recording> m_recording;
+
+  public:
+    Recording& recording;
     double frameStep = 0.04;
     std::vector<std::unique_ptr<Axis>> inputs;
     std::map<std::string, std::unique_ptr<Element>> elements;  ///< by bare name
@@ -178,9 +183,6 @@ class RecordingHost final : public ovs::CInterface {
     std::vector<unsigned char> block;     ///< as stored
     std::uint64_t blockLength = 0;        ///< of the block stored last
     std::vector<std::string> complaints;  ///< texts of message boxes: a sound scene gives none
-
-    /// Gets memory for so many keys ready, pages included.
-    void reserveKeys(std::size_t keys);
 
     /// Every element back to where it was at keepPoses(), as a host does that goes back on its timeline.
     void keepPoses();

@@ -39,9 +39,9 @@ void frameInSteps(ovs::addon::CCarCamObject& v, double time, UpdateWheel&& updat
     v.cCarCam.vGravityDir = -util::Normalized(v.cGravityDirectionNode.mPrev.row(1));
     if (v.cCarCam.pcInput[pcInput_EXTERNAL_FORCE].raw != 0.0) v.cExternalForceNode.update(time);
     done(Step::inputs);
-    fetchBody(v);
-    fetchCorner(v, 0);
+    fetchAheadOfStep(v);
     StepCar(v.cCarCam, dt);
+    fetchAheadOfBody(v);
     done(Step::carStep);
     v.cCarBodyNode.update(time);
     v.cChassisRelocatorNode.update(time);

@@ -1,6 +1,7 @@
 // The probing of the wheels through the physics world beside its plain form: every output the same, to the bit.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -148,7 +149,9 @@ class WheelProbing : public testing::Test {
 
     /// Side rays of an update with the present settings, at most.
     long raysOf() {
-        const long toEachSide = vehicle->iRayMultiplier - 1;
+        // None looks up.
+        const auto mostToASide = static_cast<long>(90.0 / vehicle->dDegsPerRay);
+        const long toEachSide = std::min<long>(vehicle->iRayMultiplier - 1, mostToASide);
         return toEachSide < 1 ? 1 : 1 + (2 * toEachSide + 1) * (vehicle->bAddRaysAtWheelEdges ? 3 : 1);
     }
 

@@ -9,6 +9,8 @@
 #include <cmath>
 #endif
 
+#include "ond/util/Vector3.h"
+
 namespace ond::ovs::addon {
 
 /// Arithmetic and comparisons work lane by lane; a comparison gives 0 or -1 per lane.
@@ -18,6 +20,18 @@ using FourMasks = int __attribute__((vector_size(16)));
 using FourDoubles = double __attribute__((vector_size(32), aligned(16)));
 
 [[nodiscard]] inline FourFloats allFour(float value) { return FourFloats{value, value, value, value}; }
+
+/// Four vectors side by side.
+struct FourVectors {
+    FourFloats x;
+    FourFloats y;
+    FourFloats z;
+};
+
+/// The same vector four times.
+[[nodiscard]] inline FourVectors allFour(const util::Vector3<double>& v) {
+    return {allFour(static_cast<float>(v.x)), allFour(static_cast<float>(v.y)), allFour(static_cast<float>(v.z))};
+}
 
 /// The lesser of each lane; that of `b` where one is not a number.
 [[nodiscard]] inline FourFloats lesser(FourFloats a, FourFloats b) {

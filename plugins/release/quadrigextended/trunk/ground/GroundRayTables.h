@@ -54,7 +54,7 @@ struct alignas(64) EightBoxes {
     static constexpr float kInfinity = std::numeric_limits<float>::infinity();
 };
 
-/// Sixteen of them, in halves.
+/// Sixteen numbers in single precision, in halves.
 using SixteenFloats = std::array<EightFloats, 2>;
 
 /// Four double-precision numbers: for each of x, y, z, and one that counts for nothing.

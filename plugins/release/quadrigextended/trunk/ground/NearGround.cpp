@@ -311,7 +311,7 @@ void NearGround::testCandidate(Nearest& nearest, std::size_t narrowed) const {
 bool NearGround::hitsGathered(const Vector& direction, double length) {
     const btVector3 from = toBullet(m_origin);
     const btVector3 to = from + toBullet(direction) * length;
-    const NearTriangles::Direction along(direction);
+    const FourVectors along = allFour(direction);
     const std::size_t groups = (m_triangles.numNarrowed() + 3) / 4;
     std::size_t group = m_guess;
     for (std::size_t i = 0; i < groups; ++i, ++group) {
@@ -370,7 +370,7 @@ bool NearGround::castDown(const Vector& direction, double length, double& t, Vec
     const btVector3 from = toBullet(m_column.top);
     const btVector3 to = from + toBullet(direction) * length;
     faceColumn();
-    const NearTriangles::Direction along(direction);
+    const FourVectors along = allFour(direction);
     Nearest nearest(from, to);
     for (std::size_t group = 0; 4 * group < m_triangles.numNarrowed(); ++group)
         for (unsigned left = m_triangles.couldBeHit(group, along); left != 0; left &= left - 1)

@@ -24,15 +24,9 @@ constexpr float kOutside = 2e-4F;
 // More than rounding takes from a squared distance.
 constexpr float kWider = 1.0F + 2e-5F;
 
-struct FourPoints {
-    FourFloats x;
-    FourFloats y;
-    FourFloats z;
-};
-
-FourPoints operator-(const FourPoints& a, const FourPoints& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-FourFloats dot(const FourPoints& a, const FourPoints& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-FourPoints cross(const FourPoints& a, const FourPoints& b) {
+FourVectors operator-(const FourVectors& a, const FourVectors& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+FourFloats dot(const FourVectors& a, const FourVectors& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+FourVectors cross(const FourVectors& a, const FourVectors& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
@@ -48,15 +42,15 @@ FourFloats extentOf(const Corners& c) {
 }
 
 template <class Corners>
-FourPoints corner(const Corners& c, int i) {
+FourVectors corner(const Corners& c, int i) {
     return {c.x[i], c.y[i], c.z[i]};
 }
 
 template <class Corners>
 FourFloats squaredLongestEdge(const Corners& c) {
-    const FourPoints ab = corner(c, 1) - corner(c, 0);
-    const FourPoints ac = corner(c, 2) - corner(c, 0);
-    const FourPoints bc = corner(c, 2) - corner(c, 1);
+    const FourVectors ab = corner(c, 1) - corner(c, 0);
+    const FourVectors ac = corner(c, 2) - corner(c, 0);
+    const FourVectors bc = corner(c, 2) - corner(c, 1);
     return greatestOf(dot(ab, ab), dot(ac, ac), dot(bc, bc));
 }
 
@@ -83,7 +77,7 @@ constexpr std::array<Kept, 16> kKept = [] {
     return all;
 }();
 
-/// Bit by bit whether a ray that passes could hit; `limit` tells of those that do so within the limit.
+/// Bit by bit whether a ray could hit; `out` has those that are known not to.
 unsigned couldHit(FourFloats slope, FourFloats first, FourFloats second, FourFloats edgeMargin, FourMasks out) {
     const FourFloats least = -(kOutside * slope + edgeMargin);
     out = out | (first < least) | (second < least) | (slope - first - second < least);
@@ -125,7 +119,7 @@ NearTriangles::Corners NearTriangles::sideBySide(const Triangle& a, const Triang
 }
 
 void NearTriangles::spread(const Vector& across) {
-    const Direction axis(across);
+    const FourVectors axis = allFour(across);
     // Behind the last one there are more of it.
     for (std::size_t i = m_count; i % 4 != 0; ++i) m_triangles[i] = m_triangles[m_count - 1];
     for (std::size_t i = 0; 4 * i < m_count; ++i) {
@@ -163,7 +157,7 @@ void NearTriangles::prepare(std::size_t group) {
         sideBySide(m_triangles[numbers[0]], m_triangles[numbers[1]], m_triangles[numbers[2]], m_triangles[numbers[3]]);
     m_chosen[group] = c;
     Plane& plane = m_planes[group];
-    const FourPoints normal = cross(corner(c, 1) - corner(c, 0), corner(c, 2) - corner(c, 0));
+    const FourVectors normal = cross(corner(c, 1) - corner(c, 0), corner(c, 2) - corner(c, 0));
     plane.normal[0] = normal.x;
     plane.normal[1] = normal.y;
     plane.normal[2] = normal.z;
@@ -178,21 +172,20 @@ void NearTriangles::prepare(std::size_t group) {
 }
 
 void NearTriangles::face(const Vector& origin) {
-    const Direction at((origin - m_centre) * m_perUnit);
+    const FourVectors at = allFour((origin - m_centre) * m_perUnit);
     for (std::size_t i = 0; 4 * i < m_numNarrowed; ++i) face(i, at);
 }
 
-void NearTriangles::face(std::size_t group, const Direction& origin) {
+void NearTriangles::face(std::size_t group, const FourVectors& origin) {
     const Corners& corners = m_chosen[group];
     const Plane& plane = m_planes[group];
-    const FourPoints start{origin.x, origin.y, origin.z};
-    const FourPoints a = corner(corners, 0) - start;
-    const FourPoints b = corner(corners, 1) - start;
-    const FourPoints c = corner(corners, 2) - start;
+    const FourVectors a = corner(corners, 0) - origin;
+    const FourVectors b = corner(corners, 1) - origin;
+    const FourVectors c = corner(corners, 2) - origin;
     Facing& facing = m_facing[group];
     facing.distance = dot({plane.normal[0], plane.normal[1], plane.normal[2]}, a);
-    const FourPoints first = cross(a, b);
-    const FourPoints second = cross(b, c);
+    const FourVectors first = cross(a, b);
+    const FourVectors second = cross(b, c);
     facing.first[0] = first.x;
     facing.first[1] = first.y;
     facing.first[2] = first.z;
@@ -203,7 +196,7 @@ void NearTriangles::face(std::size_t group, const Direction& origin) {
         const FourFloats outside = greater(leastOf(u, v, w), -greatestOf(u, v, w)) - plane.boxMargin;
         return greater(outside, allFour(0.0F));
     };
-    const FourPoints gap{away(a.x, b.x, c.x), away(a.y, b.y, c.y), away(a.z, b.z, c.z)};
+    const FourVectors gap{away(a.x, b.x, c.x), away(a.y, b.y, c.y), away(a.z, b.z, c.z)};
     facing.near = ~bitsOf(dot(gap, gap) > allFour(kWider)) & firstOf(m_numNarrowed - 4 * group);
 }
 
@@ -249,7 +242,7 @@ unsigned NearTriangles::raysThatCouldHit(std::size_t narrowed, const RayFan::Gro
                     allFour(plane.edgeMargin[lane]), out);
 }
 
-unsigned NearTriangles::couldBeHit(std::size_t group, const Direction& direction) const {
+unsigned NearTriangles::couldBeHit(std::size_t group, const FourVectors& direction) const {
     const Plane& plane = m_planes[group];
     const Facing& facing = m_facing[group];
     const auto along = [&](const FourFloats* v) {

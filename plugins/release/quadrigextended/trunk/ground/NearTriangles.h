@@ -24,17 +24,6 @@ class NearTriangles {
   public:
     using Vector = util::Vector3<double>;
 
-    /// A direction in all four lanes.
-    struct Direction {
-        FourFloats x;
-        FourFloats y;
-        FourFloats z;
-        explicit Direction(const Vector& v)
-            : x(allFour(static_cast<float>(v.x))),
-              y(allFour(static_cast<float>(v.y))),
-              z(allFour(static_cast<float>(v.z))) {}
-    };
-
     /// Forgets all triangles.
     /// @param centre where coordinates count from
     /// @param unit of length: the reach
@@ -74,7 +63,8 @@ class NearTriangles {
     /// What lookAt() found, in the order of the chosen ones.
     [[nodiscard]] std::span<const Possible> possible() const { return {m_possible.data(), m_numPossible}; }
     /// Of four chosen ones, from number 4 * `group` on, which a ray could hit however far away.
-    [[nodiscard]] unsigned couldBeHit(std::size_t group, const Direction& direction) const;
+    /// @param direction in all four lanes
+    [[nodiscard]] unsigned couldBeHit(std::size_t group, const FourVectors& direction) const;
 
   private:
     /// The fourth number of the first corner tells how far a hit moves: infinitely on unsound triangles. Those of the
@@ -111,7 +101,7 @@ class NearTriangles {
 
     static Corners sideBySide(const Triangle& a, const Triangle& b, const Triangle& c, const Triangle& d);
     void prepare(std::size_t group);
-    void face(std::size_t group, const Direction& origin);
+    void face(std::size_t group, const FourVectors& origin);
     [[nodiscard]] unsigned raysThatCouldHit(std::size_t narrowed, const RayFan::Group& rays) const;
 
     Vector m_centre;

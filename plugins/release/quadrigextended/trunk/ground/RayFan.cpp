@@ -17,17 +17,6 @@ void fillFrom(FourFloats& v, std::size_t lane, double value) {
     for (; lane < 4; ++lane) v[lane] = static_cast<float>(value);
 }
 
-struct FourVectors {
-    FourFloats x;
-    FourFloats y;
-    FourFloats z;
-
-    explicit FourVectors(const Vector& v)
-        : x(allFour(static_cast<float>(v.x))),
-          y(allFour(static_cast<float>(v.y))),
-          z(allFour(static_cast<float>(v.z))) {}
-};
-
 }  // namespace
 
 void FanAngles::clear() {
@@ -77,9 +66,9 @@ void RayFan::turn(const FanAngles& angles, const Vector& straight, const Vector&
         m_groups.resize(angles.groups.size());
         m_balls.resize(angles.groups.size());
     }
-    const FourVectors u(straight);
-    const FourVectors v(alongAxle);
-    const FourVectors w(aside);
+    const FourVectors u = allFour(straight);
+    const FourVectors v = allFour(alongAxle);
+    const FourVectors w = allFour(aside);
     for (std::size_t i = 0; i < angles.groups.size(); ++i) {
         const FanAngles::Group& by = angles.groups[i];
         m_groups[i].x = by.alongStraight * u.x + by.alongAxle * v.x + by.aside * w.x;
@@ -108,7 +97,7 @@ void RayFan::box(Vector& lowest, Vector& highest) const {
 }
 
 void RayFan::range(const Vector& axis, double& from, double& to) const {
-    const FourVectors a(axis);
+    const FourVectors a = allFour(axis);
     FourFloats low{};
     FourFloats high{};
     for (std::size_t i = 0; i < numGroups(); ++i) {

@@ -24,8 +24,7 @@ struct SideRays {
     std::vector<SideRay> rays;  ///< an odd number; the middle one points straight down
     FanAngles angles;           ///< the same for a RayFan
 
-    SideRays() = default;
-    SideRays(double step, std::size_t toEachSide);
+    void spread(double stepAngle, std::size_t toEachSide);
 };
 
 /// Rays with these angles; where they point is what the last user left. All wheels of all vehicles share them, so that

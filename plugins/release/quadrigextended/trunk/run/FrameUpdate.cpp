@@ -79,9 +79,9 @@ void updateFrame(CCarCamObject& v, double time) {
     readInputs(v);
     follow(v, time, dt);
     readWorld(v, time);
-    fetchBody(v);
-    fetchCorner(v, 0);
+    fetchAheadOfStep(v);
     StepCar(v.cCarCam, dt);
+    fetchAheadOfBody(v);
     v.cCarBodyNode.update(time);
     v.cChassisRelocatorNode.update(time);
     updateCorners(v, time);

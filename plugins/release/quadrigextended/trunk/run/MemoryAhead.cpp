@@ -16,9 +16,11 @@ constexpr int kSecondCache = 2;
 constexpr std::size_t kElement = 384;
 
 void fetch(const void* memory, std::size_t bytes) {
-    if (memory == nullptr) return;
+    if (memory == nullptr || bytes == 0) return;
     const char* at = static_cast<const char*>(memory);
-    for (const char* const end = at + bytes; at < end; at += kCacheLine) __builtin_prefetch(at, 0, kSecondCache);
+    const char* const last = at + bytes - 1;
+    for (; at < last; at += kCacheLine) __builtin_prefetch(at, 0, kSecondCache);
+    __builtin_prefetch(last, 0, kSecondCache);
 }
 
 /// From one place in an object to another.
@@ -32,27 +34,45 @@ void fetchOwn(const Node& node) {
     fetch(static_cast<const rig::SceneNode*>(&node) + 1, &node + 1);
 }
 
-/// What a frame reads, and the element.
+/// What a frame reads of it.
 template <class Node>
 void fetchNode(const Node& node) {
-    fetch(node.pMesh, kElement);
     fetch(&node, &node.mPrev2);
     fetchOwn(node);
 }
 
-/// All other nodes.
-void fetchRest(const CCarCamObject& v) {
-    fetchNode(v.cRelativeTurnBaseNode);
-    fetchNode(v.cBaseMeshNode);
-    fetchNode(v.cSteeringWheelNode);
-    fetchNode(v.cFollowCamNode);
-    fetchNode(v.cDriverCamNode);
-    fetchNode(v.cTopViewCamNode);
-    for (const unidevice::Property* output : v.aOutputProperties) __builtin_prefetch(output, 1, kSecondCache);
+void fetchElement(const rig::SceneNode& node) { fetch(node.pMesh, kElement); }
+
+void fetchCornerNodes(const CCarCamObject& v, std::size_t corner) {
+    if (corner < v.aWheelRelocatorNodes.size()) __builtin_prefetch(&v.aWheelRelocatorNodes[corner], 0, kSecondCache);
+    if (corner < v.aWheelNodes.size()) {
+        fetchNode(v.aWheelNodes[corner]);
+        fetch(&v.aWheelNodes[corner].mPrev2, sizeof(util::Matrix4));
+    }
+    if (corner < v.aWheelCenterNodes.size()) fetchNode(v.aWheelCenterNodes[corner]);
+    if (corner < v.aWheelCenterSuspensionNodes.size()) fetchNode(v.aWheelCenterSuspensionNodes[corner]);
 }
 
-/// The histories and where their next keys will be; this part of as many as there are wheels.
-void fetchHistories(CCarCamObject& v, std::size_t part) {
+void fetchCornerElements(const CCarCamObject& v, std::size_t corner) {
+    if (corner < v.aWheelRelocatorNodes.size()) fetchElement(v.aWheelRelocatorNodes[corner]);
+    if (corner < v.aWheelNodes.size()) fetchElement(v.aWheelNodes[corner]);
+    if (corner < v.aWheelCenterNodes.size()) fetchElement(v.aWheelCenterNodes[corner]);
+    if (corner < v.aWheelCenterSuspensionNodes.size()) fetchElement(v.aWheelCenterSuspensionNodes[corner]);
+}
+
+/// Visits all nodes that are updated behind the corners.
+template <class Visit>
+void forEachOfRest(const CCarCamObject& v, Visit visit) {
+    visit(v.cRelativeTurnBaseNode);
+    visit(v.cSteeringWheelNode);
+    visit(v.cBaseMeshNode);
+    visit(v.cFollowCamNode);
+    visit(v.cTopViewCamNode);
+    visit(v.cDriverCamNode);
+}
+
+/// Where the next keys of the histories will be; this part of as many as there are wheels.
+void fetchEndsOfHistories(CCarCamObject& v, std::size_t part) {
     std::size_t number = 0;
     forEachVariable(v, [&](const AnimatedRow&, auto& variable, const auto*) {
         if (number++ % kNumWheels == part)
@@ -65,28 +85,33 @@ void fetchHistories(CCarCamObject& v, std::size_t part) {
 void fetchCar(const CCarCamObject& v) {
     for (const unidevice::Property* input : v.aInputProperties) __builtin_prefetch(input, 0, kSecondCache);
     fetch(&v.cCarCam, sizeof v.cCarCam);
+    fetch(&v.aWheelRelocatorNodes, &v.cRelativeTurnBaseNode);
 }
 
-void fetchBody(const CCarCamObject& v) {
+void fetchAheadOfStep(const CCarCamObject& v) {
     fetchNode(v.cCarBodyNode);
     fetchNode(v.cChassisRelocatorNode);
     fetchNode(v.cGravityDirectionNode);
+    fetchCornerNodes(v, 0);
+    fetch(&v.ancCarCamcCarBodyfRelYPos, &v.aInputProperties);
 }
 
-void fetchCorner(const CCarCamObject& v, std::size_t corner) {
-    if (corner < v.aWheelRelocatorNodes.size()) fetch(v.aWheelRelocatorNodes[corner].pMesh, kElement);
-    if (corner < v.aWheelNodes.size()) {
-        fetchNode(v.aWheelNodes[corner]);
-        fetch(&v.aWheelNodes[corner].mPrev2, sizeof(util::Matrix4));
-    }
-    if (corner < v.aWheelCenterNodes.size()) fetchNode(v.aWheelCenterNodes[corner]);
-    if (corner < v.aWheelCenterSuspensionNodes.size()) fetchNode(v.aWheelCenterSuspensionNodes[corner]);
+void fetchAheadOfBody(const CCarCamObject& v) {
+    fetchElement(v.cCarBodyNode);
+    fetchElement(v.cChassisRelocatorNode);
+    fetchElement(v.cGravityDirectionNode);
+    fetchCornerElements(v, 0);
+    fetchCornerNodes(v, 1);
 }
 
 void fetchAheadOfCorner(CCarCamObject& v, std::size_t corner) {
-    fetchHistories(v, corner);
-    fetchCorner(v, corner + 1);
-    if (corner == 0) fetchRest(v);
+    fetchCornerElements(v, corner + 1);
+    fetchCornerNodes(v, corner + 2);
+    fetchEndsOfHistories(v, corner);
+    if (corner == 1) forEachOfRest(v, [](const auto& node) { fetchNode(node); });
+    if (corner != 2) return;
+    forEachOfRest(v, [](const auto& node) { fetchElement(node); });
+    for (const unidevice::Property* output : v.aOutputProperties) __builtin_prefetch(output, 1, kSecondCache);
 }
 
 }  // namespace ond::ovs::addon

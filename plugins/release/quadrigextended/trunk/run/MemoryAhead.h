@@ -14,10 +14,10 @@ class CCarCamObject;
 
 /// The car record and the inputs: at the very beginning of a frame.
 void fetchCar(const CCarCamObject& vehicle);
-/// The nodes of the body: before the car's step.
-void fetchBody(const CCarCamObject& vehicle);
-/// The nodes of a corner; does nothing for one that there is not.
-void fetchCorner(const CCarCamObject& vehicle, std::size_t corner);
+/// Nodes that come behind the car's step, and what the histories are: before it.
+void fetchAheadOfStep(const CCarCamObject& vehicle);
+/// The elements of these nodes, whose handles are there by now: behind the car's step.
+void fetchAheadOfBody(const CCarCamObject& vehicle);
 /// What comes behind a corner: before its update.
 void fetchAheadOfCorner(CCarCamObject& vehicle, std::size_t corner);
 
