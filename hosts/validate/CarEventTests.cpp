@@ -240,7 +240,7 @@ void carGauges(Check& check) {
     const auto percent = [&] { return rowOf(host, "Current Velocity (% of max)").value(); };
     host.held.assign(host.inputs.size(), 0.0);
     car.world.run(host, 0, 6);
-    host.held[0] = 1.0;
+    if (!host.held.empty()) host.held[0] = 1.0;
     car.world.run(host, 6, 1);
     const double resumed = percent();
     rowOf(host, "Initital Velocity (% of max)").write(50.0);

@@ -382,8 +382,7 @@ void carKeepsRows(Check& check) {
         if (row.kind == Item::Kind::checkBox) row.write(row.value() == 0.0 ? 1.0 : 0.0);
         std::map<std::string, double> before;
         for (const Item& item : host.editableItems()) before[item.label] = item.value();
-        host.held.assign(host.inputs.size(), 0.0);
-        host.held[kGas] = host.held[2] = 1.0;
+        hold(host, {{kGas, 1.0}, {2, 1.0}});
         car.world.run(host, 0, 8);
         hold(host, {{kGas, 0.5}, {kSteering, 0.3}, {4, 1.0}, {5, 1.0}, {6, 1.0}, {kForce, 0.5}});
         car.world.run(host, 4, 6);

@@ -269,7 +269,8 @@ void carBlock(Check& check) {
         check.expect(history.bytes.size() == 16,
                      "the history " + cited(history.name) + " of a vehicle that never ran has keys; it has none");
     const auto recordByte = [](const util::DataChunk& of) {
-        return of.hasChild(kRecord) ? numberAt(of.getChild(kRecord).getData(), 1) : -1.0;
+        if (!of.hasChild(kRecord) || of.getChild(kRecord).getSize() < 1) return -1.0;
+        return numberAt(of.getChild(kRecord).getData(), 1);
     };
     check.expect(recordByte(first) == 1.0 && recordByte(root) == 0.0,
                  "the first byte of the record is " + shown(recordByte(first)) + " before the first run and " +

@@ -10,7 +10,8 @@ COUNTER = pathlib.Path(__file__).resolve().parents[2] / "tools" / "count_tests.p
 
 PASSED = '<testcase name="{}" status="run"/>'
 FAILED = '<testcase name="{}" status="fail"><failure message=""/></testcase>'
-SKIPPED = '<testcase name="{}" status="notrun"><skipped message=""/></testcase>'
+SKIPPED = '<testcase name="{}" status="notrun"><skipped message="SKIP_RETURN_CODE=77"/></testcase>'
+MISSING = '<testcase name="{}" status="notrun"><skipped message="Unable to find executable"/></testcase>'
 
 TEST_PASSED = '<testcase name="a" status="run" result="completed"/>'
 TEST_FAILED = '<testcase name="b" status="run" result="completed"><failure message=""/></testcase>'
@@ -34,11 +35,11 @@ class Counting(unittest.TestCase):
         return run.stdout.strip()
 
     def test_entries_without_results_are_one_test_each(self) -> None:
-        entries = PASSED.format("A") + PASSED.format("B") + FAILED.format("C") + SKIPPED.format("D")
+        entries = PASSED.format("S.A") + PASSED.format("S.B") + FAILED.format("S.C") + SKIPPED.format("S.D")
         self.assertEqual(self.counted(entries), "2 1 1")
 
     def test_a_program_counts_as_its_tests(self) -> None:
-        entries = PASSED.format("A") + FAILED.format("P")
+        entries = PASSED.format("S.A") + FAILED.format("P")
         self.assertEqual(self.counted(entries, P=TEST_PASSED * 3 + TEST_FAILED * 2 + TEST_SKIPPED), "4 2 1")
 
     def test_a_test_that_is_switched_off_has_failed(self) -> None:
@@ -47,11 +48,17 @@ class Counting(unittest.TestCase):
     def test_a_bad_end_without_a_failed_test_is_one(self) -> None:
         self.assertEqual(self.counted(FAILED.format("P"), P=TEST_PASSED * 5), "5 1 0")
 
+    def test_an_entry_that_could_not_be_started_has_failed(self) -> None:
+        self.assertEqual(self.counted(PASSED.format("S.A") + MISSING.format("S.B")), "1 1 0")
+
+    def test_a_program_that_ends_early_and_well_has_failed(self) -> None:
+        self.assertEqual(self.counted(PASSED.format("P") + PASSED.format("S.A")), "1 1 0")
+
     def test_a_crash_leaves_no_results(self) -> None:
-        self.assertEqual(self.counted(FAILED.format("P") + PASSED.format("A")), "1 1 0")
+        self.assertEqual(self.counted(FAILED.format("P") + PASSED.format("S.A")), "1 1 0")
 
     def test_results_that_cannot_be_read_are_a_failure(self) -> None:
-        self.assertEqual(self.counted(PASSED.format("P") + PASSED.format("A"), P="<cut"), "1 1 0")
+        self.assertEqual(self.counted(PASSED.format("P") + PASSED.format("S.A"), P="<cut"), "1 1 0")
 
     def test_nothing_that_ran_is_a_failure(self) -> None:
         self.assertEqual(self.counted(""), "0 1 0")
