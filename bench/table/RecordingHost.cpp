@@ -25,9 +25,10 @@ HostCall::~HostCall() {
 }
 
 void Recording::reserve(std::size_t count) {
-    if (!keys.empty() || count <= keys.capacity()) return;
+    if (count <= keys.capacity()) return;
+    const std::size_t made = keys.size();
     keys.resize(count, Key{nullptr, 0.0, {}});
-    keys.clear();
+    keys.erase(keys.begin() + static_cast<std::ptrdiff_t>(made), keys.end());
 }
 
 ovs::MeshHandle* Element::getParent() {

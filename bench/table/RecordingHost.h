@@ -62,7 +62,7 @@ struct Key {
 
 /// What elements share.
 struct Recording {
-    /// Gets memory for so many keys ready, pages included, if there are none yet.
+    /// Gets memory for so many keys in all ready, pages included.
     void reserve(std::size_t count);
 
     std::vector<Key> keys;  ///< of all elements, in the order in which they came
