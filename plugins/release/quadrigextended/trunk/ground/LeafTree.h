@@ -10,6 +10,7 @@
 
 #include "ground/BulletLibrary.h"
 #include "ground/LargePages.h"
+#include "ond/util/Prefetch.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -132,8 +133,8 @@ void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit 
             const std::int32_t branch = m_forks[fork].branches[std::countr_zero(left)];
             if (branch <= 0) continue;
             const Fork& next = m_forks[static_cast<std::uint32_t>(branch)];
-            __builtin_prefetch(&next.boxes.low[0]);
-            __builtin_prefetch(&next.branches[0]);
+            util::prefetch(&next.boxes.low[0]);
+            util::prefetch(&next.branches[0]);
         }
         return Open{fork, branches};
     };

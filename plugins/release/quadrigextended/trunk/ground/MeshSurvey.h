@@ -6,6 +6,7 @@
 
 #include "ground/BulletLibrary.h"
 #include "ground/LeafTree.h"
+#include "ond/util/Prefetch.h"
 
 namespace ond::ovs::addon {
 
@@ -45,9 +46,9 @@ class MeshSurvey {
     [[nodiscard]] const btVector3& corner(int triangle, int i) const { return m_corners[m_indices[3 * triangle + i]]; }
 
     // Hints that corners will be asked for soon; the first one before the second one.
-    void prefetchIndices(int triangle) const { __builtin_prefetch(m_indices + 3 * triangle); }
+    void prefetchIndices(int triangle) const { util::prefetch(m_indices + 3 * triangle); }
     void prefetchCorners(int triangle) const {
-        for (int i = 0; i < 3; ++i) __builtin_prefetch(m_corners + m_indices[3 * triangle + i]);
+        for (int i = 0; i < 3; ++i) util::prefetch(m_corners + m_indices[3 * triangle + i]);
     }
 
     /// Whether what is said of sound triangles holds for this one.

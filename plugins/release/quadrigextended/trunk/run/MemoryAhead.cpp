@@ -3,15 +3,15 @@
 #include <vector>
 
 #include "CCarCamObject.h"
-#include "state/AnimatedState.h"
+#include "ond/util/Prefetch.h"
 
 namespace ond::ovs::addon {
 
 namespace {
 
 constexpr std::size_t kCacheLine = 64;
-// What __builtin_prefetch() takes for: into the second cache, since the first is too small for all of it.
-constexpr int kSecondCache = 2;
+// The first one is too small for all of a frame.
+constexpr auto kCache = util::Cache::second;
 // What is fetched of an element, which belongs to the host: the handle stands for it, and most likely begins it.
 constexpr std::size_t kElement = 384;
 
@@ -19,8 +19,8 @@ void fetch(const void* memory, std::size_t bytes) {
     if (memory == nullptr || bytes == 0) return;
     const char* at = static_cast<const char*>(memory);
     const char* const last = at + bytes - 1;
-    for (; at < last; at += kCacheLine) __builtin_prefetch(at, 0, kSecondCache);
-    __builtin_prefetch(last, 0, kSecondCache);
+    for (; at < last; at += kCacheLine) util::prefetch<kCache>(at);
+    util::prefetch<kCache>(last);
 }
 
 /// From one place in an object to another.
@@ -44,7 +44,7 @@ void fetchNode(const Node& node) {
 void fetchElement(const rig::SceneNode& node) { fetch(node.pMesh, kElement); }
 
 void fetchCornerNodes(const CCarCamObject& v, std::size_t corner) {
-    if (corner < v.aWheelRelocatorNodes.size()) __builtin_prefetch(&v.aWheelRelocatorNodes[corner], 0, kSecondCache);
+    if (corner < v.aWheelRelocatorNodes.size()) util::prefetch<kCache>(&v.aWheelRelocatorNodes[corner]);
     if (corner < v.aWheelNodes.size()) {
         fetchNode(v.aWheelNodes[corner]);
         fetch(&v.aWheelNodes[corner].mPrev2, sizeof(util::Matrix4));
@@ -71,19 +71,10 @@ void forEachOfRest(const CCarCamObject& v, Visit visit) {
     visit(v.cDriverCamNode);
 }
 
-/// Where the next keys of the histories will be; this part of as many as there are wheels.
-void fetchEndsOfHistories(CCarCamObject& v, std::size_t part) {
-    std::size_t number = 0;
-    forEachVariable(v, [&](const AnimatedRow&, auto& variable, const auto*) {
-        if (number++ % kNumWheels == part)
-            __builtin_prefetch(variable.keys.data() + variable.keys.size(), 1, kSecondCache);
-    });
-}
-
 }  // namespace
 
 void fetchCar(const CCarCamObject& v) {
-    for (const unidevice::Property* input : v.aInputProperties) __builtin_prefetch(input, 0, kSecondCache);
+    for (const unidevice::Property* input : v.aInputProperties) util::prefetch<kCache>(input);
     fetch(&v.cCarCam, sizeof v.cCarCam);
     fetch(&v.aWheelRelocatorNodes, &v.cRelativeTurnBaseNode);
 }
@@ -104,14 +95,13 @@ void fetchAheadOfBody(const CCarCamObject& v) {
     fetchCornerNodes(v, 1);
 }
 
-void fetchAheadOfCorner(CCarCamObject& v, std::size_t corner) {
+void fetchAheadOfCorner(const CCarCamObject& v, std::size_t corner) {
     fetchCornerElements(v, corner + 1);
     fetchCornerNodes(v, corner + 2);
-    fetchEndsOfHistories(v, corner);
     if (corner == 1) forEachOfRest(v, [](const auto& node) { fetchNode(node); });
     if (corner != 2) return;
     forEachOfRest(v, [](const auto& node) { fetchElement(node); });
-    for (const unidevice::Property* output : v.aOutputProperties) __builtin_prefetch(output, 1, kSecondCache);
+    for (const unidevice::Property* output : v.aOutputProperties) util::prefetch<kCache>(output);
 }
 
 }  // namespace ond::ovs::addon

@@ -19,6 +19,6 @@ void fetchAheadOfStep(const CCarCamObject& vehicle);
 /// The elements of these nodes, whose handles are there by now: behind the car's step.
 void fetchAheadOfBody(const CCarCamObject& vehicle);
 /// What comes behind a corner: before its update.
-void fetchAheadOfCorner(CCarCamObject& vehicle, std::size_t corner);
+void fetchAheadOfCorner(const CCarCamObject& vehicle, std::size_t corner);
 
 }  // namespace ond::ovs::addon
