@@ -154,6 +154,28 @@ TEST(GroundTreeEqual, RaysOnTheLinesOfAGridGiveTheSameAnswers) {
 }
 
 /// A wheel's rays around a circle, over levels with upright walls.
+// Measured heights are whole centimetres: many sides are level, and their triangles edge-on to an axis to the bit.
+TEST(GroundTreeEqual, HeightsInStepsGiveTheSameTreeAndAnswers) {
+    Counts counts;
+    const std::uint64_t seeds = 6 * static_cast<std::uint64_t>(test::repetitions());
+    for (std::uint64_t i = 0; i < seeds; ++i) {
+        PinnedRandom random(kSeed + 700000 + i);
+        const double cell = std::array{1.0, 2.0, 0.7}[i % 3];
+        const double step = std::array{0.01, 0.125}[i / 3 % 2] * cell;
+        const double slope = random.in(-1.0, 1.0);
+        util::CMesh mesh = test::gridMesh(20, cell, [&](double x, double z) {
+            return step * std::round((slope * x + test::hills(x, z) + random.in(-1.0, 1.0)) / step);
+        });
+        const V moved(random.in(-9.0, 9.0), random.in(-9.0, 9.0), random.in(-9.0, 9.0));
+        for (V& vertex : mesh.vertices) vertex += i % 2 == 0 ? moved : V();
+        SCOPED_TRACE(i);
+        compareMesh(mesh, random, 100, counts);
+        if (HasFatalFailure()) return;
+    }
+    EXPECT_GT(counts.hit, 50);
+    EXPECT_GT(counts.missed, 50);
+}
+
 TEST(GroundTreeEqual, FansOfRaysGiveTheSameAnswers) {
     PinnedRandom random(kSeed + 1);
     const Both both(test::meshOfShape(random, Shape::walls, 2000));

@@ -102,8 +102,11 @@ bool isLevelOrSteep(const Vector3<double>& side) {
     return is(side.x) && is(side.y) && is(side.z);
 }
 
-/// Whether a sum of two products, each with one of these factors, is 0 however it is rounded and scaled.
-bool isZeroProduct(double a, double b, double c, double d) { return (a == 0.0 || b == 0.0) && (c == 0.0 || d == 0.0); }
+/// Whether a * b - c * d is 0 however the products are rounded, and if `b` and `c`, or `a` and `d`, are scaled first.
+bool isZeroProduct(double a, double b, double c, double d) {
+    if ((a == 0.0 || b == 0.0) && (c == 0.0 || d == 0.0)) return true;
+    return (a == d && b == c) || (a == -d && b == -c);
+}
 
 }  // namespace
 
