@@ -11,6 +11,16 @@ double quantile(std::vector<double> values, double share) {
     return values[static_cast<std::size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
 }
 
+/// Nanoseconds that two askings in a row are apart, many times.
+std::vector<double> costsOfAsking() {
+    std::vector<double> costs(10001);
+    for (double& cost : costs) {
+        const double start = nowNanoseconds();
+        cost = nowNanoseconds() - start;
+    }
+    return costs;
+}
+
 }  // namespace
 
 double processSeconds() {
@@ -19,13 +29,11 @@ double processSeconds() {
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-double costOfAsking() {
-    std::vector<double> costs(10001);
-    for (double& cost : costs) {
-        const double start = nowNanoseconds();
-        cost = nowNanoseconds() - start;
-    }
-    return median(costs);
+double costOfAsking() { return median(costsOfAsking()); }
+
+double leastCostOfAsking() {
+    const std::vector<double> costs = costsOfAsking();
+    return *std::min_element(costs.begin(), costs.end());
 }
 
 Ratio Passes::ratio(std::string of, std::string overWhat, std::string underWhat, double scale,

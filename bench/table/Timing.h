@@ -36,6 +36,8 @@ template <class Work>
 
 /// Nanoseconds that two askings in a row are apart at the median: what a time taken with it contains too much.
 [[nodiscard]] double costOfAsking();
+/// The same at the shortest: what the shortest of many times contains too much.
+[[nodiscard]] double leastCostOfAsking();
 
 /// Keeps the compiler from leaving out what leads to `value`.
 template <class Value>

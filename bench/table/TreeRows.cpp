@@ -89,7 +89,7 @@ std::vector<double> shortestTimes(const GroundMeshTreeNode& tree, const std::vec
             keep(hit);
             times[i] = std::min(times[i], nowNanoseconds() - start);
         }
-    const double asking = costOfAsking();
+    const double asking = leastCostOfAsking();
     for (double& time : times) time = std::max(time - asking, 1.0);
     return times;
 }
