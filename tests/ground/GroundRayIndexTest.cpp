@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ground/GroundMeshTree.h"
 #include "ground/HostileMeshes.h"
@@ -75,6 +77,96 @@ TEST(GroundRayIndex, AnyLanesGiveTheSameToTheBit) {
         EXPECT_GT(count.miss, 3000);
         EXPECT_LT(count.unknown, count.hit) << "left to the walk";
     }
+}
+
+/// A face of two triangles.
+void addQuad(util::CMesh& mesh, const V& corner, const V& p, const V& q) {
+    const int first = mesh.getNumVertices();
+    for (const V& vertex : {corner, corner + p, corner + p + q, corner + q}) mesh.vertices.push_back(vertex);
+    for (const int place : {0, 1, 2, 0, 2, 3}) mesh.faces.push_back(first + place);
+    mesh.tFaces.resize(mesh.faces.size());
+}
+
+struct Wall {
+    V corner;
+    V along;
+};
+
+/// Boxes that stand on a floor of their own and each a way of its own.
+util::CMesh town(test::PinnedRandom& random, std::vector<Wall>& walls) {
+    constexpr int kSide = 9;
+    util::CMesh mesh;
+    for (int i = 0; i < kSide * kSide; ++i) {
+        const V at(3.0 * (i % kSide), 0.0, 3.0 * (i / kSide));
+        const double turn = random.in(0.0, 3.0);
+        const V p(std::cos(turn), 0.0, std::sin(turn));
+        const V q(-p.z, 0.0, p.x);
+        const V up(0.0, random.in(0.5, 2.0), 0.0);
+        addQuad(mesh, at - V(1.5, 0.0, 1.5), V(0.0, 0.0, 3.0), V(3.0, 0.0, 0.0));
+        addQuad(mesh, at + up, q, p);
+        for (const Wall& wall : {Wall{at, p}, Wall{at + p, q}, Wall{at + p + q, -p}, Wall{at + q, -q}}) {
+            addQuad(mesh, wall.corner, wall.along, up);
+            walls.push_back(wall);
+        }
+    }
+    return mesh;
+}
+
+/// A line in the plane of a wall, past it or through it, or but for so much.
+test::TrialRay alongWall(test::PinnedRandom& random, const Wall& wall, double aside) {
+    const V normal(-wall.along.z, 0.0, wall.along.x);
+    const V from = wall.corner + wall.along * random.in(-3.0, 3.0) + V(0.0, random.in(-1.0, 4.0), 0.0);
+    const V way = random.chance(0.5) ? V(0.0, -1.0, 0.0) : wall.along * random.in(-1.0, 1.0) + V(0.0, -1.0, 0.0);
+    return {from + normal * aside, way};
+}
+
+TEST(GroundRayIndex, LinesAlongWallsHitWhatTheWalkHits) {
+    test::PinnedRandom random(20340379);
+    std::vector<Wall> walls;
+    const util::CMesh mesh = town(random, walls);
+    GroundMeshTreeNode tree;
+    tree.buildFromMesh(mesh);
+    test::plain::PlainGroundTree plainTree;
+    plainTree.buildFromMesh(mesh);
+    std::array<Counts, 3> counts{};
+    const std::array indices{GroundRayIndex::of(tree), GroundRayIndex::of(tree, Lanes::eight),
+                             GroundRayIndex::of(tree, Lanes::narrow)};
+    for (int line = 0; line < 2000; ++line) {
+        const Wall& wall = walls[static_cast<std::size_t>(line) % walls.size()];
+        const test::TrialRay ray = alongWall(random, wall, random.chance(0.7) ? 0.0 : random.in(-1e-6, 1e-6));
+        const test::Answer expected = test::answerOf(plainTree, ray);
+        for (std::size_t lanes = 0; lanes < indices.size(); ++lanes)
+            compareIndex(*indices[lanes], ray, expected, counts[lanes]);
+        ASSERT_FALSE(HasFatalFailure()) << "from " << test::inWords(ray.origin) << " along "
+                                        << test::inWords(ray.direction);
+    }
+    for (const Counts& count : counts) {
+        EXPECT_EQ(count.unknown, 0);
+        EXPECT_GT(count.miss, 100);
+    }
+}
+
+TEST(GroundRayIndex, OfSeveralFloorsItTellsTheOneThatTheWalkComesToFirst) {
+    constexpr int kFloors = 6;
+    constexpr int kSide = 12;
+    util::CMesh mesh;
+    for (int i = 0; i < kFloors * kSide * kSide; ++i)
+        addQuad(mesh, V(i % kSide, 1.5 * (i / (kSide * kSide)), i / kSide % kSide), V(0.0, 0.2, 1.0), V(1.0, 0.1, 0.0));
+    GroundMeshTreeNode tree;
+    tree.buildFromMesh(mesh);
+    test::plain::PlainGroundTree plainTree;
+    plainTree.buildFromMesh(mesh);
+    const auto index = GroundRayIndex::of(tree);
+    test::PinnedRandom random(20340380);
+    Counts counts;
+    for (int line = 0; line < 500; ++line) {
+        const test::TrialRay ray{V(random.in(0.0, kSide), random.in(-1.0, 9.0), random.in(0.0, kSide)),
+                                 V(random.in(-0.5, 0.5), random.chance(0.5) ? -1.0 : 1.0, random.in(-0.5, 0.5))};
+        compareIndex(*index, ray, test::answerOf(plainTree, ray), counts);
+        ASSERT_FALSE(HasFatalFailure());
+    }
+    EXPECT_EQ(counts.unknown, 0);
+    EXPECT_GT(counts.hit, 450);
 }
 
 TEST(GroundRayIndex, SizesAtTheEndsOfTheRangeAreLeftToTheWalk) {

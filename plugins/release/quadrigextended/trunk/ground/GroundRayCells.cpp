@@ -78,13 +78,14 @@ std::uint32_t GroundRayIndexBuilder::addInner(const Branch& branch) {
 std::uint32_t GroundRayIndexBuilder::addLeaf(const Branch& branch) {
     const auto leaf = static_cast<std::uint32_t>(m_tables.leaves.size());
     m_tables.leaves.push_back(pathOf(branch.cell));
-    m_leafCells.push_back(boxOfCell(m_tables.cells[branch.cell].box));
     for (const std::uint32_t triangle : branch.node->aTriangleVertices.numbers()) {
+        m_leafLists.push_back(triangle);
         if (m_leafOf[triangle] == EightTriangles::kNone)
             m_leafOf[triangle] = leaf;
         else
             m_further.push_back({triangle, leaf});
     }
+    m_leafEnds.push_back(m_leafLists.size());
     return ground_child::kLeaf | leaf;
 }
 
@@ -128,15 +129,6 @@ std::uint32_t GroundRayIndexBuilder::addPath(std::uint32_t cell) {
     m_paths[cell] = static_cast<std::uint32_t>(m_tables.paths.size());
     m_tables.paths.push_back(path);
     return m_paths[cell];
-}
-
-GroundRayIndexBuilder::Box GroundRayIndexBuilder::cellsOf(std::uint32_t triangle) const {
-    const std::uint32_t leaf = m_leafOf[triangle];
-    if ((leaf & EightTriangles::kMany) == 0) return m_leafCells[leaf];
-    const std::uint32_t* list = &m_shared[leaf & ~EightTriangles::kMany];
-    Box box = m_leafCells[list[1]];
-    for (std::uint32_t i = 1; i < list[0]; ++i) widen(box, m_leafCells[list[i + 1]]);
-    return box;
 }
 
 }  // namespace ond::ovs::addon

@@ -1,8 +1,11 @@
-// Cones around the normals of triangles, and slabs around their corners: which lines the boxes of an index tell about.
+// Cones around the normals of triangles, and the planes of those that stand steeply: what tells which triangles a line
+// may be edge-on to.
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <utility>
 
 #include "ground/GroundRayIndexBuilder.h"
 
@@ -12,26 +15,131 @@ namespace {
 
 using util::Vector3;
 
-// Angle that the normals of a group must leave to a right angle with the line, radians. Times the fullness this bounds
-// the rounding of a parameter on the triangle by 64 * 2^-53 * 2^20 of the distance, which the margin of lines exceeds.
+// Angle that normals must leave to a right angle with the line, radians. Times the fullness this bounds the rounding of
+// a parameter on the triangle by 64 * 2^-53 * 2^20 of the distance, which the margin of lines exceeds.
 constexpr double kLeastAngle = 0x1p-9 + 1e-4;
 // More than the rounding of the axis of a cone and of what is made of it, radians.
 constexpr double kConeSlack = 1e-5;
-// More than the rounding of single precision in planes, as a share of distances.
-constexpr double kFanSlack = 0x1p-18;
+// The same of the angle to a normal in single precision, by its cosine.
+constexpr double kNormalSlack = 1e-3;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+Vector3<double> doubles(const std::array<float, 3>& v) {
+    return {static_cast<double>(v[0]), static_cast<double>(v[1]), static_cast<double>(v[2])};
+}
 
 }  // namespace
 
-// A cone around normals that point to the same side of an axis.
-GroundRayIndexBuilder::Cone GroundRayIndexBuilder::coneOf(const std::array<Vector3<double>, 8>& normals,
-                                                          std::size_t count) {
+std::span<const std::uint32_t> GroundRayIndexBuilder::listOf(std::uint32_t leaf) const {
+    const std::size_t from = leaf == 0 ? 0 : m_leafEnds[leaf - 1];
+    return {m_leafLists.data() + from, m_leafEnds[leaf] - from};
+}
+
+float GroundRayIndexBuilder::uprightOf(std::uint32_t triangle) const {
+    const float upright = std::fabs(m_normals[triangle][1]);
+    return std::isnan(upright) ? 0.0F : upright;
+}
+
+// Around the normals, either way round.
+GroundRayIndexBuilder::Cone GroundRayIndexBuilder::coneOf(std::uint32_t leaf) const {
+    const std::span<const std::uint32_t> list = listOf(leaf);
+    if (list.empty()) return {{}, -1.0};
+    const Vector3<double> first = doubles(m_normals[list[0]]);
     Vector3<double> sum;
-    for (std::size_t i = 0; i < count; ++i) sum += normals[i];
-    const Vector3<double> axis = util::Normalized(sum);
+    for (const std::uint32_t triangle : list) {
+        const Vector3<double> normal = doubles(m_normals[triangle]);
+        sum += util::Dot(first, normal) < 0.0 ? -normal : normal;
+    }
+    const double length = util::Length(sum);
+    if (!(length > kNormalSlack)) return {{}, 2.0 * kRightAngle};
+    const Vector3<double> axis = sum / length;
     double least = 1.0;
-    for (std::size_t i = 0; i < count; ++i) least = std::min(least, util::Dot(axis, normals[i]));
-    return {axis, std::acos(std::clamp(least, -1.0, 1.0)) + kConeSlack};
+    for (const std::uint32_t triangle : list)
+        least = std::min(least, std::fabs(util::Dot(axis, doubles(m_normals[triangle]))));
+    return {axis, std::acos(least) + kNormalSlack};
+}
+
+// Children stand behind their parents.
+void GroundRayIndexBuilder::addCones() {
+    std::vector<Cone> cones(m_tables.cellBoxes.size());
+    std::vector<float> upright(cones.size(), kInfinity);
+    for (std::size_t at = cones.size(); at-- > 0;) {
+        GroundCellBoxes& cells = m_tables.cellBoxes[at];
+        cones[at].width = -1.0;
+        for (int lane = 0; lane < 8; ++lane) {
+            cells.upright[lane] = kInfinity;
+            if (!(cells.cells.border[0][lane] <= cells.cells.border[3][lane])) continue;
+            const std::uint32_t child = cells.child[static_cast<std::size_t>(lane)];
+            const std::uint32_t number = child & ground_child::kMost;
+            const bool isLeaf = (child & ground_child::kKind) == ground_child::kLeaf;
+            const Cone cone = isLeaf ? coneOf(number) : cones[number];
+            if (cone.width < 0.0) continue;
+            if (!isLeaf) cells.upright[lane] = upright[number];
+            if (isLeaf)
+                for (const std::uint32_t triangle : listOf(number))
+                    cells.upright[lane] = std::min<float>(cells.upright[lane], uprightOf(triangle));
+            setCone(cells.cones, lane, cone);
+            cones[at] = cones[at].width < 0.0 ? cone : join(cones[at], cone);
+            upright[at] = std::min<float>(upright[at], cells.upright[lane]);
+        }
+    }
+    const std::uint32_t root = m_tables.cellRoot & ground_child::kMost;
+    const Cone& all = cones[root];
+    m_tables.upright = upright[root];
+    m_tables.normals.axis = AxisFloats{static_cast<float>(all.axis.x), static_cast<float>(all.axis.y),
+                                       static_cast<float>(all.axis.z), 0.0F};
+    m_tables.normals.leastSquare = all.width < 0.0 ? 2.0F : leastSquare(all);
+}
+
+void GroundRayIndexBuilder::addEdges() {
+    std::vector<std::uint32_t> steep;
+    for (std::uint32_t leaf = 0; leaf < m_leafEnds.size(); ++leaf) {
+        const auto flats = static_cast<std::uint32_t>(m_tables.flats.size());
+        GroundLeafEdges& edges = m_tables.edges.emplace_back();
+        edges.planes = static_cast<std::uint32_t>(m_tables.planes.size());
+        edges.flats = flats;
+        steep.clear();
+        for (const std::uint32_t triangle : listOf(leaf)) {
+            if (uprightOf(triangle) < ground_line::kSteep)
+                steep.push_back(triangle);
+            else
+                m_tables.flats.push_back(m_places[triangle] / 8);
+        }
+        const auto first = m_tables.flats.begin() + flats;
+        std::sort(first, m_tables.flats.end());
+        m_tables.flats.erase(std::unique(first, m_tables.flats.end()), m_tables.flats.end());
+        std::sort(steep.begin(), steep.end(), [this](std::uint32_t a, std::uint32_t b) {
+            return std::pair(uprightOf(a), m_places[a]) < std::pair(uprightOf(b), m_places[b]);
+        });
+        addPlanes(edges, steep);
+    }
+    GroundLeafEdges& end = m_tables.edges.emplace_back();
+    end.planes = static_cast<std::uint32_t>(m_tables.planes.size());
+    end.flats = static_cast<std::uint32_t>(m_tables.flats.size());
+}
+
+void GroundRayIndexBuilder::addPlanes(GroundLeafEdges& edges, const std::vector<std::uint32_t>& triangles) {
+    if (triangles.empty()) return;
+    Box box = nothingAdded().box;
+    for (const std::uint32_t triangle : triangles)
+        for (std::size_t corner = 0; corner < 3; ++corner) widen(box, relative(m_all->corner(triangle, corner)));
+    edges.middle = (box.low + box.high) * 0.5F;
+    const AxisFloats half = (box.high - box.low) * 0.5F;
+    edges.reach = std::sqrt(half[0] * half[0] + half[1] * half[1] + half[2] * half[2]) * (1.0F + 0x1p-10F);
+    for (std::size_t from = 0; from < triangles.size(); from += 8) {
+        const std::size_t count = std::min<std::size_t>(triangles.size() - from, 8);
+        GroundPlanes& planes = m_tables.planes.emplace_back();
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto lane = static_cast<int>(i);
+            const std::uint32_t triangle = triangles[from + i];
+            const Normal& normal = m_normals[triangle];
+            const Vector3<double> corner = m_all->corner(triangle, 0) - m_tables.middle;
+            for (std::size_t axis = 0; axis < 3; ++axis) planes.normal[axis][lane] = normal[axis];
+            planes.height[lane] = std::isnan(normal[0]) ? kNan : static_cast<float>(util::Dot(doubles(normal), corner));
+            planes.triangle[i] = m_places[triangle];
+        }
+    }
 }
 
 void GroundRayIndexBuilder::setCone(GroundCones& cones, int lane, const Cone& cone) {
@@ -39,47 +147,6 @@ void GroundRayIndexBuilder::setCone(GroundCones& cones, int lane, const Cone& co
     cones.axis[1][lane] = static_cast<float>(cone.axis.y);
     cones.axis[2][lane] = static_cast<float>(cone.axis.z);
     cones.leastSquare[lane] = leastSquare(cone);
-}
-
-Vector3<double> GroundRayIndexBuilder::middleOf(const Box& box) {
-    const AxisFloats middle = (box.low + box.high) * 0.5F;
-    return {static_cast<double>(middle[0]), static_cast<double>(middle[1]), static_cast<double>(middle[2])};
-}
-
-Vector3<double> GroundRayIndexBuilder::halfOf(const Box& box) {
-    const AxisFloats half = (box.high - box.low) * 0.5F;
-    return {static_cast<double>(half[0]), static_cast<double>(half[1]), static_cast<double>(half[2])};
-}
-
-// A triangle whose normal is at least kLeastAngle away from a right angle with a line is hit only where the line comes
-// near it. For others: the line meets the plane of the triangle where the exact test has it, within the triangle but
-// for rounding, or runs beside that plane within rounding. The way along the line from there to the place nearest to
-// the middle of the box is no longer than that between the two points, at most three half diagonals.
-void GroundRayIndexBuilder::setSlab(GroundGuard& guard, int lane, const Added& added) {
-    guard.slab[lane] = kInfinity;
-    guard.fan[lane] = kInfinity;
-    if (!(added.cone.width < kRightAngle)) return;
-    const double radius = util::Length(halfOf(added.box));
-    const double fan = 2.0 * std::sin(added.cone.width / 2.0) + kFanSlack;
-    const double slab = added.slab + radius * (3.0 * std::sin(kLeastAngle) + fan);
-    guard.slab[lane] = static_cast<float>(slab * (1.0 + kConeSlack));
-    guard.fan[lane] = static_cast<float>(fan * (1.0 + kConeSlack));
-}
-
-double GroundRayIndexBuilder::slabOf(const Added& all, const Added* first, const Added* last) {
-    if (!(all.cone.width < kRightAngle)) return 0.0;
-    const Vector3<double>& axis = all.cone.axis;
-    const Vector3<double> middle = middleOf(all.box);
-    double slab = 0.0;
-    for (; first != last; ++first) {
-        const Vector3<double> half = halfOf(first->box);
-        const double apart = std::min(util::Length(axis - first->cone.axis), util::Length(axis + first->cone.axis));
-        const double within =
-            std::min(first->slab + apart * util::Length(half),
-                     std::fabs(axis.x) * half.x + std::fabs(axis.y) * half.y + std::fabs(axis.z) * half.z);
-        slab = std::max(slab, std::fabs(util::Dot(axis, middleOf(first->box) - middle)) + within);
-    }
-    return slab;
 }
 
 GroundRayIndexBuilder::Cone GroundRayIndexBuilder::join(const Cone& a, const Cone& b) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "ground/GroundRayIndexBuilder.h"
@@ -54,10 +55,11 @@ constexpr float kPlaneMargins = 16.0F;
 // Room for what is still to be looked at; a deeper tree is left to the walk.
 constexpr std::size_t kStack = 256;
 
-// The same for hits on one line; with more of them the walk is as quick.
-constexpr std::size_t kMostHits = 64;
-// A hit with more leaves than this is looked for from the root.
-constexpr std::uint32_t kFewLeaves = 12;
+// The same for triangles that one line may hit; with more of them the walk is as quick.
+constexpr std::size_t kMostCandidates = 64;
+// Those with more leaves than this are looked for from the root.
+constexpr std::uint32_t kFewLeaves = 32;
+constexpr std::uint32_t kNoLeaf = std::numeric_limits<std::uint32_t>::max();
 
 /// Which borders of boxes a line comes to first, and which last, along x, y, z: how far behind the first border they
 /// are, in bytes for eight boxes.
@@ -87,19 +89,22 @@ constexpr std::array<BorderOrder, 8> kBorderOrders = [] {
     return *reinterpret_cast<const SixteenFloats*>(reinterpret_cast<const std::byte*>(&boxes.border) + 2 * bytes);
 }
 
-/// A triangle that the line hits.
+/// Where the line hits a triangle.
 struct Hit {
-    const EightTriangles* eight;
-    std::size_t lane;
     double t;
     AxisDoubles across;  ///< product of its sides
 };
 
+/// A triangle that the line may hit.
+struct Candidate {
+    const EightTriangles* eight;
+    std::size_t lane;
+};
+
 /// All of them, in no order.
-struct Hits {
-    std::array<Hit, kMostHits + 1> hit;
+struct Candidates {
+    std::array<Candidate, kMostCandidates + 8> candidate;
     std::size_t count = 0;
-    bool isUnsolved = false;  ///< there is one whose `t` is not a number
 };
 
 /// Ascending numbers of leaves.
@@ -108,10 +113,10 @@ struct LeafNumbers {
     std::uint32_t count;
 };
 
-[[nodiscard]] inline LeafNumbers leavesOf(const Hit& hit) {
-    const std::uint32_t& leaf = hit.eight->leaf[hit.lane];
+[[nodiscard]] inline LeafNumbers leavesOf(const Candidate& candidate) {
+    const std::uint32_t& leaf = candidate.eight->leaf[candidate.lane];
     if ((leaf & EightTriangles::kMany) == 0) return {&leaf, 1};
-    const std::uint32_t* list = hit.eight->list(hit.lane);
+    const std::uint32_t* list = candidate.eight->list(candidate.lane);
     return {list + 1, list[0]};
 }
 
@@ -119,34 +124,53 @@ struct LeafNumbers {
     return {hit.t, {hit.across[0], hit.across[1], hit.across[2]}};
 }
 
-/// Tells of hits whose numbers are not finite in the short form what the general inverse matrix says.
-GROUND_APART void solveUnsolved(Hits& hits, const Vector3<double>& origin, const Vector3<double>& direction) {
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < hits.count; ++i) {
-        Hit& hit = hits.hit[i];
-        if (std::isnan(hit.t)) {
-            const Vector3<double>* vertices = hit.eight->vertices();
-            const std::array<std::uint8_t, 3>& corners = hit.eight->corners[hit.lane];
-            const Vector3<double>& a = vertices[corners[0]];
-            LinePoint point{};
-            if (!solveByInverse(a, vertices[corners[1]] - a, vertices[corners[2]] - a, origin, direction, point) ||
-                !isOnTriangle(point))
-                continue;
-            hit.t = point.t;
-        }
-        hits.hit[kept++] = hit;
-    }
-    hits.count = kept;
+/// Tells of a hit whose numbers are not finite in the short form what the general inverse matrix says.
+GROUND_APART bool solveUnsolved(const Candidate& candidate, const Vector3<double>& origin,
+                                const Vector3<double>& direction, double& t) {
+    const Vector3<double>* vertices = candidate.eight->vertices();
+    const std::array<std::uint8_t, 3>& corners = candidate.eight->corners[candidate.lane];
+    const Vector3<double>& a = vertices[corners[0]];
+    LinePoint point{};
+    if (!solveByInverse(a, vertices[corners[1]] - a, vertices[corners[2]] - a, origin, direction, point) ||
+        !isOnTriangle(point))
+        return false;
+    t = point.t;
+    return true;
 }
 
-/// The hit that comes first in the list of a leaf; null if it lists none of them.
-[[nodiscard]] const Hit* firstOfLeaf(const Hits& hits, std::uint32_t leaf) {
-    const Hit* first = nullptr;
-    for (std::size_t i = 0; i < hits.count; ++i) {
-        const Hit& hit = hits.hit[i];
-        const LeafNumbers leaves = leavesOf(hit);
-        if (!std::binary_search(leaves.first, leaves.first + leaves.count, leaf)) continue;
-        if (first == nullptr || hit.eight->number[hit.lane] < first->eight->number[first->lane]) first = &hit;
+/// How many leaves all candidates have.
+[[nodiscard]] std::uint32_t leavesOfAll(const Candidates& candidates) {
+    std::uint32_t count = 0;
+    for (std::size_t i = 0; i < candidates.count; ++i) count += leavesOf(candidates.candidate[i]).count;
+    return count;
+}
+
+/// The first leaf that lists one of them, not counting leaves before `least`; kNoLeaf if there is none.
+[[nodiscard]] std::uint32_t firstLeafFrom(const Candidates& candidates, std::uint32_t least) {
+    std::uint32_t first = kNoLeaf;
+    for (std::size_t i = 0; i < candidates.count; ++i) {
+        const LeafNumbers leaves = leavesOf(candidates.candidate[i]);
+        std::uint32_t at = 0;
+        while (at < leaves.count && leaves.first[at] < least) ++at;
+        if (at < leaves.count) first = std::min(first, leaves.first[at]);
+    }
+    return first;
+}
+
+/// The place of the one that comes first in the list of a leaf; the count if it lists none of them.
+[[nodiscard]] std::size_t firstOfLeaf(const Candidates& candidates, std::uint32_t leaf) {
+    std::size_t first = candidates.count;
+    std::uint32_t least = EightTriangles::kNone;
+    for (std::size_t i = 0; i < candidates.count; ++i) {
+        const Candidate& candidate = candidates.candidate[i];
+        const std::uint32_t number = candidate.eight->number[candidate.lane];
+        if (number >= least) continue;
+        const LeafNumbers leaves = leavesOf(candidate);
+        std::uint32_t at = 0;
+        while (at < leaves.count && leaves.first[at] < leaf) ++at;
+        if (at == leaves.count || leaves.first[at] != leaf) continue;
+        least = number;
+        first = i;
     }
     return first;
 }

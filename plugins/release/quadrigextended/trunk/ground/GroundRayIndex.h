@@ -1,18 +1,19 @@
 // Finds what a walk through the ground tree would find, without the walk.
 //
 // All triangles that the leaves of the tree list stand here in a second tree, one of sixteen boxes a node, each
-// triangle once. A line goes to the triangles that it may come near, in no order, and the exact test says which of them
-// it hits. Each triangle knows the leaves that list it. The walk comes to a leaf if the line meets the cells of the
+// triangle once. A line goes to the triangles that it may come near, in no order. Each triangle knows the leaves that
+// list it, which are numbered in the order of the walk. The walk comes to a leaf if the line meets the cells of the
 // leaf and of everything above it, which single precision proves or, where it cannot, the exact tests on these cells
-// tell. A single hit is the answer if the walk comes to one of its leaves; of more hits, or where a hit has many
-// leaves, the cells are searched in the order of the walk for the first leaf that lists one and is come to.
+// tell. The answer is the first triangle that the exact test hits in the first leaf come to that lists one. Leaves of
+// triangles with many of them are found by searching the cells in the order of the walk.
 //
 // Near is what cannot be ruled out with a margin. That is safe for triangles that do not stand edge-on to the line, for
-// then rounding cannot make the exact test take a point outside for one inside. Boxes therefore know a cone that holds
-// the normals of the triangles in them; to keep cones narrow, triangles are grouped by the axis that their normals are
-// nearest to. Where a cone comes too near a right angle with the line, a triangle may be hit although the line passes
-// by its box: then the line runs along the plane of the triangle, and through a cell of a leaf that lists it, for the
-// walk comes to no other. Of slivers only the latter counts.
+// then rounding cannot make the exact test take a point outside for one inside. Where a triangle does, it may be hit
+// although the line passes by its box: then the line runs along the plane of the triangle, and through a cell of a leaf
+// that lists it, for the walk comes to no other. So cells know a cone that holds the normals of the triangles in them
+// and how upright these are, which tells that most lines are edge-on to none of them, and leaves know the planes of
+// steep triangles. Those that do not stand steeply are looked at for level lines only, without planes. Of slivers
+// nothing is known; the exact test tells.
 #pragma once
 
 #include <array>

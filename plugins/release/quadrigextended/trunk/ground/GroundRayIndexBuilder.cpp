@@ -50,15 +50,18 @@ bool GroundRayIndexBuilder::build(const GroundMeshTreeNode& root) {
     m_tables.nearMargin = static_cast<float>(
         ground_line::marginAt(m_tables, m_tables.nearDistance + m_tables.radius, m_tables.nearDistance));
     m_leafOf.assign(m_all->corners.size(), EightTriangles::kNone);
-    m_tables.cellRoot = addNode({&root, addCell(root, 0)});
+    m_tables.cellRoot = addInner({&root, addCell(root, 0)});
     addShared();
     addTriangles();
+    addCones();
+    addEdges();
     m_tables.triangles.shrink();
     m_tables.boxes.shrink_to_fit();
-    m_tables.guards.shrink_to_fit();
     m_tables.leaves.shrink_to_fit();
     m_tables.paths.shrink_to_fit();
     m_tables.cellBoxes.shrink_to_fit();
+    m_tables.planes.shrink_to_fit();
+    m_tables.flats.shrink_to_fit();
     m_tables.cells.shrink_to_fit();
     return m_tables.triangles.size() <= ground_child::kMost && m_tables.leaves.size() <= ground_child::kMost &&
            m_shared.size() < EightTriangles::kMany;
@@ -80,15 +83,7 @@ void GroundRayIndexBuilder::widen(Box& box, const Box& other) {
 
 void GroundRayIndexBuilder::widen(Box& box, const AxisFloats& point) { widen(box, {point, point}); }
 
-void GroundRayIndexBuilder::widen(Added& all, const Added& other) {
-    widen(all.box, other.box);
-    widen(all.cells, other.cells);
-    all.cone = all.cone.width < 0.0 ? other.cone : join(all.cone, other.cone);
-}
-
-GroundRayIndexBuilder::Added GroundRayIndexBuilder::nothingAdded() {
-    return {0, {kHighest, kLowest}, {kHighest, kLowest}, {{}, -1.0}, 0.0};
-}
+GroundRayIndexBuilder::Added GroundRayIndexBuilder::nothingAdded() { return {0, {kHighest, kLowest}}; }
 
 std::size_t GroundRayIndexBuilder::longestSide(const Box& box) {
     std::size_t axis = 0;
@@ -104,39 +99,36 @@ float GroundRayIndexBuilder::areaOf(const Box& box) {
     return x * y + y * z + z * x;
 }
 
-// Groups stand side by side under the root, as long as there are several.
 void GroundRayIndexBuilder::addTriangles() {
-    std::array<std::vector<Item>, kOdd + 1> groups;
-    groups[1].reserve(m_leafOf.size());  // grounds lie flat
+    std::vector<Item> items;
+    std::vector<Item> odd;
+    items.reserve(m_leafOf.size());
+    m_normals.resize(m_leafOf.size());
+    m_places.resize(m_leafOf.size());
     for (std::uint32_t number = 0; number < m_leafOf.size(); ++number) {
         if (m_leafOf[number] == EightTriangles::kNone) continue;
-        const Shape shape = shapeOf(number);
-        groups[shape.group].push_back({{shape.middle[0], shape.middle[1], shape.middle[2]}, number});
+        m_normals[number] = normalOf(number);
+        const AxisFloats middle = shapeOf(number).middle;
+        (std::isnan(m_normals[number][0]) ? odd : items).push_back({{middle[0], middle[1], middle[2]}, number});
     }
     m_tables.triangles.reserveTriangles(m_leafOf.size());
     m_tables.boxes.reserve(m_leafOf.size() / 112 + 8);
-    m_tables.guards.reserve(m_leafOf.size() / 112 + 8);
     m_nothing = ground_child::kTriangles | m_tables.triangles.add(eightWithout(), {}, {});
-    m_tables.root = addBoxes();
-    std::size_t place = 0;
-    Added everything = nothingAdded();
-    for (std::size_t group = 0; group <= kOdd; ++group) {
-        std::vector<Item>& items = groups[group];
-        if (items.empty()) continue;
-        const Added added = addItems(items.data(), items.data() + items.size(), group == kOdd);
-        addBox(m_tables.root & ground_child::kMost, place++, added);
-        widen(everything, added);
-        if (items.size() == m_leafOf.size()) m_tables.root = added.child;
-        items = {};
+    m_tables.root = items.empty() ? m_nothing : addItems(items.data(), items.data() + items.size()).child;
+    addOdd(odd);
+}
+
+void GroundRayIndexBuilder::addOdd(const std::vector<Item>& items) {
+    for (std::size_t from = 0; from < items.size(); from += 8) {
+        const std::size_t count = std::min<std::size_t>(items.size() - from, 8);
+        constexpr std::array<std::uint8_t, 8> kOrder{0, 1, 2, 3, 4, 5, 6, 7};
+        m_shapes.clear();
+        for (std::size_t i = 0; i < count; ++i) m_shapes.push_back(shapeOf(items[from + i].number));
+        addEight(kOrder.data(), kOrder.data() + count);
     }
-    const Vector3<double>& axis = everything.cone.axis;
-    m_tables.normals.axis =
-        AxisFloats{static_cast<float>(axis.x), static_cast<float>(axis.y), static_cast<float>(axis.z), 0.0F};
-    m_tables.normals.leastSquare = everything.cone.width < 0.0 ? 2.0F : leastSquare(everything.cone);
 }
 
 std::uint32_t GroundRayIndexBuilder::addBoxes() {
-    m_tables.guards.emplace_back();
     GroundBoxes& boxes = m_tables.boxes.emplace_back();
     boxes.child.fill(m_nothing);
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -154,10 +146,6 @@ void GroundRayIndexBuilder::addBox(std::uint32_t at, std::size_t place, const Ad
         boxes.border[axis + 3][place / 8][lane] = added.box.high[axis];
     }
     boxes.child[place] = added.child;
-    GroundGuard& guard = m_tables.guards[at][place / 8];
-    guard.cells.set(lane, added.cells.low, added.cells.high);
-    setCone(guard.cones, lane, added.cone);
-    setSlab(guard, lane, added);
 }
 
 GroundRayIndexBuilder::Shape GroundRayIndexBuilder::shapeOf(std::uint32_t number) const {
@@ -173,23 +161,26 @@ GroundRayIndexBuilder::Shape GroundRayIndexBuilder::shapeOf(std::uint32_t number
     shape.box = {kHighest, kLowest};
     for (const Vector3<double>* corner : {&a, &b, &c}) widen(shape.box, relative(*corner));
     shape.middle = shape.box.low + shape.box.high;
-    const Vector3<double> normal = util::Cross(p, q);
-    const double area = util::Length(normal);
-    const double least = m_tables.radius * kLeastThickness;
-    shape.group = kOdd;
-    if (!(shape.longest > least * least && area > kLeastFullness * shape.longest)) return shape;
-    const std::array<double, 3> unit{normal.x / area, normal.y / area, normal.z / area};
-    std::size_t widest = 0;
-    for (std::size_t axis = 1; axis < 3; ++axis)
-        if (std::fabs(unit[axis]) > std::fabs(unit[widest])) widest = axis;
-    const double side = unit[widest] < 0.0 ? -1.0 : 1.0;
-    shape.normal = {unit[0] * side, unit[1] * side, unit[2] * side};
-    shape.group = widest;
     return shape;
 }
 
-GroundRayIndexBuilder::Added GroundRayIndexBuilder::addItems(Item* first, Item* last, bool isOdd) {
-    if (last - first <= kMostLast) return addLast(first, last, isOdd);
+GroundRayIndexBuilder::Normal GroundRayIndexBuilder::normalOf(std::uint32_t number) const {
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    const Vector3<double>& a = m_all->corner(number, 0);
+    const Vector3<double>& b = m_all->corner(number, 1);
+    const Vector3<double>& c = m_all->corner(number, 2);
+    const Vector3<double> r = c - b;
+    const double longest = std::max({util::Dot(b - a, b - a), util::Dot(c - a, c - a), util::Dot(r, r)});
+    const Vector3<double> normal = util::Cross(b - a, c - a);
+    const double area = util::Length(normal);
+    const double least = m_tables.radius * kLeastThickness;
+    if (!(longest > least * least && area > kLeastFullness * longest)) return {kNan, kNan, kNan};
+    return {static_cast<float>(normal.x / area), static_cast<float>(normal.y / area),
+            static_cast<float>(normal.z / area)};
+}
+
+GroundRayIndexBuilder::Added GroundRayIndexBuilder::addItems(Item* first, Item* last) {
+    if (last - first <= kMostLast) return addLast(first, last);
     // As few levels as can be, and parts of one size.
     constexpr std::ptrdiff_t kParts = GroundBoxes::kCount;
     std::ptrdiff_t most = kMostLast;
@@ -202,22 +193,21 @@ GroundRayIndexBuilder::Added GroundRayIndexBuilder::addItems(Item* first, Item* 
     std::array<Added, GroundBoxes::kCount> parts;
     const std::size_t count = begins.size() - 1;
     for (std::size_t part = 0; part < count; ++part) {
-        parts[part] = addItems(begins[part], begins[part + 1], isOdd);
+        parts[part] = addItems(begins[part], begins[part + 1]);
         addBox(at & ground_child::kMost, part, parts[part]);
-        widen(all, parts[part]);
+        widen(all.box, parts[part].box);
     }
     all.child = at;
-    all.slab = slabOf(all, parts.data(), parts.data() + count);
     return all;
 }
 
-GroundRayIndexBuilder::Added GroundRayIndexBuilder::addLast(const Item* first, const Item* last, bool isOdd) {
+GroundRayIndexBuilder::Added GroundRayIndexBuilder::addLast(const Item* first, const Item* last) {
     m_shapes.clear();
     for (const Item* item = first; item != last; ++item) m_shapes.push_back(shapeOf(item->number));
     std::array<std::uint8_t, kMostLast> order{};
     const std::size_t count = m_shapes.size();
     for (std::size_t i = 0; i < count; ++i) order[i] = static_cast<std::uint8_t>(i);
-    if (count <= 8) return addEight(order.data(), order.data() + count, isOdd);
+    if (count <= 8) return addEight(order.data(), order.data() + count);
     std::array<std::uint8_t*, GroundBoxes::kCount + 1> begins{};
     const std::size_t parts = std::min((count + kMean - 1) / kMean, GroundBoxes::kCount);
     begins[parts] = order.data() + count;
@@ -226,12 +216,11 @@ GroundRayIndexBuilder::Added GroundRayIndexBuilder::addLast(const Item* first, c
     Added all = nothingAdded();
     std::array<Added, GroundBoxes::kCount> eights;
     for (std::size_t part = 0; part < parts; ++part) {
-        eights[part] = addEight(begins[part], begins[part + 1], isOdd);
+        eights[part] = addEight(begins[part], begins[part + 1]);
         addBox(at & ground_child::kMost, part, eights[part]);
-        widen(all, eights[part]);
+        widen(all.box, eights[part].box);
     }
     all.child = at;
-    all.slab = slabOf(all, eights.data(), eights.data() + parts);
     return all;
 }
 
@@ -310,36 +299,27 @@ void GroundRayIndexBuilder::cut(Item* first, Item* last, std::ptrdiff_t parts, s
     cut(middle, last, parts - parts / 2, begins);
 }
 
-GroundRayIndexBuilder::Added GroundRayIndexBuilder::addEight(const std::uint8_t* first, const std::uint8_t* last,
-                                                             bool isOdd) {
+GroundRayIndexBuilder::Added GroundRayIndexBuilder::addEight(const std::uint8_t* first, const std::uint8_t* last) {
     EightTriangles eight = eightWithout();
     m_vertices.clear();
     m_vertexNumbers.clear();
     Added added = nothingAdded();
-    std::array<Vector3<double>, 8> normals;
     double longest = 0.0;
     for (int lane = 0; lane < last - first; ++lane) {
         const Shape& shape = m_shapes[first[lane]];
         const auto place = static_cast<std::size_t>(lane);
         widen(added.box, shape.box);
-        widen(added.cells, cellsOf(shape.number));
         longest = std::max(longest, shape.longest);
-        normals[place] = shape.normal;
         eight.number[place] = shape.number;
         for (std::size_t i = 0; i < 3; ++i) eight.corners[place][i] = vertexOf(m_all->corners[shape.number][i]);
         setCorners(eight, lane, shape.number);
     }
     eight.longest = static_cast<float>(std::sqrt(longest));
     setLeaves(eight);
-    added.child =
-        (isOdd ? ground_child::kOdd : ground_child::kTriangles) | m_tables.triangles.add(eight, m_vertices, m_lists);
-    added.cone = {{}, 2.0 * kRightAngle};
-    if (!isOdd) {
-        added.cone = coneOf(normals, static_cast<std::size_t>(last - first));
-        const Vector3<double> middle = m_tables.middle + middleOf(added.box);
-        for (const Vector3<double>& vertex : m_vertices)
-            added.slab = std::max(added.slab, std::fabs(util::Dot(added.cone.axis, vertex - middle)));
-    }
+    const std::uint32_t at = m_tables.triangles.add(eight, m_vertices, m_lists);
+    for (std::uint32_t lane = 0; lane < static_cast<std::uint32_t>(last - first); ++lane)
+        m_places[eight.number[lane]] = 8 * at + lane;
+    added.child = ground_child::kTriangles | at;
     return added;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "ground/GroundRayTables.h"
@@ -34,11 +35,9 @@ class GroundRayIndexBuilder {
     /// What a triangle is like.
     struct Shape {
         Box box;
-        AxisFloats middle;             ///< of it, twice that
-        util::Vector3<double> normal;  ///< unit length, turned to the positive side of its group's axis
-        double longest;                ///< side, squared
-        std::uint32_t number;          ///< in the ground
-        std::size_t group;             ///< 0 to 2, or kOdd for one that only the exact test can tell about
+        AxisFloats middle;     ///< of it, twice that
+        double longest;        ///< side, squared
+        std::uint32_t number;  ///< in the ground
     };
     /// A node of the ground's tree with its number in `cells`.
     struct Branch {
@@ -53,12 +52,10 @@ class GroundRayIndexBuilder {
     /// What has been made of some triangles.
     struct Added {
         std::uint32_t child;
-        Box box;    ///< around them
-        Box cells;  ///< around the cells of all leaves that list one of them
-        Cone cone;
-        /// How far at most their corners are from the plane through the middle of their box across the cone's axis.
-        double slab;
+        Box box;  ///< around them
     };
+    /// Of a triangle.
+    using Normal = std::array<float, 3>;
     /// A leaf that lists a triangle which an earlier one lists, too.
     struct Further {
         std::uint32_t triangle;
@@ -69,7 +66,6 @@ class GroundRayIndexBuilder {
         std::size_t least;
         std::size_t most;
     };
-    static constexpr std::size_t kOdd = 3;
     static constexpr double kRightAngle = 1.5707963267948966;
     /// A cell or triangle smaller than this many half sizes of the mesh is left to the exact tests.
     static constexpr double kLeastThickness = 0x1p-40;
@@ -89,7 +85,7 @@ class GroundRayIndexBuilder {
     [[nodiscard]] std::uint32_t addNode(const Branch& branch);
     /// Up to eight nodes that make up a node, in the order of the tree.
     [[nodiscard]] std::vector<Branch> branchesOf(const Branch& branch);
-    [[nodiscard]] std::uint32_t addInner(const Branch& branch);
+    std::uint32_t addInner(const Branch& branch);
     [[nodiscard]] std::uint32_t addLeaf(const Branch& branch);
     /// The path from a cell up.
     [[nodiscard]] GroundPath pathOf(std::uint32_t cell);
@@ -103,11 +99,15 @@ class GroundRayIndexBuilder {
     // The triangles.
     void addTriangles();
     [[nodiscard]] Shape shapeOf(std::uint32_t number) const;
-    [[nodiscard]] Added addItems(Item* first, Item* last, bool isOdd);
+    [[nodiscard]] Added addItems(Item* first, Item* last);
     /// Makes up to kMostLast triangles boxes of up to eight triangles each.
-    [[nodiscard]] Added addLast(const Item* first, const Item* last, bool isOdd);
+    [[nodiscard]] Added addLast(const Item* first, const Item* last);
     /// @param first, last places in `m_shapes`
-    [[nodiscard]] Added addEight(const std::uint8_t* first, const std::uint8_t* last, bool isOdd);
+    Added addEight(const std::uint8_t* first, const std::uint8_t* last);
+    /// Those that only the exact test can tell about stand in no box.
+    void addOdd(const std::vector<Item>& items);
+    /// Unit length; not a number for a triangle that only the exact test can tell about.
+    [[nodiscard]] Normal normalOf(std::uint32_t number) const;
     /// Brings places of `m_shapes` in the order of their middles as far as it counts for a cut in a range.
     void sortAlong(std::size_t axis, std::uint8_t* first, const Range& range, std::size_t count) const;
     [[nodiscard]] Box boxOf(const std::uint8_t* first, const std::uint8_t* last) const;
@@ -124,16 +124,20 @@ class GroundRayIndexBuilder {
     [[nodiscard]] std::uint32_t addBoxes();
     /// Makes something the box at a place of the boxes with number `at`.
     void addBox(std::uint32_t at, std::size_t place, const Added& added);
-    [[nodiscard]] Box cellsOf(std::uint32_t triangle) const;
 
     // What is known of lines that miss boxes: GroundRayCones.cpp.
-    [[nodiscard]] static Cone coneOf(const std::array<util::Vector3<double>, 8>& normals, std::size_t count);
+    /// For all cells.
+    void addCones();
+    /// What each leaf lists.
+    void addEdges();
+    /// @param triangles of a leaf, steeper ones first
+    void addPlanes(GroundLeafEdges& edges, const std::vector<std::uint32_t>& triangles);
+    /// The part of m_leafLists that is a leaf's.
+    [[nodiscard]] std::span<const std::uint32_t> listOf(std::uint32_t leaf) const;
+    [[nodiscard]] Cone coneOf(std::uint32_t leaf) const;
+    /// The upward share of its normal; 0 of what only the exact test can tell about.
+    [[nodiscard]] float uprightOf(std::uint32_t triangle) const;
     static void setCone(GroundCones& cones, int lane, const Cone& cone);
-    static void setSlab(GroundGuard& guard, int lane, const Added& added);
-    /// Of what is made of some parts.
-    [[nodiscard]] static double slabOf(const Added& all, const Added* first, const Added* last);
-    [[nodiscard]] static util::Vector3<double> middleOf(const Box& box);
-    [[nodiscard]] static util::Vector3<double> halfOf(const Box& box);
     /// A narrow cone around both.
     [[nodiscard]] static Cone join(const Cone& a, const Cone& b);
     [[nodiscard]] static float leastSquare(const Cone& cone);
@@ -147,8 +151,11 @@ class GroundRayIndexBuilder {
 
     GroundRayTables& m_tables;
     std::shared_ptr<const GroundTriangles> m_all;
-    std::vector<std::uint32_t> m_paths;  ///< per cell, kEnd where there is none yet
-    std::vector<Box> m_leafCells;
+    std::vector<std::uint32_t> m_paths;      ///< per cell, kEnd where there is none yet
+    std::vector<std::uint32_t> m_leafLists;  ///< of all leaves, one behind the other
+    std::vector<std::size_t> m_leafEnds;     ///< per leaf, in m_leafLists
+    std::vector<Normal> m_normals;           ///< per triangle
+    std::vector<std::uint32_t> m_places;     ///< per triangle, as in GroundPlanes
     /// Per triangle the leaf, or EightTriangles::kMany and where in m_shared; kNone in no leaf.
     std::vector<std::uint32_t> m_leafOf;
     std::vector<std::uint32_t> m_shared;  ///< lists as those behind EightTriangles

@@ -93,13 +93,10 @@ struct alignas(64) EightTriangles {
 /// What stands under a box: the two topmost bits tell the kind, the rest is the number.
 namespace ground_child {
 inline constexpr std::uint32_t kKind = 3U << 30;
-inline constexpr std::uint32_t kBoxes = 0U << 30;      ///< boxes, in `boxes` or `cellBoxes`
-inline constexpr std::uint32_t kTriangles = 1U << 30;  ///< up to eight triangles, in `triangles`
-inline constexpr std::uint32_t kOdd = 2U << 30;        ///< the same that only the exact test can tell about
-inline constexpr std::uint32_t kLeaf = 3U << 30;       ///< a leaf of the tree, in `leaves`
-inline constexpr unsigned kSafeBit = 29;
-inline constexpr std::uint32_t kSafe = 1U << kSafeBit;  ///< on the way only: all normals below are safe with the line
-inline constexpr std::uint32_t kMost = kSafe - 1;       ///< largest number
+inline constexpr std::uint32_t kBoxes = 0U << 30;       ///< boxes, in `boxes` or `cellBoxes`
+inline constexpr std::uint32_t kTriangles = 1U << 30;   ///< up to eight triangles, in `triangles`
+inline constexpr std::uint32_t kLeaf = 3U << 30;        ///< a leaf of the tree, in `leaves`
+inline constexpr std::uint32_t kMost = (1U << 29) - 1;  ///< largest number
 }  // namespace ground_child
 
 /// Up to sixteen boxes around triangles with what stands under each.
@@ -111,12 +108,6 @@ struct alignas(64) GroundBoxes {
     std::array<SixteenFloats, 6> border{};
     /// Eight triangles that are none where there is no box.
     std::array<std::uint32_t, kCount> child{};
-};
-
-/// Up to eight cells of the tree, with what stands under each.
-struct GroundCellBoxes {
-    EightBoxes cells;
-    std::array<std::uint32_t, 8> child{};
 };
 
 /// The cones that hold the normals of the triangles in each of eight parts.
@@ -134,15 +125,33 @@ struct GroundCone {
     float leastSquare = 2.0F;
 };
 
-/// What is asked of half of sixteen boxes while the normals below are not known to be safe.
-struct GroundGuard {
-    GroundCones cones;
-    EightBoxes cells;  ///< around the cells of all leaves that list a triangle below
-    /// A line that does not meet a box runs edge-on to each triangle below that it hits. Then it comes, where it is
-    /// nearest to the middle of the box, as near to the plane across the cone's axis there as `slab`, plus `fan` times
-    /// the distance from the middle, plus some margin. Infinite where that is not known.
-    EightFloats slab{};
-    EightFloats fan{};
+/// Up to eight cells of the tree, with what stands under each.
+struct GroundCellBoxes {
+    EightBoxes cells;
+    GroundCones cones;      ///< around the normals of all triangles below
+    EightFloats upright{};  ///< the least upward share of these normals
+    std::array<std::uint32_t, 8> child{};
+};
+
+/// The planes of up to eight steep triangles, a lane each.
+struct alignas(32) GroundPlanes {
+    static constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+    /// Unit length, along x, y, z; 0 in a lane without a triangle, and not a number in that of one that only the exact
+    /// test can tell about.
+    std::array<EightFloats, 3> normal{};
+    /// Of the plane along the normal, from the middle of the mesh; infinite in a lane without a triangle.
+    EightFloats height{kInfinity, kInfinity, kInfinity, kInfinity, kInfinity, kInfinity, kInfinity, kInfinity};
+    /// Which they are: eight times the number of their group in `triangles`, plus the lane there.
+    std::array<std::uint32_t, 8> triangle{};
+};
+
+/// What a leaf lists, from here on to where that of the next one begins, for lines that may be edge-on to it.
+struct GroundLeafEdges {
+    AxisFloats middle{};  ///< no corner of the steep ones is farther from here than `reach`
+    float reach = 0.0F;
+    std::uint32_t planes = 0;  ///< of steep triangles, in `planes`; steeper ones first
+    std::uint32_t flats = 0;   ///< groups of eight with others, in `flats`
 };
 
 /// The cells of a node of the tree and of the seven nodes above it; the root's again where there are no more.
@@ -207,7 +216,6 @@ class GroundEights {
 struct GroundRayTables {
     /// A tree of boxes over all triangles that the leaves of the ground's tree list, each triangle once.
     std::vector<GroundBoxes, LargePages<GroundBoxes>> boxes;
-    std::vector<std::array<GroundGuard, 2>, LargePages<std::array<GroundGuard, 2>>> guards;  ///< of `boxes`
     GroundEights triangles;
     std::uint32_t root = 0;
     /// The way to each leaf, in the order of the walk.
@@ -215,18 +223,29 @@ struct GroundRayTables {
     std::vector<GroundPath> paths;  ///< above those of leaves
     /// The cells of the ground's tree, in its order.
     std::vector<GroundCellBoxes> cellBoxes;
+    std::vector<GroundLeafEdges> edges;  ///< per leaf, and one more
+    std::vector<GroundPlanes> planes;
+    std::vector<std::uint32_t> flats;  ///< numbers in `triangles`
     std::uint32_t cellRoot = 0;
     std::vector<GroundCell> cells;
     util::Vector3<double> middle;
-    double radius = 0.0;       ///< half the longest side of the root
-    double offset = 0.0;       ///< largest coordinate of the middle
-    AxisDoubles middleAxes{};  ///< the middle
-    GroundCone normals;
+    double radius = 0.0;        ///< half the longest side of the root
+    double offset = 0.0;        ///< largest coordinate of the middle
+    AxisDoubles middleAxes{};   ///< the middle
+    GroundCone normals;         ///< of all triangles
+    float upright = 0.0F;       ///< their least upward share
     double nearDistance = 0.0;  ///< for lines that start within this from the middle:
     float nearMargin = 0.0F;    ///< more than marginAt()
 };
 
 namespace ground_line {
+/// A triangle is steep if the upward share of its normal is less than this.
+inline constexpr float kSteep = 0.866F;
+/// A line is edge-on to no triangle with a larger upward share of the normal than the level share of the line, plus
+/// this, which is more than kEdgeOn.
+inline constexpr float kUprightSlack = 0.004F;
+/// Cosine of a line and a normal below which the line counts as edge-on.
+inline constexpr float kEdgeOn = 0x1p-9F + 1e-4F;
 /// Lines that run along an axis by less than this, but not by nothing, are left to the walk: their determinants with
 /// faces of boxes may be below the smallest normal number.
 inline constexpr double kLeastSlope = 1e-200;

@@ -123,8 +123,8 @@ using EightVectors = std::array<EightFloats, 3>;
                                                   const Vector3<double>& direction) {
     return couldHitAny(near, count, reach, direction);
 }
-[[nodiscard]] GROUND_REACH_WIDE bool allSafeWide(const std::array<GroundGuard, 2>& guards, const AxisFloats& along) {
-    return allSafe(guards[0].cones, along) && allSafe(guards[1].cones, along);
+[[nodiscard]] GROUND_REACH_WIDE bool allSafeWide(const GroundCones& cones, const AxisFloats& along) {
+    return allSafe(cones, along);
 }
 #undef GROUND_REACH_WIDE
 #endif
@@ -186,15 +186,14 @@ GroundReach::GroundReach([[maybe_unused]] GroundRayIndex::Lanes lanes) {
 }
 
 bool GroundReach::canTell(const GroundRayTables& tables, const Vector3<double>& direction) const {
-    if ((tables.root & ground_child::kKind) != ground_child::kBoxes) return false;
     if (!(std::fabs(util::Dot(direction, direction) - 1.0) < kUneven)) return false;
     if (isNearlyLevel(direction.x) || isNearlyLevel(direction.y) || isNearlyLevel(direction.z)) return false;
     const AxisFloats along = singles(direction);
-    const auto& guards = tables.guards[tables.root & ground_child::kMost];
+    const GroundCones& cones = tables.cellBoxes[tables.cellRoot & ground_child::kMost].cones;
 #if defined(__x86_64__)
-    if (m_isWide) return allSafeWide(guards, along);
+    if (m_isWide) return allSafeWide(cones, along);
 #endif
-    return allSafe(guards[0].cones, along) && allSafe(guards[1].cones, along);
+    return allSafe(cones, along);
 }
 
 bool GroundReach::holds(const Vector3<double>& origin, const Vector3<double>& lift) const {
