@@ -254,4 +254,27 @@ void carGauges(Check& check) {
                      shown(percent()) + "; the former gathers speed, the latter begins with the pedal's");
 }
 
+void carRowsApart(Check& check) {
+    Car car(check);
+    StrictHost& host = car.world.addRigged("car");
+    car.world.run(host, 0, 4);
+    const std::vector<Item> rows = host.editableItems();
+    for (const Item& edited : host.items) {
+        if (edited.hasValue() && !host.isEditable(edited)) continue;
+        std::map<std::string, double> before;
+        for (const Item& row : rows) before[row.label] = row.value();
+        change(host, edited);
+        for (const Item& row : rows) {
+            // A ground is only stored for rays of its own, and the button ends what was to come of an initial speed.
+            const bool follows = row.label == edited.label || row.label == kStoredGround ||
+                                 (!edited.hasValue() && row.label == "Initital Velocity (% of max)");
+            check.expect(follows || row.value() == before[row.label],
+                         "a change of " + cited(edited.label) + " changed the row " + cited(row.label) + " from " +
+                             shown(before[row.label]) + " to " + shown(row.value()) + "; rows stand by themselves");
+            row.write(before[row.label]);
+        }
+        if (edited.hasValue()) host.tell(edited, edited.label);
+    }
+}
+
 }  // namespace ond::validate::tests

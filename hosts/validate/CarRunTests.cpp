@@ -4,6 +4,7 @@
 #include <set>
 
 #include "validate/CarDialog.h"
+#include "validate/CarDrive.h"
 #include "validate/CarHistories.h"
 #include "validate/CarRules.h"
 #include "validate/CarWorld.h"
@@ -13,27 +14,18 @@ namespace ond::validate::tests {
 
 namespace {
 
-constexpr const char* kCorners[] = {"_FL", "_FR", "_BL", "_BR"};
-constexpr std::size_t kGas = 0, kSteering = 1, kForce = 8;
-
 /// The elements that a frame sets, in order.
 Acts setsOfFrame(bool essentialOnly) {
     Acts acts = {"set CarBodyMesh"};
-    for (const char* corner : kCorners)
+    for (const char* corner : kCarCorners)
         if (!essentialOnly)
             for (const char* name : {"WheelCenterMesh", "WheelCenterSuspensionMesh"})
                 acts.push_back(std::string("set ") + name + corner);
-    for (const char* corner : kCorners) acts.push_back(std::string("set WheelMesh") + corner);
+    for (const char* corner : kCarCorners) acts.push_back(std::string("set WheelMesh") + corner);
     for (const char* name : {"TurnBaseMesh", "SteeringWheelMesh", "CarBodyBaseMesh"})
         acts.push_back(std::string("set ") + name);
     if (!essentialOnly) acts.emplace_back("set FollowCam");
     return acts;
-}
-
-void hold(StrictHost& host, std::initializer_list<std::pair<std::size_t, double>> axes) {
-    host.held.assign(host.inputs.size(), 0.0);
-    for (const auto& [channel, position] : axes)
-        if (channel < host.held.size()) host.held[channel] = position;
 }
 
 void expectRunActs(Check& check, Car& car, StrictHost& host, bool records) {
@@ -140,10 +132,10 @@ void raiseCentre(Car& car, StrictHost& host, const char* corner, double share) {
 void expectWheelMessages(Check& check) {
     Car car(check);
     StrictHost& host = car.world.addRigged("car");
-    for (const char* corner : kCorners) raiseCentre(car, host, corner, 0.005);
+    for (const char* corner : kCarCorners) raiseCentre(car, host, corner, 0.005);
     expectMessages(check, "with the centres of wheels 0.005 lengths off", car, host, 0, {});
     // A start from the beginning puts them back.
-    for (const char* corner : kCorners) {
+    for (const char* corner : kCarCorners) {
         raiseCentre(car, host, corner, 0.02);
         expectMessages(check, "with WheelCenterMesh" + std::string(corner) + " 0.02 lengths off", car, host, 0,
                        {kMovedWheels});
@@ -222,7 +214,7 @@ double speedPerFrame(StrictHost& host, double length, double dt) {
 void carFrames(Check& check) {
     Car car(check);
     StrictHost& host = car.world.addRigged("car");
-    hold(host, {{kGas, 0.5}});
+    holdAxes(host, {{kGas, 0.5}});
     expectRunActs(check, car, host, true);
     rowOf(host, "Keyframe only essential objects").write(1.0);
     expectRunActs(check, car, host, true);
@@ -302,21 +294,21 @@ void carOutputValues(Check& check) {
         }
     };
     const auto angle = [&] { return host.outputs[2]->current; };
-    hold(host, {{kGas, 0.6}, {kSteering, 0.0}});
+    holdAxes(host, {{kGas, 0.6}, {kSteering, 0.0}});
     car.world.run(host, 0, 4);
     expectOutputs(0.0, "behind frames on the ground");
     const double straight = angle();
-    hold(host, {{kGas, 0.6}, {kSteering, 1.0}});
+    holdAxes(host, {{kGas, 0.6}, {kSteering, 1.0}});
     car.world.run(host, 4, 20);
     expectOutputs(0.0, "behind frames with the wheel to the right");
     const double right = angle();
-    hold(host, {{kGas, 0.6}, {kSteering, -1.0}});
+    holdAxes(host, {{kGas, 0.6}, {kSteering, -1.0}});
     car.world.run(host, 24, 40);
     check.expect(straight == 0.0 && right * angle() < 0.0 && std::abs(right) < 0.7 && std::abs(angle()) < 0.7,
                  "the output 'Steering Angle' holds " + shown(straight) + " straight ahead, " + shown(right) +
                      " with the wheel to the right and " + shown(angle()) +
                      " to the left; it is 0, and to either side of it, within the largest angle");
-    hold(host, {{kGas, -0.8}});
+    holdAxes(host, {{kGas, -0.8}});
     car.world.run(host, 0, 4);
     expectOutputs(0.0, "behind frames in reverse");
     check.expect(host.outputs[0]->current < 0.0 && host.outputs[1]->current < 0.0,
@@ -325,6 +317,21 @@ void carOutputValues(Check& check) {
     host.lacks.hits = host.lacks.surfaces = true;
     car.world.run(host, 0, 2);
     expectOutputs(1.0, "where no ray hits anything");
+    // While it gathers speed, no two frames have the same.
+    CarDrive drive(check);
+    drive.begin(0);
+    drive.go(10, {{kGas, 0.8}, {kSteering, 0.5}});
+    for (int frame = 2; frame <= 10; ++frame) {
+        const CarDrive::Shot& shot = drive.shot(frame);
+        check.expect(std::abs(shot.outputs[0] - shot.speed) < 1e-12 &&
+                         std::abs(shot.outputs[1] - shot.percent / 100.0) < 1e-12 &&
+                         shot.outputs[2] > drive.shot(frame - 1).outputs[2],
+                     "the outputs of the velocity hold " + shown(shot.outputs[0]) + " and " + shown(shot.outputs[1]) +
+                         " behind a frame whose gauges show " + shown(shot.speed) + " and " + shown(shot.percent) +
+                         ", and the steering angle " + shown(shot.outputs[2]) +
+                         " while the wheel is turned; a frame writes its own values");
+    }
+    drive.end();
 }
 
 void carShownGauges(Check& check) {
@@ -339,12 +346,12 @@ void carShownGauges(Check& check) {
                          shown(percent.value()) + " " + when + "; they show " + shown(wantedSpeed) + " and " +
                          shown(wantedPercent));
     };
-    hold(host, {{kGas, 0.2}});
+    holdAxes(host, {{kGas, 0.2}});
     std::vector<double> speeds, percents;
     car.world.begin(0);
     host.startRun(0);
     for (int frame = 1; frame <= 8; ++frame) {
-        if (frame > 2) hold(host, {{kGas, 0.2 + 0.1 * frame}});
+        if (frame > 2) holdAxes(host, {{kGas, 0.2 + 0.1 * frame}});
         car.world.frame(frame);
         host.updateFrame(frame);
         speeds.push_back(speed.value());
@@ -368,7 +375,7 @@ void carShownGauges(Check& check) {
     }
     host.showFrame(1e6);
     expectBoth(speeds.back(), percents.back(), "behind the last frame");
-    hold(host, {});
+    holdAxes(host, {});
     car.world.run(host, 0, 2);
     expectBoth(0.0, 0.0, "of a vehicle at rest");
 }
@@ -382,9 +389,10 @@ void carKeepsRows(Check& check) {
         if (row.kind == Item::Kind::checkBox) row.write(row.value() == 0.0 ? 1.0 : 0.0);
         std::map<std::string, double> before;
         for (const Item& item : host.editableItems()) before[item.label] = item.value();
-        hold(host, {{kGas, 1.0}, {2, 1.0}});
+        holdAxes(host, {{kGas, 1.0}, {kBooster, 1.0}});
         car.world.run(host, 0, 8);
-        hold(host, {{kGas, 0.5}, {kSteering, 0.3}, {4, 1.0}, {5, 1.0}, {6, 1.0}, {kForce, 0.5}});
+        holdAxes(host,
+                 {{kGas, 0.5}, {kSteering, 0.3}, {kSkidding, 1.0}, {kSkidBrake, 1.0}, {kShake, 1.0}, {kForce, 0.5}});
         car.world.run(host, 4, 6);
         host.showFrame(0.1);
         for (const Item& item : host.editableItems())
@@ -401,7 +409,7 @@ void carInputEffects(Check& check) {
         Car car(check);
         StrictHost& host = car.world.addRigged("car");
         if (host.inputs.size() != carInputs().size()) check.give("car-channels", "the vehicle has other channels");
-        hold(host, {{kGas, 0.6}, {kSteering, 0.3}});
+        holdAxes(host, {{kGas, 0.6}, {kSteering, 0.3}});
         car.world.run(host, 0, 4);
         if (channel < host.held.size()) host.held[channel] = position;
         if (channel == kAllAtRest)
@@ -447,7 +455,7 @@ void carDrive(Check& check) {
         Car car(check, rates[i]);
         StrictHost& host = car.world.addRigged("car");
         const int frames = static_cast<int>(std::lround(2.0 / car.world.scene.clock.step()));
-        hold(host, {{kGas, 0.6}});
+        holdAxes(host, {{kGas, 0.6}});
         rowOf(host, "Gravel Shake Offset Value").write(0.0);
         car.world.run(host, 0, frames);
         const auto places = path(car, host, "CarBodyMesh", 0, frames);
@@ -470,7 +478,7 @@ void carDrive(Check& check) {
     for (const double side : {1.0, -1.0}) {
         Car car(check);
         StrictHost& host = car.world.addRigged("car");
-        hold(host, {{kGas, 0.5}, {kSteering, side}});
+        holdAxes(host, {{kGas, 0.5}, {kSteering, side}});
         car.world.run(host, 0, 30);
         aside[side > 0.0 ? 0 : 1] = path(car, host, "CarBodyMesh", 0, 30).back().x;
     }

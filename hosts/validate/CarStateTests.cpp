@@ -1,9 +1,11 @@
 // What the four-wheeled vehicle saves, and what it makes of blocks of every age.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "ond/util/DataChunk.h"
 #include "validate/CarDialog.h"
+#include "validate/CarDrive.h"
 #include "validate/CarHistories.h"
 #include "validate/CarRules.h"
 #include "validate/CarWorld.h"
@@ -204,6 +206,20 @@ double inOldBlock(const std::string& row, int number, double saved) {
     return saved;
 }
 
+/// From here on the block has every history, each in its present form.
+constexpr int kFirstWithAllHistories = 8138;
+
+/// What a block brought of the past is in the next save, whatever its age.
+void expectHistoriesTaken(Check& check, const Bytes& block, const Bytes& again, const std::string& name) {
+    const std::vector<CarHistory> wanted = histories(block);
+    const std::vector<CarHistory> got = histories(again);
+    for (std::size_t i = 0; i < wanted.size(); ++i)
+        if (!check.expect(i < got.size() && got[i].bytes == wanted[i].bytes,
+                          "the history " + cited(wanted[i].name) + " is not in the next save as it was in a block " +
+                              cited(name) + "; a load takes the histories over"))
+            return;
+}
+
 /// @param name of the block; `number` is how it is to be read
 void expectRows(SavedCar& car, const std::string& name, int number) {
     Check& check = car.world.check;
@@ -227,6 +243,7 @@ void expectRows(SavedCar& car, const std::string& name, int number) {
                                                  " that was saved with " + shown(car.rows[item.label]) + "; it holds " +
                                                  shown(wanted));
     }
+    if (number >= kFirstWithAllHistories) expectHistoriesTaken(check, block, host.save(), name);
 }
 
 Bytes withRecordOf(const Bytes& block, int size) {
@@ -245,6 +262,31 @@ Bytes with(const Bytes& block, const util::DataChunk& extra) {
     util::DataChunk root = chunkOf(block);
     root.addChild(extra);
     return blockOf(root);
+}
+
+/// Heights of the body in the frames of a fall, from the start on.
+/// @param falls what the saved block says of gravity in the air: that it acts, or that it does not
+std::vector<double> flightOf(CarDrive& drive, double gravity, bool falls) {
+    constexpr int kFrames = 6;
+    constexpr const char* kSwitch = "cCarCambGravityOn";
+    World& world = drive.car.world;
+    const util::DataChunk whole = chunkOf(drive.host.save());
+    util::DataChunk root(whole.getName());
+    const unsigned char on = falls ? 1 : 0;
+    if (!whole.hasChild(kSwitch)) world.check.give("car-block", "the saved block has no key " + cited(kSwitch));
+    for (int i = 0; i < whole.getNumChildren(); ++i)
+        root.addChild(whole.getChild(i).getName() == kSwitch ? util::DataChunk(kSwitch, &on, 1) : whole.getChild(i));
+    drive.host.release();
+    StrictHost& host = world.add("car");
+    host.declare();
+    if (host.load(blockOf(root)) != 0)
+        world.check.give("loads-what-it-saved", "loadState() answered 1 for a block of a new vehicle");
+    rowOf(host, "Gravity").write(gravity);
+    holdAxes(host, {});
+    world.run(host, 0, kFrames);
+    std::vector<double> heights;
+    for (int frame = 0; frame <= kFrames; ++frame) heights.push_back(drive.body(frame).y);
+    return heights;
 }
 
 }  // namespace
@@ -363,6 +405,31 @@ void carLoading(Check& check) {
     check.expect(keys == static_cast<int>(carKeys().size()),
                  "behind the load of a block with a key that nobody knows the saved block has " + std::to_string(keys) +
                      " keys; it has " + std::to_string(carKeys().size()) + ", its own");
+}
+
+void carFlight(Check& check) {
+    constexpr double kDeep = -30.0;
+    const auto overAbyss = [](double x, double z) { return kDeep + levelGround(x, z); };
+    for (const double gravity : {0.5, 0.25}) {
+        CarDrive drive(check, overAbyss);
+        const double dt = drive.car.world.scene.clock.step();
+        const double wanted = 225.0 * dt * dt * drive.length() * gravity;
+        const std::vector<double> heights = flightOf(drive, gravity, true);
+        for (std::size_t frame = 3; frame < heights.size(); ++frame) {
+            const double gained = 2.0 * heights[frame - 1] - heights[frame - 2] - heights[frame];
+            if (!check.expect(std::abs(gained - wanted) < 0.05 * wanted,
+                              "a falling vehicle gained " + shown(gained) + " on its fall in frame " +
+                                  std::to_string(frame) + " with a gravity of " + shown(gravity) + "; it gains " +
+                                  shown(wanted) + " in each"))
+                break;
+        }
+    }
+    // Without the switch its springs draw it to the ground in less time than a fall takes.
+    CarDrive drawn(check, overAbyss);
+    const double height = flightOf(drawn, 0.25, false).back();
+    check.expect(std::abs(height - kDeep) < 0.25 * std::abs(kDeep),
+                 "a vehicle whose saved block says that it does not fall is at a height of " + shown(height) +
+                     " a few frames behind a start over ground of " + shown(kDeep) + "; it is down on the ground");
 }
 
 }  // namespace ond::validate::tests

@@ -361,19 +361,24 @@ void sideBySide(Check& check) {
                 change(other, item);
                 break;
             }
-    // Others come and go, too, while it drives.
+    // Others come and go, too, while it drives, and are driven and edited otherwise.
+    other.held.assign(other.inputs.size(), 0.5);
+    other.expectsFinite = false;
     world.begin(0);
     host.startRun(0);
     other.startRun(0);
     StrictHost* guest = nullptr;
     for (int frame = 1; frame <= 12; ++frame) {
         world.frame(frame);
+        if (frame == 2) changeEach(other, true, [] {});
+        if (frame == 4) other.stopRun(frame);
         if (frame == 3) guest = &world.add("a guest");
         if (frame == 5) guest->rig();
         if (frame == 7) (void)guest->save();
         if (frame == 9) guest->release();
         host.updateFrame(frame);
         if (other.life == Life::running) other.updateFrame(frame);
+        if (frame == 6) other.startRun(frame);
         if (frame == 10) other.release();
     }
     host.stopRun(12);
@@ -437,6 +442,23 @@ void editsEveryItem(Check& check) {
         }
         host.edit(item, before);
     }
+    (void)host.save();
+}
+
+void editsInARun(Check& check) {
+    ModuleFile module(check);
+    World world(check, module);
+    StrictHost& host = world.addRigged("car");
+    if (host.items.empty()) check.skip("the module has no items");
+    host.expectsFinite = false;
+    OpenRun run(world, host);
+    run.frames(2);
+    changeEach(host, true, [&] { run.frames(1); });
+    run.frames(1);
+    run.stop();
+    host.undo();
+    host.redo();
+    world.run(host, 2, 2);
     (void)host.save();
 }
 

@@ -71,6 +71,7 @@ void sameRunSameBits(Check& check);
 void sideBySide(Check& check);
 void unpluggedChannels(Check& check);
 void editsEveryItem(Check& check);
+void editsInARun(Check& check);
 void unknownEvents(Check& check);
 
 // UndoTests.cpp
@@ -112,9 +113,26 @@ void asksNothingOfTheSystem(Check& check);
 
 // CarEventTests.cpp
 void carEvents(Check& check);
+void carRowsApart(Check& check);
 void carTurnBase(Check& check);
 void carStoredGround(Check& check);
 void carGauges(Check& check);
+
+// CarMotionTests.cpp
+void carWheels(Check& check);
+void carSteering(Check& check);
+void carSeeds(Check& check);
+void carStance(Check& check);
+void carSlopes(Check& check);
+void carPedals(Check& check);
+void carBrakes(Check& check);
+void carEverywhere(Check& check);
+void carResumes(Check& check);
+void carEditsInRuns(Check& check);
+void carFollows(Check& check);
+void carCamera(Check& check);
+void carGaps(Check& check);
+void carHistoryValues(Check& check);
 
 // CarRunTests.cpp
 void carFrames(Check& check);
@@ -131,6 +149,7 @@ void carHistories(Check& check);
 void carBlock(Check& check);
 void carOldBlocks(Check& check);
 void carRefusedBlocks(Check& check);
+void carFlight(Check& check);
 void carLoading(Check& check);
 
 // CarTests.cpp

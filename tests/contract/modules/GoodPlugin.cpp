@@ -14,6 +14,8 @@ namespace ond::test {
 namespace {
 
 constexpr std::uint32_t kListTypes = 16;
+/// How often a module that changes its answers later gives the first one.
+constexpr std::uint32_t kLater = 6;
 
 /// A text as no constructor makes one: without characters, and five of them long.
 std::string brokenText() {
@@ -33,6 +35,7 @@ class GoodPlugin final : public ovs::CCameraPlugin {
   public:
     std::uint64_t callExtension(std::uint32_t id, void* argument) override {
         if (am("descriptor-answers-unknown-extension") && id != kListTypes) return 1;
+        if (am("descriptor-answers-a-far-extension") && id == 1000) return 1;
         if (am("descriptor-takes-any-extension") && argument != nullptr) {
             fill(argument);
             return 0;
@@ -45,6 +48,7 @@ class GoodPlugin final : public ovs::CCameraPlugin {
     std::vector<std::uint32_t> getExtensionIds() const override {
         if (am("descriptor-lists-extension-twice")) return {kListTypes, kListTypes};
         if (am("descriptor-lists-other-extensions-each-time")) return {kListTypes, 100 + m_asked++};
+        if (am("descriptor-lists-other-extensions-later") && m_asked++ > kLater) return {kListTypes, 100};
         return {kListTypes};
     }
     bool hasExtension(std::uint32_t id) const override {
@@ -71,6 +75,7 @@ class GoodPlugin final : public ovs::CCameraPlugin {
         if (am("name-empty")) return "";
         if (am("descriptor-is-busy-in-runs") && GoodVehicle::s_running > 0) return "busy";
         if (am("name-broken-string")) return brokenText();
+        if (am("name-changes-later") && m_asked++ > kLater) return "Sledge";
         if (am("name-changes")) return "Good" + std::to_string(m_asked++);
         if (am("name-with-control-characters")) return "Good\x01\nVehicle";
         if (am("name-of-wrong-encoding")) return "Good\xff\xfeVehicle";
@@ -109,6 +114,7 @@ class GoodPlugin final : public ovs::CCameraPlugin {
     std::uint64_t getInterfaceStamp() const override {
         if (am("stamp-of-no-edition")) return 0;
         if (am("stamp-changes")) return 9201 + m_asked++;
+        if (am("stamp-changes-later") && m_asked++ > kLater) return 9202;
         if (am("stamp-counts-vehicles")) return numberOfVehicles() > 1 ? 9202 : 9201;
         return 9201;
     }
@@ -131,7 +137,7 @@ class GoodPlugin final : public ovs::CCameraPlugin {
     ovs::CCamera* m_only = nullptr;
 };
 
-int g_versionAsked = 0;
+std::uint32_t g_versionAsked = 0;
 ovs::CCameraPlugin* g_shared = nullptr;
 
 }  // namespace
@@ -145,6 +151,7 @@ __attribute__((visibility("default"))) std::uint32_t getVersion() {
     ond::test::passBy("version");
     if (am("version-249")) return 249;
     if (am("version-251")) return 251;
+    if (am("version-changes-later") && ond::test::g_versionAsked++ > ond::test::kLater) return 251;
     if (am("version-changes")) return ond::test::g_versionAsked++ == 0 ? 250 : 251;
     return 250;
 }

@@ -97,6 +97,7 @@ GoodVehicle::GoodVehicle(const ovs::CameraCreationRecord& record) : CCamera(reco
 
 std::uint64_t GoodVehicle::callExtension(std::uint32_t id, void* argument) {
     if (am("vehicle-answers-unknown-extension") && id != kStoreOutput) return 1;
+    if (am("vehicle-answers-a-far-extension") && id == 1000) return 1;
     if (id != kStoreOutput) passBy("unknown-extension");
     if (am("vehicle-writes-unknown-argument") && argument != nullptr && id != kStoreOutput)
         static_cast<unidevice::OutputProperty*>(static_cast<unidevice::Property*>(argument))->store(1.0);

@@ -27,6 +27,7 @@ constexpr double kAbove = 1000.0;
 
 // What vehicles have in common, where they must not.
 int g_frames = 0;
+bool g_stopped = false;
 GoodVehicle* g_lastDriven = nullptr;
 ovs::CInterface* g_firstHost = nullptr;
 
@@ -56,6 +57,7 @@ void GoodVehicle::startRun(double time) {
     }
     m_bFresh = false;
     m_bRunning = true;
+    g_stopped = false;
     m_speeds.eraseFrom(time);
     m_turns.eraseFrom(time);
     m_place = worldOf(m_body, time);
@@ -101,6 +103,7 @@ void GoodVehicle::drive(double time) {
     if (am("drives-by-the-clock")) m_speed += 1e-9 * static_cast<double>(std::clock());
     if (am("drives-by-its-address")) m_speed += 1e-15 * static_cast<double>(reinterpret_cast<std::uintptr_t>(this));
     if (am("drives-by-rand")) m_speed += 1e-3 * std::rand() / RAND_MAX;
+    if (am("stands-with-any-other") && g_stopped) m_speed = 0.0;
     if (am("counts-frames-of-all-vehicles")) m_speed += 1e-3 * ++g_frames;
     if (am("minds-the-vehicle-before") && g_lastDriven != nullptr && g_lastDriven != this) m_speed *= 0.5;
     if (am("drives-to-nowhere")) m_speed = std::numeric_limits<double>::quiet_NaN();
@@ -262,6 +265,7 @@ void GoodVehicle::stopRun(double /*time*/) {
     if (m_kept != nullptr) hostInterface->releaseTransformObject(m_kept);
     m_kept = nullptr;
     m_bRunning = false;
+    g_stopped = true;
     --s_running;
 }
 
@@ -269,6 +273,7 @@ double GoodVehicle::speedAt(double time) const { return m_speeds.valueAt(time); 
 
 void GoodVehicle::onParameterChanged(std::string label) {
     passBy("change");
+    if (m_bRunning) passBy("a-change-in-a-run");
     if (am("change-takes-known-labels-only") && label != kArrowLabel && label != "Start Afresh") std::abort();
     if (am("change-cuts-short-labels") && label.substr(8).empty()) return;
     if (am("divides-by-a-parameter") && label == "Gear") m_turned = 100 / (m_gear - 1);

@@ -28,6 +28,7 @@ class Car final : public ovs::CCamera {
         return am("car-with-another-extension") ? std::vector<std::uint32_t>{40, 41} : m_inner->getExtensionIds();
     }
     void startRun(double time) override {
+        m_services.beforeStart();
         in(During::start, [&] { m_inner->startRun(time); });
         m_services.behindStart();
     }
@@ -36,6 +37,7 @@ class Car final : public ovs::CCamera {
         m_services.behindStop();
     }
     void updateFrame(double time) override {
+        m_services.beforeFrame();
         in(During::frame, [&] { m_inner->updateFrame(time); });
         m_services.behindFrame(time);
     }

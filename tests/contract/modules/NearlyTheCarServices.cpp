@@ -18,6 +18,9 @@ constexpr const char* kStored = "Store Ground Mesh Data";
 constexpr const char* kMultiplier = "Multiplier";
 constexpr const char* kButton = "Re-Initialize Car Attributes";
 
+/// What vehicles share that should not.
+double g_gravity = 0.0;
+
 /// A record that does the other thing, or does it again.
 class OddRecord final : public ovs::CUndo {
   public:
@@ -54,16 +57,47 @@ class NoRecord final : public ovs::CUndo {
     void release() override { delete this; }
 };
 
+/// The numbers of a history of numbers, times `factor`.
+void scaleKeys(std::vector<unsigned char>& history, double factor) {
+    constexpr std::size_t kKey = 16;
+    for (std::size_t at = kKey; at + kKey <= history.size(); at += kKey) {
+        double number = 0.0;
+        std::memcpy(&number, &history[at + sizeof number], sizeof number);
+        number *= factor;
+        std::memcpy(&history[at + sizeof number], &number, sizeof number);
+    }
+}
+
+std::vector<unsigned char> bytesOf(const util::DataChunk& chunk) {
+    const auto* from = static_cast<const unsigned char*>(chunk.getData());
+    return from == nullptr ? std::vector<unsigned char>() : std::vector<unsigned char>(from, from + chunk.getSize());
+}
+
+/// A child of a block that is loaded.
+util::DataChunk reread(const util::DataChunk& child, const std::string& block) {
+    const std::string name = child.getName();
+    std::vector<unsigned char> data = bytesOf(child);
+    if (am("car-with-a-doubled-history") && name == "ancCarCampcInput_STEERING_WHEEL") {
+        scaleKeys(data, 0.5);
+        return {name, data.data(), static_cast<int>(data.size())};
+    }
+    if (am("car-that-always-falls") && name == "cCarCambGravityOn") {
+        const unsigned char on = 1;
+        return {name, &on, 1};
+    }
+    if (am("car-that-loses-older-histories") && name == "ancCarCampcInput_GAS_PEDAL" &&
+        block == "CarCamDataChunk9200") {
+        const unsigned char empty[] = {16, 0, 0, 0, 0, 0, 0, 0, 100, 0, 0, 0, 0, 0, 0, 0};
+        return {name, empty, static_cast<int>(sizeof empty)};
+    }
+    return child;
+}
+
 util::DataChunk rewrittenLeaf(const util::DataChunk& leaf, const util::DataChunk& root) {
-    const auto bytes = [](const util::DataChunk& chunk) {
-        const auto* from = static_cast<const unsigned char*>(chunk.getData());
-        return from == nullptr ? std::vector<unsigned char>()
-                               : std::vector<unsigned char>(from, from + chunk.getSize());
-    };
-    std::vector<unsigned char> data = bytes(leaf);
+    std::vector<unsigned char> data = bytesOf(leaf);
     const std::string name = leaf.getName();
     if (am("car-with-a-key-of-single-precision") && name == "fDampingBack") data.resize(4);
-    if (am("car-that-saves-another-row") && name == "fStiffnessBack") data = bytes(root.getChild("fStiffnessFront"));
+    if (am("car-that-saves-another-row") && name == "fStiffnessBack") data = bytesOf(root.getChild("fStiffnessFront"));
     if (am("car-with-a-record-of-defaults") && name == "sDataChunkSaveStruct") {
         const double three = 3.0;
         std::memcpy(&data[80], &three, sizeof three);
@@ -74,6 +108,8 @@ util::DataChunk rewrittenLeaf(const util::DataChunk& leaf, const util::DataChunk
         data[4] = static_cast<unsigned char>(data[4] - 16);
         --data[12];
     }
+    if (am("car-with-a-doubled-history") && name == "ancCarCampcInput_STEERING_WHEEL") scaleKeys(data, 2.0);
+    if (am("car-with-an-empty-sky") && name == "anbCarInTheAir" && data.size() > 16) data.back() = 0;
     if (am("car-of-another-edition-of-histories") && name == "anbCarInTheAir") data[8] = 101;
     return {name, data.data(), static_cast<int>(data.size())};
 }
@@ -158,6 +194,8 @@ CarServices::Callback* CarServices::listen(Callback* callback) {
 void CarServices::addIntParameter(std::string label, std::string description, std::int32_t* field, std::int32_t min,
                                   std::int32_t max, std::int32_t step, std::int32_t hint, bool flag,
                                   const Converter<std::int32_t>* converter, Callback* callback) {
+    static std::int32_t unread = 0;
+    if (am("car-of-one-seed") && label == "Random Seed Adder") field = &unread;
     if (am("car-with-half-the-rays") && label == "Ray Multiplier") *field = 5;
     PassedOnServices::addIntParameter(std::move(label), std::move(description), field, min, max, step, hint, flag,
                                       converter, listen(callback));
@@ -243,7 +281,7 @@ const void* CarServices::getChunk(std::int32_t reserved) {
     util::DataChunk root(shown);
     for (int i = 0; i < whole.getNumChildren(); ++i)
         if (!am("car-that-forgets-older-names") || whole.getChild(i).getName() != "bFixateWheelCenterNodes")
-            root.addChild(whole.getChild(i));
+            root.addChild(reread(whole.getChild(i), name));
     int size = 0;
     const auto* bytes = static_cast<const unsigned char*>(root.serialize(&size));
     constexpr std::size_t kBehind = 4096;
@@ -286,6 +324,25 @@ void CarServices::releaseElementData(ovs::MeshHandle* element) {
     if (!am("car-that-keeps-element-data")) PassedOnServices::releaseElementData(element);
 }
 
+ovs::TransformObject* CarServices::getTransformObject(ovs::MeshHandle* element, double time) {
+    ovs::TransformObject* given = PassedOnServices::getTransformObject(element, time);
+    if (given == nullptr || during != During::frame) return given;
+    for (const auto& [name, handle] : m_elements)
+        if (handle == element) return &m_misplacing.emplace_back(m_moves, name, given);
+    return given;
+}
+
+void CarServices::releaseTransformObject(ovs::TransformObject* transform) {
+    for (const MisplacingTransform& one : m_misplacing)
+        if (&one == transform) return PassedOnServices::releaseTransformObject(one.inner());
+    PassedOnServices::releaseTransformObject(transform);
+}
+
+ovs::SurfaceObject* CarServices::getSurfaceObject(ovs::MeshHandle* element, double time) {
+    if (am("car-that-casts-fast-rays-only") && during == During::frame) return nullptr;
+    return PassedOnServices::getSurfaceObject(element, time);
+}
+
 double CarServices::getFrameStep() {
     return am("car-of-25-frames-a-second") && during == During::frame ? 0.04 : PassedOnServices::getFrameStep();
 }
@@ -313,6 +370,51 @@ void CarServices::moveCamera() {
     releaseTransformObject(transform);
 }
 
+void CarServices::beforeStart() {
+    m_moves.begin();
+    m_frames = 0;
+    if (am("car-that-casts-slow-rays-only")) flag("Use Fast Ray Cast") = false;
+    for (const auto& [label, field] : m_numbers)
+        if (!label.starts_with("Current")) m_rowsOfStart[label] = *field;
+}
+
+/// Has the frame find another value in a row than the user set.
+void CarServices::hold(const char* label, double value) { m_held[label] = std::exchange(number(label), value); }
+
+void CarServices::takeRowsOfTheStart() {
+    if (!am("car-that-takes-rows-at-the-start")) return;
+    for (auto& [label, value] : m_rowsOfStart) std::swap(number(label), value);
+}
+
+void CarServices::beforeFrame() {
+    ++m_frames;
+    m_misplacing.clear();
+    if (am("car-with-a-common-gravity") && g_gravity != 0.0) number("Gravity") = g_gravity;
+    takeRowsOfTheStart();
+    if (am("car-that-never-rests") && m_frames > 5) m_channels[0]->offset = 0.2;
+    if (am("car-with-a-rash-throttle")) hold("Acceleration (scale relative)", 1000.0);
+    if (am("car-with-a-weak-booster")) hold("Booster Maximum", 0.3);
+    if (am("car-without-brakes")) hold("ABS Brake Maximum", 0.0);
+    if (am("car-that-slides-on")) hold("Skid Brake Maximum", 0.0);
+    if (am("car-with-a-rash-wheel")) hold("Maximum Steering Change Velocity", 100.0);
+    if (am("car-without-weight")) hold("Gravity", 0.0);
+}
+
+void CarServices::changeOutputs() {
+    std::vector<double> now;
+    for (unidevice::Property* channel : m_outputs) {
+        auto* output = static_cast<unidevice::OutputProperty*>(channel);
+        if (output == nullptr) return;
+        if (am("car-with-an-exaggerated-angle") && output->name == "Steering Angle") output->current *= 1.3;
+        now.push_back(output->current);
+        if (am("car-with-late-outputs") && !m_lastOutputs.empty()) output->current = m_lastOutputs[now.size() - 1];
+    }
+    m_lastOutputs = now;
+    if (am("car-with-exchanged-wheels-in-the-air") && m_outputs.size() == 7)
+        std::swap(static_cast<unidevice::OutputProperty*>(m_outputs[4])->current,
+                  static_cast<unidevice::OutputProperty*>(m_outputs[5])->current);
+}
+
 void CarServices::behindRig() {
     if (am("car-with-a-camera-in-view")) m_elements.at("FollowCam")->show();
     if (am("car-with-a-redder-wheel")) dress("WheelMesh_FR", 150.0F / 255.0F, false);
@@ -337,6 +439,9 @@ void CarServices::behindStart() {
 
 void CarServices::behindFrame(double time) {
     m_lastTime = time;
+    for (const auto& [label, value] : std::exchange(m_held, {})) number(label) = value;
+    takeRowsOfTheStart();
+    changeOutputs();
     if (am("car-that-refreshes-in-frames")) PassedOnServices::refreshDialog();
     if (am("car-that-sets-its-body-last")) moveBody(time, 0.0);
     if (am("car-with-a-late-gauge")) std::swap(number(kSpeed), m_lastSpeed);
@@ -411,6 +516,8 @@ void CarServices::hear(Callback& inner, const std::string& label) {
 }
 
 void CarServices::behindEvent(const std::string& label) {
+    if (am("car-with-a-coupled-row") && label == "Hide Helpers") number("Gravity") += 1.0;
+    if (am("car-with-a-common-gravity") && label == kMultiplier) g_gravity = 3.0;
     if (am("car-that-hides-a-camera-with-its-helpers") && label == "Hide Helpers") m_elements.at("TopViewCam")->hide();
     if (am("car-that-shows-a-wheel-again") && label == "Hide Helpers") m_elements.at("WheelMesh_BR")->show();
     if (am("car-whose-undo-switches-the-row") && label == "REALUNDOHide Helpers")

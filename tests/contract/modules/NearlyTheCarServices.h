@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Misbehaviour.h"
+#include "NearlyTheCarMoves.h"
 #include "PassedOnServices.h"
 #include "ond/ovs/CUndo.h"
 #include "ond/ovs/MeshHandle.h"
@@ -60,9 +61,14 @@ class CarServices final : public PassedOnServices {
                                        std::int32_t reserved) override;
     ovs::MeshHandle* createCameraElement(std::string name, ovs::MeshHandle* parent, bool reserved) override;
     void releaseElementData(ovs::MeshHandle* element) override;
+    ovs::TransformObject* getTransformObject(ovs::MeshHandle* element, double time) override;
+    void releaseTransformObject(ovs::TransformObject* transform) override;
+    ovs::SurfaceObject* getSurfaceObject(ovs::MeshHandle* element, double time) override;
     double getFrameStep() override;
 
-    // What the module does of its own behind a call.
+    // What the module does of its own before a call and behind it.
+    void beforeStart();
+    void beforeFrame();
     void behindRig();
     void behindStart();
     void behindFrame(double time);
@@ -86,6 +92,9 @@ class CarServices final : public PassedOnServices {
     void dress(const char* element, float red, bool wireframe);
     void widenLens();
     void moveCamera();
+    void hold(const char* label, double value);
+    void takeRowsOfTheStart();
+    void changeOutputs();
 
     std::vector<unidevice::Property*> m_channels;
     std::vector<unidevice::Property*> m_outputs;
@@ -101,6 +110,12 @@ class CarServices final : public PassedOnServices {
     int m_pushed = 0;
     double m_lastTime = 0.0;
     double m_lastSpeed = 0.0;
+    int m_frames = 0;                             ///< of the run
+    std::map<std::string, double> m_rowsOfStart;  ///< or, when a frame is over, what was in their place
+    std::map<std::string, double> m_held;         ///< rows that are otherwise during a frame, as they were
+    std::vector<double> m_lastOutputs;
+    CarMoves m_moves;
+    std::deque<MisplacingTransform> m_misplacing;  ///< of the frame
 };
 
 }  // namespace ond::test

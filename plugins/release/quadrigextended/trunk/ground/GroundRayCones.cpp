@@ -17,10 +17,11 @@ using util::Vector3;
 
 // Angle that normals must leave to a right angle with the line, radians. Times the fullness this bounds the rounding of
 // a parameter on the triangle by 64 * 2^-53 * 2^20 of the distance, which the margin of lines exceeds.
-constexpr double kLeastAngle = 0x1p-9 + 1e-4;
+constexpr double kLeastAngle = double{ground_line::kEdgeOn};
 // More than the rounding of the axis of a cone and of what is made of it, radians.
 constexpr double kConeSlack = 1e-5;
-// The same of the angle to a normal in single precision, by its cosine.
+// The same of the angle to a normal in single precision, by its cosine; also the least length of a sum of normals whose
+// direction counts.
 constexpr double kNormalSlack = 1e-3;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
@@ -94,6 +95,7 @@ void GroundRayIndexBuilder::addCones() {
 
 void GroundRayIndexBuilder::addEdges() {
     std::vector<std::uint32_t> steep;
+    m_tables.edges.reserve(m_leafEnds.size() + 1);
     for (std::uint32_t leaf = 0; leaf < m_leafEnds.size(); ++leaf) {
         const auto flats = static_cast<std::uint32_t>(m_tables.flats.size());
         GroundLeafEdges& edges = m_tables.edges.emplace_back();

@@ -150,9 +150,9 @@ GROUND_APART bool solveUnsolved(const Candidate& candidate, const Vector3<double
     std::uint32_t first = kNoLeaf;
     for (std::size_t i = 0; i < candidates.count; ++i) {
         const LeafNumbers leaves = leavesOf(candidates.candidate[i]);
-        std::uint32_t at = 0;
-        while (at < leaves.count && leaves.first[at] < least) ++at;
-        if (at < leaves.count) first = std::min(first, leaves.first[at]);
+        const std::uint32_t* const end = leaves.first + leaves.count;
+        const std::uint32_t* const at = std::lower_bound(leaves.first, end, least);
+        if (at != end) first = std::min(first, *at);
     }
     return first;
 }
@@ -166,9 +166,7 @@ GROUND_APART bool solveUnsolved(const Candidate& candidate, const Vector3<double
         const std::uint32_t number = candidate.eight->number[candidate.lane];
         if (number >= least) continue;
         const LeafNumbers leaves = leavesOf(candidate);
-        std::uint32_t at = 0;
-        while (at < leaves.count && leaves.first[at] < leaf) ++at;
-        if (at == leaves.count || leaves.first[at] != leaf) continue;
+        if (!std::binary_search(leaves.first, leaves.first + leaves.count, leaf)) continue;
         least = number;
         first = i;
     }

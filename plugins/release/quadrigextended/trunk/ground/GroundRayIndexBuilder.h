@@ -47,7 +47,7 @@ class GroundRayIndexBuilder {
     /// Normals within an angle of an axis, either way round.
     struct Cone {
         util::Vector3<double> axis;
-        double width;  ///< radians; above a right angle for all directions
+        double width;  ///< radians; above a right angle for all directions, below 0 for none
     };
     /// What has been made of some triangles.
     struct Added {
@@ -147,7 +147,6 @@ class GroundRayIndexBuilder {
     [[nodiscard]] static float areaOf(const Box& box);
     static void widen(Box& box, const Box& other);
     static void widen(Box& box, const AxisFloats& point);
-    static void widen(Added& all, const Added& other);
 
     GroundRayTables& m_tables;
     std::shared_ptr<const GroundTriangles> m_all;

@@ -93,10 +93,11 @@ struct alignas(64) EightTriangles {
 /// What stands under a box: the two topmost bits tell the kind, the rest is the number.
 namespace ground_child {
 inline constexpr std::uint32_t kKind = 3U << 30;
-inline constexpr std::uint32_t kBoxes = 0U << 30;       ///< boxes, in `boxes` or `cellBoxes`
-inline constexpr std::uint32_t kTriangles = 1U << 30;   ///< up to eight triangles, in `triangles`
-inline constexpr std::uint32_t kLeaf = 3U << 30;        ///< a leaf of the tree, in `leaves`
-inline constexpr std::uint32_t kMost = (1U << 29) - 1;  ///< largest number
+inline constexpr std::uint32_t kBoxes = 0U << 30;      ///< boxes, in `boxes` or `cellBoxes`
+inline constexpr std::uint32_t kTriangles = 1U << 30;  ///< up to eight triangles, in `triangles`
+inline constexpr std::uint32_t kLeaf = 3U << 30;       ///< a leaf of the tree, in `leaves`
+/// Largest number: eight times as many count the triangles of groups.
+inline constexpr std::uint32_t kMost = (1U << 29) - 1;
 }  // namespace ground_child
 
 /// Up to sixteen boxes around triangles with what stands under each.
@@ -246,6 +247,7 @@ inline constexpr float kSteep = 0.866F;
 inline constexpr float kUprightSlack = 0.004F;
 /// Cosine of a line and a normal below which the line counts as edge-on.
 inline constexpr float kEdgeOn = 0x1p-9F + 1e-4F;
+static_assert(kUprightSlack > kEdgeOn);
 /// Lines that run along an axis by less than this, but not by nothing, are left to the walk: their determinants with
 /// faces of boxes may be below the smallest normal number.
 inline constexpr double kLeastSlope = 1e-200;
