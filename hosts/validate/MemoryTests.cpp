@@ -174,7 +174,7 @@ void expectNoneOfEarlyReleases(Check& check, ModuleFile& module) {
                 world.end();
             }
         },
-        {4, 12, 1});
+        {12, 4, 1});
     if (growth.heap >= kOfALife || growth.space >= sysconf(_SC_PAGESIZE))
         tellGrowth(check, "seven lives of objects that are released in a run", growth);
 }
