@@ -13,7 +13,7 @@ void PrintTo(const BadModule& module, std::ostream* out) { *out << module.name; 
 namespace {
 
 /// Enough for a test that comes back, on a machine that is busy with others.
-constexpr const char* kPatience = "10";
+constexpr const char* kPatience = "60";
 /// For modules that never come back.
 constexpr const char* kImpatience = "0.4";
 

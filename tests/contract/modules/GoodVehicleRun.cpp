@@ -246,7 +246,7 @@ void GoodVehicle::misuseServicesInFrame(double time) {
             transform->reserved0();
             hostInterface->releaseTransformObject(transform);
         }
-    if (am("leaks-memory")) static_cast<void>(new char[4 << 20]());
+    if (am("leaks-memory")) static_cast<void>(new char[256 << 10]());
     if (time < 0.0) passBy("negative-time");
 }
 
