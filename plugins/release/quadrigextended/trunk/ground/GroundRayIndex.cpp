@@ -8,6 +8,7 @@
 
 #include "ground/GroundRayIndexBuilder.h"
 #include "ground/LineSolve.h"
+#include "ond/util/Prefetch.h"
 
 #if defined(__SSE2__)
 #include <immintrin.h>
