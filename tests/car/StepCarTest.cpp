@@ -3,10 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <iterator>
 #include <limits>
+#include <vector>
 
 #include "car/Braking.h"
+#include "car/Drive.h"
+#include "car/Fields.h"
 #include "car/QuietCar.h"
+#include "car/RandomCar.h"
+#include "car/StepAngles.h"
 #include "util/Close.h"
 #include "util/PinnedRandom.h"
 
@@ -83,6 +92,52 @@ TEST(StepCar, RunsAsManySubStepsAsTheQuotientTruncatesTo) {
         short1 += n != static_cast<int>(std::round(dt / car.dSimStep));
     }
     RecordProperty("frames_one_sub_step_short", short1);
+}
+
+TEST(StepDrive, WhatEarlierSubStepsHaveWorkedOutChangesNoBit) {
+    test::PinnedRandom random(20340403);
+    for (int i = 0; i < 300; ++i) {
+        cCarCam car = test::randomCar(random);
+        cCarCam plain = car;
+        StepAngles angles;
+        for (int step = 0; step < 8; ++step) {
+            // Some frames end in between, with other devices and another length of step.
+            if (random.chance(0.3)) {
+                car.pcInput[pcInput_STEERING_WHEEL].value *= random.chance(0.3) ? -1.0 : random.in(0.5, 1);
+                car.pcInput[pcInput_GAS_PEDAL].value *= random.in(-1, 1);
+                car.wheelGeom[random.chance(0.5) ? 0 : 1].x *= 1.125;
+                plain.pcInput[pcInput_STEERING_WHEEL].value = car.pcInput[pcInput_STEERING_WHEEL].value;
+                plain.pcInput[pcInput_GAS_PEDAL].value = car.pcInput[pcInput_GAS_PEDAL].value;
+                std::copy(std::begin(car.wheelGeom), std::end(car.wheelGeom), std::begin(plain.wheelGeom));
+            }
+            const double h = random.chance(0.5) ? 0.003 : 0.004;
+            StepDrive(car, 0.04, h, angles);
+            StepDrive(plain, 0.04, h);
+            const std::vector<double> values = test::valuesOf(car);
+            const std::vector<double> expected = test::valuesOf(plain);
+            ASSERT_EQ(std::memcmp(values.data(), expected.data(), values.size() * sizeof(double)), 0)
+                << "car " << i << ", sub-step " << step << ": "
+                << testing::PrintToString(test::changedFields(plain, car));
+        }
+    }
+}
+
+TEST(LastAnswer, AsksAnewForOtherBitsOnly) {
+    int asked = 0;
+    LastAnswer<double, 2> answer;
+    const auto signsOf = [&](double a, double b) {
+        ++asked;
+        return std::copysign(1.0, a) + 2.0 * std::copysign(1.0, b);
+    };
+    EXPECT_EQ(answer.of(signsOf, 0.0, 0.0), 3.0) << "equal to what stands there before the first question";
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(answer.of(signsOf, 0.0, 0.0), 3.0);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(answer.of(signsOf, -0.0, 0.0), 1.0);
+    EXPECT_EQ(answer.of(signsOf, -0.0, -0.0), -3.0);
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(answer.of(signsOf, -0.0, -0.0), -3.0);
+    EXPECT_EQ(asked, 3);
 }
 
 TEST(StepCar, BrakeBeatsThePedalWithinTheFrame) {

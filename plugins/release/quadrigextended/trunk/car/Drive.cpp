@@ -43,8 +43,10 @@ void updateYaw(cCarCam& car, const TurnGeometry& turn, double burnoutYaw, double
 }
 
 /// The movement that arc, slide and burnout ask for.
-void updateWantedIncrement(cCarCam& car, const TurnGeometry& turn, double burnoutYaw, double h) {
-    const Vector3<double> sideShift(turn.turnBase * car.fFrontAxleZ * std::tan(car.fCarLocalYawIncr), 0.0, 0.0);
+void updateWantedIncrement(cCarCam& car, const TurnGeometry& turn, double burnoutYaw, double h,
+                           LastAnswer<double, 1>& yawTangent) {
+    const double t = yawTangent.of([](double angle) { return std::tan(angle); }, car.fCarLocalYawIncr);
+    const Vector3<double> sideShift(turn.turnBase * car.fFrontAxleZ * t, 0.0, 0.0);
     car.vWantedPosIncr = Rotate(car.qTransCarAbs.rotation, Vector3<double>(0.0, 0.0, -car.dVelocity * h) - sideShift);
     if (car.bSkidBreakingOn) car.vWantedPosIncr = car.vSkidBrakePosIncr;
 
@@ -73,17 +75,29 @@ void turnByIncrement(cCarCam& car) {
 }
 
 /// Drives along the arc; returns the burnout's pitch torque.
-double driveOnGround(cCarCam& car, const TurnGeometry& turn, double dt, double h) {
+double driveOnGround(cCarCam& car, const TurnGeometry& turn, double dt, double h, StepAngles& angles) {
     const double burnoutYaw = -car.pcInput[pcInput_BURNOUT].value * car.pcInput[pcInput_STEERING_WHEEL].value * h;
     const double grip = gripFromSkidding(car, h);
     updateYaw(car, turn, burnoutYaw, grip, h);
     const double torqueX = UpdateBurnout(car, dt, h);
     car.qTransCarAbsIncr_prev = car.qTransCarAbsIncr;
-    car.qTransCarAbsIncr.rotation = yawQuat(car.fCarLocalYawIncr);
-    updateWantedIncrement(car, turn, burnoutYaw, h);
+    car.qTransCarAbsIncr.rotation = angles.yawTurn.of(yawQuat, car.fCarLocalYawIncr);
+    updateWantedIncrement(car, turn, burnoutYaw, h, angles.yawTangent);
     takeIncrement(car, grip, h);
     turnByIncrement(car);
     return torqueX;
+}
+
+TurnGeometry turnOf(const cCarCam& car, LastAnswer<double, 1>& steeringTangent) {
+    const double length = car.fBodyLength;
+    const double t = steeringTangent.of([](double angle) { return std::tan(angle); }, car.fSteeringAngle);
+    TurnGeometry turn{};
+    turn.turnBase = car.dTurnBase - car.wheelGeom[2].z / (length / 2.0);
+    turn.radius = -kStraightRadius;
+    if (std::abs(t) != 0.0) turn.radius = car.fFrontAxleZ * (1.0 - turn.turnBase) / t;
+    turn.radius = ClampAbsMin(turn.radius, 0.01 * length);
+    turn.radius = ClampAbs(turn.radius, kStraightRadius);
+    return turn;
 }
 
 }  // namespace
@@ -116,18 +130,16 @@ void UpdateGasPedal(cCarCam& car, double dt) {
 }
 
 TurnGeometry ComputeTurn(const cCarCam& car) {
-    const double length = car.fBodyLength;
-    const double t = std::tan(car.fSteeringAngle);
-    TurnGeometry turn{};
-    turn.turnBase = car.dTurnBase - car.wheelGeom[2].z / (length / 2.0);
-    turn.radius = -kStraightRadius;
-    if (std::abs(t) != 0.0) turn.radius = car.fFrontAxleZ * (1.0 - turn.turnBase) / t;
-    turn.radius = ClampAbsMin(turn.radius, 0.01 * length);
-    turn.radius = ClampAbs(turn.radius, kStraightRadius);
-    return turn;
+    LastAnswer<double, 1> steeringTangent;
+    return turnOf(car, steeringTangent);
 }
 
 void StepDrive(cCarCam& car, double dt, double h) {
+    StepAngles angles;
+    StepDrive(car, dt, h, angles);
+}
+
+void StepDrive(cCarCam& car, double dt, double h, StepAngles& angles) {
     InputChannel& gas = car.pcInput[pcInput_GAS_PEDAL];
     gas.value = ClampAbsMin(gas.value, kMinGasValue);
     car.qTransCarStart = car.qTransCarAbs;
@@ -135,18 +147,18 @@ void StepDrive(cCarCam& car, double dt, double h) {
     const double meanRadius = MeanWheelRadius(car);
     car.fSteeringAngle = ClampAbs(car.pcInput[pcInput_STEERING_WHEEL].value, kMaxSteeringAngle);
     car.dVelocity = car.fBodyLength * gas.value;
-    const TurnGeometry turn = ComputeTurn(car);
+    const TurnGeometry turn = turnOf(car, angles.steeringTangent);
 
     double torqueX = 0.0;
     if (car.bCarInTheAir && car.bGravityOn)
         turnByIncrement(car);  // ballistic: steering does not bend the path
     else
-        torqueX = driveOnGround(car, turn, dt, h);
+        torqueX = driveOnGround(car, turn, dt, h, angles);
 
     car.vWorldAcceleration = (car.qTransCarAbsIncr.position - car.qTransCarAbsIncr_prev.position) / h / h;
     car.vLocalAcceleration = Rotate(Conjugate(car.qTransCarAbs.rotation), car.vWorldAcceleration);
     car.qTransCarAbs.position += car.qTransCarAbsIncr.position;
-    UpdateWheelYaw(car, turn.turnBase, turn.radius, h);
+    UpdateWheelYaw(car, turn.turnBase, turn.radius, h, angles);
     UpdateBody(car, h, bodyCentre, meanRadius, torqueX);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "car/CarState.h"
+#include "car/StepAngles.h"
 
 namespace ond::ovs::addon {
 
@@ -22,5 +23,7 @@ void UpdateGasPedal(cCarCam& car, double dt);
 /// One sub-step of `h` seconds (> 0) within a frame of `dt` seconds: places the car along its arc, or along the slide
 /// or the flight, then lets the springs move the body and places the wheels.
 void StepDrive(cCarCam& car, double dt, double h);
+/// The same, with what earlier sub-steps have worked out; the bits do not depend on it.
+void StepDrive(cCarCam& car, double dt, double h, StepAngles& angles);
 
 }  // namespace ond::ovs::addon

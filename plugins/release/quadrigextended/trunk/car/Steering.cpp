@@ -26,6 +26,24 @@ void avoidWorldEdge(const cCarCam& car, double& raw) {
     if (outward > 0.0) raw -= 2.0 * outward * Sign(Dot(m.row(0), out));
 }
 
+/// From the turning point to the middle of the car, signed like `radius`, so that a step's arc ends on the car's path.
+double distanceOfTurn(const cCarCam& car, double radius, double h, LastAnswer<double, 1>& halfChordTangent) {
+    const double chord = car.dVelocity * h / (Sign(radius) * std::sqrt(radius * radius));
+    if (chord == 0.0) return 1e16;
+    return (car.dVelocity * h / 2.0) / halfChordTangent.of([](double angle) { return std::tan(angle); }, chord / 2.0);
+}
+
+bool yawAbout(const cCarCam& car, int i, double turnBase, double distance, LastAnswer<double, 2>& wheelYaw,
+              double& yaw) {
+    const double base = turnBase * car.fFrontAxleZ;
+    const WheelGeometry& wheel = car.wheelGeom[i];
+    if (wheel.z == base) return false;
+    const double s = Sign(distance);
+    yaw = wheelYaw.of([](double y, double x) { return std::atan2(y, x); }, s * (base - wheel.z),
+                      s * (distance + wheel.x));
+    return true;
+}
+
 }  // namespace
 
 void UpdateSteeringWheel(cCarCam& car, double dt) {
@@ -55,20 +73,21 @@ void UpdateSteeringWheel(cCarCam& car, double dt) {
 }
 
 bool WheelYaw(const cCarCam& car, int i, double turnBase, double radius, double h, double& yaw) {
-    const double chord = car.dVelocity * h / (Sign(radius) * std::sqrt(radius * radius));
-    const double r = chord != 0.0 ? (car.dVelocity * h / 2.0) / std::tan(chord / 2.0) : 1e16;
-    const double base = turnBase * car.fFrontAxleZ;
-    const WheelGeometry& wheel = car.wheelGeom[i];
-    if (wheel.z == base) return false;
-    const double s = Sign(r);
-    yaw = std::atan2(s * (base - wheel.z), s * (r + wheel.x));
-    return true;
+    StepAngles angles;
+    const double distance = distanceOfTurn(car, radius, h, angles.halfChordTangent);
+    return yawAbout(car, i, turnBase, distance, angles.wheelYaw[i], yaw);
 }
 
 void UpdateWheelYaw(cCarCam& car, double turnBase, double radius, double h) {
+    StepAngles angles;
+    UpdateWheelYaw(car, turnBase, radius, h, angles);
+}
+
+void UpdateWheelYaw(cCarCam& car, double turnBase, double radius, double h, StepAngles& angles) {
+    const double distance = distanceOfTurn(car, radius, h, angles.halfChordTangent);
     for (int i = 0; i < kNumWheels; ++i) {
         double yaw = 0.0;
-        if (!WheelYaw(car, i, turnBase, radius, h, yaw)) continue;
+        if (!yawAbout(car, i, turnBase, distance, angles.wheelYaw[i], yaw)) continue;
         car.pcWheel[i].pfYaw_prev = car.pcWheel[i].pfYaw;
         car.pcWheel[i].pfYaw = yaw;
     }

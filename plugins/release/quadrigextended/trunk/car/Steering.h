@@ -2,6 +2,7 @@
 #pragma once
 
 #include "car/CarState.h"
+#include "car/StepAngles.h"
 
 namespace ond::ovs::addon {
 
@@ -15,5 +16,7 @@ void UpdateSteeringWheel(cCarCam& car, double dt);
 
 /// Sets `pfYaw` and `pfYaw_prev` of all wheels that WheelYaw() has an answer for; the others stay as they were.
 void UpdateWheelYaw(cCarCam& car, double turnBase, double radius, double h);
+/// The same, with what earlier sub-steps have worked out.
+void UpdateWheelYaw(cCarCam& car, double turnBase, double radius, double h, StepAngles& angles);
 
 }  // namespace ond::ovs::addon

@@ -42,7 +42,8 @@ void StepCar(cCarCam& car, double dt) {
     ChooseStepLength(car, dt);
     // Rounding can cost a sub-step here: 12.999 counts as 12. Recorded takes rely on that.
     const int steps = wholeCount(dt / car.dSimStep);
-    for (int i = 0; i < steps; ++i) StepDrive(car, dt, car.dSimStep);
+    StepAngles angles;
+    for (int i = 0; i < steps; ++i) StepDrive(car, dt, car.dSimStep, angles);
 }
 
 }  // namespace ond::ovs::addon
