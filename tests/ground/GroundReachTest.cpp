@@ -18,10 +18,12 @@ namespace ond::ovs::addon {
 namespace {
 
 using V = util::Vector3<double>;
+using Tells = GroundReach::Tells;
 
 struct Counts {
     int ruledOut = 0;
-    int inVain = 0;  ///< not ruled out, without being within reach
+    int ofThemSteep = 0;  ///< of rays that something on the ground may stand edge-on to
+    int inVain = 0;       ///< not ruled out, without being within reach
     int within = 0;
 };
 
@@ -61,7 +63,9 @@ void tryRays(const GroundMeshTreeNode& tree, const test::TrialRays& rays, test::
         for (int i = 0; i < 12; ++i) {
             V direction = i == 0 ? util::Normalized(drawn.direction) : anyDirection(random);
             if (random.chance(0.1)) direction = V(0, random.chance(0.5) ? 1 : -1, 0);
-            if (!near.canTell(tree.index()->tables(), direction)) continue;
+            const Tells tells = near.tells(tree.index()->tables(), direction);
+            if (tells == Tells::nothing) continue;
+            if (tells == Tells::unlessEdgeOn && tree.index()->mayHitEdgeOn(place, direction)) continue;
             const bool within = isWithin(tree, place, direction, reach);
             if (within) ++counts.within;
             if (near.couldHit(direction)) {
@@ -71,6 +75,7 @@ void tryRays(const GroundMeshTreeNode& tree, const test::TrialRays& rays, test::
             ASSERT_FALSE(within) << "from " << place.x << ' ' << place.y << ' ' << place.z << " along " << direction.x
                                  << ' ' << direction.y << ' ' << direction.z << " within " << reach;
             ++counts.ruledOut;
+            if (tells == Tells::unlessEdgeOn) ++counts.ofThemSteep;
         }
     }
 }
@@ -105,6 +110,7 @@ TEST(GroundReach, RulesOutNothingThatIsWithinReach) {
             }
         }
     EXPECT_GT(counts.ruledOut, 3000);
+    EXPECT_GT(counts.ofThemSteep, 1000);
     EXPECT_GT(counts.within, 300);
     EXPECT_LT(counts.inVain, counts.ruledOut / 4);
 }
@@ -133,7 +139,7 @@ TEST(GroundReach, TellsAWheelAboveTheGroundFromOneInIt) {
     const V place(0.3, 1.0, 0.2);
     ASSERT_TRUE(near.gather(tree.index()->tables(), place - V(0.1, 0.7, 0.1), place + V(0.1, 0.1, 0.1), 0.5));
     const V down(0, -1, 0);
-    ASSERT_TRUE(near.canTell(tree.index()->tables(), down));
+    ASSERT_EQ(near.tells(tree.index()->tables(), down), Tells::all);
     ASSERT_TRUE(near.narrow(place, V(0, -0.6, 0)));
     ASSERT_TRUE(near.startFrom(place));
     EXPECT_FALSE(near.couldHit(down));
@@ -154,10 +160,10 @@ TEST(GroundReach, SaysWhereItCannotTell) {
     EXPECT_FALSE(near.gather(tables, V(0, 1e9, 0), V(0, 1e9, 0), 1.0)) << "starts there";
     EXPECT_FALSE(near.gather(tables, V(0, NAN, 0), place, 1.0));
     ASSERT_TRUE(near.gather(tables, place, place, 1.0));
-    EXPECT_FALSE(near.canTell(tables, V(0, -2, 0))) << "is not of unit length";
-    EXPECT_FALSE(near.canTell(tables, V(1, 0, 0))) << "runs along the ground";
-    EXPECT_FALSE(near.canTell(tables, V(1e-300, -1, 0)));
-    EXPECT_TRUE(near.canTell(tables, V(0, -1, 0)));
+    EXPECT_EQ(near.tells(tables, V(0, -2, 0)), Tells::nothing) << "is not of unit length";
+    EXPECT_EQ(near.tells(tables, V(1, 0, 0)), Tells::unlessEdgeOn) << "runs along the ground";
+    EXPECT_EQ(near.tells(tables, V(1e-300, -1, 0)), Tells::nothing);
+    EXPECT_EQ(near.tells(tables, V(0, -1, 0)), Tells::all);
     EXPECT_FALSE(near.narrow(V(0, 1.001, 0), V())) << "is not where rays were to start";
     EXPECT_FALSE(near.narrow(place, V(0, 0.001, 0)));
     EXPECT_FALSE(near.narrow(V(0, NAN, 0), V()));
@@ -179,19 +185,65 @@ TEST(GroundReach, CannotTellAboutSizesBeyondSinglePrecision) {
     }
 }
 
-TEST(GroundReach, CannotTellAboutGroundsWithSlivers) {
+/// With one triangle more.
+util::CMesh groundWith(const V& a, const V& b, const V& c) {
     util::CMesh mesh = flatGround();
     const int vertices = mesh.getNumVertices();
     mesh.setNumVertices(vertices + 3);
     mesh.setNumFaces(mesh.getNumFaces() + 1);
-    mesh.setVertex(vertices, -3, 0, 0);
-    mesh.setVertex(vertices + 1, 3, 0, 0);
-    mesh.setVertex(vertices + 2, 0, 0, 1e-5);
+    int vertex = vertices;
+    for (const V& corner : {a, b, c}) mesh.setVertex(vertex++, corner.x, corner.y, corner.z);
     mesh.setFace(mesh.getNumFaces() - 1, vertices, vertices + 1, vertices + 2);
+    return mesh;
+}
+
+TEST(GroundReach, AsksTheExactTestAboutSliversInTheWay) {
+    GroundMeshTreeNode tree;
+    tree.buildFromMesh(groundWith(V(-3, 0, 0), V(3, 0, 0), V(0, 0, 1e-5)));
+    GroundReach near;
+    const V down(0, -1, 0);
+    EXPECT_EQ(near.tells(tree.index()->tables(), down), Tells::unlessEdgeOn);
+    EXPECT_TRUE(tree.index()->mayHitEdgeOn(V(0, 1, 0.5e-5), down)) << "is hit, and nothing else is known of it";
+    EXPECT_FALSE(tree.index()->mayHitEdgeOn(V(0, 1, 2), down));
+}
+
+TEST(GroundReach, AsksTheExactTestAboutWallsInTheWay) {
+    GroundMeshTreeNode tree;
+    tree.buildFromMesh(groundWith(V(-1, 2, 0), V(1, 2, 0), V(0, 4, 1e-9)));
+    const GroundRayIndex& index = *tree.index();
+    GroundReach near;
+    const V down(0, -1, 0);
+    ASSERT_EQ(near.tells(index.tables(), down), Tells::unlessEdgeOn);
+    for (int i = 1; i < 10; ++i)
+        EXPECT_TRUE(index.mayHitEdgeOn(V(0.05, 1, 1e-10 * i), down)) << "runs down through the wall: " << i;
+    EXPECT_FALSE(index.mayHitEdgeOn(V(0, 1, 0.01), down)) << "runs beside the wall";
+    EXPECT_FALSE(index.mayHitEdgeOn(V(3, 1, 0), down)) << "runs along its plane, but elsewhere";
+    EXPECT_FALSE(index.mayHitEdgeOn(V(0, 1, 0), util::Normalized(V(0, -1, 0.1)))) << "runs through it";
+}
+
+TEST(GroundReach, KnowsWhatIsNearToThousandthsOfTheReachOnGroundsOfKilometres) {
+    util::CMesh mesh = groundWith(V(-2000, 0, -2000), V(-1999, 0, -2000), V(-2000, 0, -1999));
+    for (V& vertex : mesh.vertices) vertex += V(1e5, 300, -2e5);
     GroundMeshTreeNode tree;
     tree.buildFromMesh(mesh);
-    GroundReach near;
-    EXPECT_FALSE(near.canTell(tree.index()->tables(), V(0, -1, 0)));
+    test::PinnedRandom random(20340402);
+    const V down(0, -1, 0);
+    constexpr double kReach = 0.25;
+    for (int i = 0; i < 200; ++i) {
+        const V place(1e5 + random.in(-4, 4), 301, -2e5 + random.in(-4, 4));
+        const V direction = util::Normalized(V(random.in(-1, 1), -1, random.in(-1, 1)));
+        double t = 0.0;
+        ASSERT_TRUE(tree.rayQuery(place, direction, t, nullptr));
+        for (const double beyond : {0.999, 1.001}) {
+            const V origin = place + (t - beyond * kReach) * direction;
+            GroundReach near;
+            ASSERT_TRUE(near.gather(tree.index()->tables(), origin, origin, kReach));
+            ASSERT_TRUE(near.narrow(origin, V()));
+            ASSERT_TRUE(near.startFrom(origin));
+            ASSERT_EQ(near.tells(tree.index()->tables(), direction), Tells::all);
+            EXPECT_EQ(near.couldHit(direction), beyond < 1.0) << i;
+        }
+    }
 }
 
 }  // namespace

@@ -259,15 +259,18 @@ std::shared_ptr<const GroundRayIndex> GroundRayIndex::of(const GroundMeshTreeNod
 }
 
 GroundRayIndex::GroundRayIndex(GroundRayTables tables, [[maybe_unused]] Lanes lanes)
-    : m_tables(std::move(tables)), m_query(&narrow::query) {
+    : m_tables(std::move(tables)), m_query(&narrow::query), m_mayHitEdgeOn(&narrow::mayHitEdgeOn) {
 #if defined(__x86_64__)
     if (lanes == Lanes::narrow || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") ||
         !__builtin_cpu_supports("bmi"))
         return;
     m_query = &wide::query;
+    m_mayHitEdgeOn = &wide::mayHitEdgeOn;
     if (lanes == Lanes::best && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl")) {
         m_query = &widest::query;
+        m_mayHitEdgeOn = &widest::mayHitEdgeOn;
+    }
 #endif
 }
 

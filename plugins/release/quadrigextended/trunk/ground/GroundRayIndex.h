@@ -59,14 +59,23 @@ class GroundRayIndex {
         return m_query(m_tables, origin, direction, found);
     }
 
+    /// Whether the exact test may hit a triangle that the line is edge-on to; false is certain. Every other hit is
+    /// where the line meets the triangle, but for what single precision cannot tell.
+    [[nodiscard]] bool mayHitEdgeOn(const util::Vector3<double>& origin, const util::Vector3<double>& direction) const {
+        return m_mayHitEdgeOn(m_tables, origin, direction);
+    }
+
     [[nodiscard]] const GroundRayTables& tables() const { return m_tables; }
 
   private:
     using Query = Answer (*)(const GroundRayTables&, const util::Vector3<double>& origin,
                              const util::Vector3<double>& direction, Found& found);
+    using EdgeOnQuery = bool (*)(const GroundRayTables&, const util::Vector3<double>& origin,
+                                 const util::Vector3<double>& direction);
 
     GroundRayTables m_tables;
     Query m_query;
+    EdgeOnQuery m_mayHitEdgeOn;
 };
 
 }  // namespace ond::ovs::addon

@@ -21,8 +21,13 @@ using EightMasks = int __attribute__((vector_size(32)));
 
 // How much a margin is widened for what is rounded here on top of what it is made for.
 constexpr double kWider = 4.0;
-// Rounding of the product of the sides of triangles, relative.
-constexpr float kRounding = 0x1p-19F;
+// Of places and triangles near the wheel, and of products of two of their lengths, relative to these lengths. A few
+// dozen roundings of 2^-24 each, with room.
+constexpr float kRounding = 0x1p-18F;
+// More than the exact test rounds nearby, relative to the largest numbers of the ground.
+constexpr double kExactRounding = 0x1p-40;
+// More than rounding takes from a length.
+constexpr float kLonger = 1.0F + 0x1p-18F;
 // More than a direction's length is off from 1.
 constexpr double kUneven = 1e-5;
 // Half sizes of grounds for which single precision has room for products of three lengths.
@@ -88,8 +93,8 @@ using EightVectors = std::array<EightFloats, 3>;
     return AxisFloats{static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z), 0.0F};
 }
 
-/// Numerators and determinants are known here but for eight margins times the longest side, as in a query, and but for
-/// what is rounded within reach; the numerator of the parameter on the ray has one side more.
+/// Numerators and determinants are known here but for the slack; the numerator of the parameter on the ray has one side
+/// more.
 [[nodiscard]] GROUND_REACH_INLINE bool couldHitAny(const GroundReach::Near* near, std::size_t count, float reach,
                                                    const Vector3<double>& direction) {
     const AxisFloats along = singles(direction);
@@ -153,7 +158,10 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
     const double margin = kWider * ground_line::marginAt(tables, distance + tables.radius, distance);
     const double wide = reach * (1.0 + kUneven) + margin;
     m_margin = static_cast<float>(margin);
-    m_reach = static_cast<float>(wide);
+    m_farthest = static_cast<float>(wide + margin);
+    const double fine = kExactRounding * (distance + tables.radius + tables.offset);
+    m_fineMargin = static_cast<float>(fine);
+    m_reach = static_cast<float>(reach * (1.0 + kUneven) + fine);
     // Places that rounding takes out of the box count as in it.
     const Vector3<double> rounding(margin, margin, margin);
     m_gatheredFor = {low - rounding, high + rounding};
@@ -185,15 +193,15 @@ GroundReach::GroundReach([[maybe_unused]] GroundRayIndex::Lanes lanes) {
 #endif
 }
 
-bool GroundReach::canTell(const GroundRayTables& tables, const Vector3<double>& direction) const {
-    if (!(std::fabs(util::Dot(direction, direction) - 1.0) < kUneven)) return false;
-    if (isNearlyLevel(direction.x) || isNearlyLevel(direction.y) || isNearlyLevel(direction.z)) return false;
+GroundReach::Tells GroundReach::tells(const GroundRayTables& tables, const Vector3<double>& direction) const {
+    if (!(std::fabs(util::Dot(direction, direction) - 1.0) < kUneven)) return Tells::nothing;
+    if (isNearlyLevel(direction.x) || isNearlyLevel(direction.y) || isNearlyLevel(direction.z)) return Tells::nothing;
     const AxisFloats along = singles(direction);
     const GroundCones& cones = tables.cellBoxes[tables.cellRoot & ground_child::kMost].cones;
 #if defined(__x86_64__)
-    if (m_isWide) return allSafeWide(cones, along);
+    if (m_isWide) return allSafeWide(cones, along) ? Tells::all : Tells::unlessEdgeOn;
 #endif
-    return allSafe(cones, along);
+    return allSafe(cones, along) ? Tells::all : Tells::unlessEdgeOn;
 }
 
 bool GroundReach::holds(const Vector3<double>& origin, const Vector3<double>& lift) const {
@@ -211,6 +219,9 @@ bool GroundReach::narrow(const Vector3<double>& origin, const Vector3<double>& l
         Vector3<double>(std::max(origin.x, lifted.x), std::max(origin.y, lifted.y), std::max(origin.z, lifted.z)) +
             rounding};
     if (!holds(origin, lift)) return false;
+    m_nearMiddle = 0.5 * (m_keptFor.low + m_keptFor.high);
+    const Vector3<double> size = m_keptFor.high - m_keptFor.low;
+    m_nearExtent = m_farthest + static_cast<float>(size.x + size.y + size.z);
     const AxisFloats low = singles(m_keptFor.low - m_tables->middle);
     const AxisFloats high = singles(m_keptFor.high - m_tables->middle);
     for (std::size_t i = 0; i < m_count; ++i)
@@ -220,8 +231,7 @@ bool GroundReach::narrow(const Vector3<double>& origin, const Vector3<double>& l
 
 // Lanes are filled one after the other, so that rays have few to look at.
 bool GroundReach::addNear(const EightTriangles& eight, const AxisFloats& low, const AxisFloats& high) {
-    const float farthest = m_reach + m_margin;
-    const EightMasks isNear = distanceToBoxes(eight, low, high) <= EightFloats{} + farthest * farthest * 1.0001F;
+    const EightMasks isNear = distanceToBoxes(eight, low, high) <= EightFloats{} + m_farthest * m_farthest * 1.0001F;
     if (!any(isNear)) return true;
     for (int lane = 0; lane < 8; ++lane) {
         if (isNear[lane] == 0) continue;
@@ -229,20 +239,34 @@ bool GroundReach::addNear(const EightTriangles& eight, const AxisFloats& low, co
         Near& near = m_near[m_nearTriangles / 8];
         const auto to = static_cast<int>(m_nearTriangles % 8);
         if (to == 0) near.corner.fill(EightFloats{} + std::numeric_limits<float>::quiet_NaN());
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            near.corner[axis][to] = eight.corner[axis][lane];
-            near.p[axis][to] = eight.second[axis][lane];
-            near.q[axis][to] = eight.third[axis][lane];
-        }
-        near.longest[to] = eight.longest;
+        setNear(near, to, eight, static_cast<std::size_t>(lane));
         ++m_nearTriangles;
     }
     return true;
 }
 
+// From the exact corners, which are small numbers as seen from here: that loses less than the index knows of them.
+void GroundReach::setNear(Near& near, int to, const EightTriangles& eight, std::size_t lane) const {
+    const Vector3<double>* vertices = eight.vertices();
+    const std::array<std::uint8_t, 3>& corners = eight.corners[lane];
+    const Vector3<double>& corner = vertices[corners[0]];
+    const Vector3<double> p = vertices[corners[1]] - corner;
+    const Vector3<double> q = vertices[corners[2]] - corner;
+    const AxisFloats place = singles(corner - m_nearMiddle);
+    const AxisFloats second = singles(p);
+    const AxisFloats third = singles(q);
+    for (unsigned axis = 0; axis < 3; ++axis) {
+        near.corner[axis][to] = place[axis];
+        near.p[axis][to] = second[axis];
+        near.q[axis][to] = third[axis];
+    }
+    const double longest = std::max({util::Dot(p, p), util::Dot(q, q), util::Dot(q - p, q - p)});
+    near.longest[to] = static_cast<float>(std::sqrt(longest)) * kLonger;
+}
+
 bool GroundReach::startFrom(const Vector3<double>& origin) {
     if (!m_keptFor.have(origin)) return false;
-    const AxisFloats from = singles(origin - m_tables->middle);
+    const AxisFloats from = singles(origin - m_nearMiddle);
     for (std::size_t i = 0; 8 * i < m_nearTriangles; ++i) {
         Near& near = m_near[i];
         const EightVectors away{all(from[0]) - near.corner[0], all(from[1]) - near.corner[1],
@@ -251,7 +275,7 @@ bool GroundReach::startFrom(const Vector3<double>& origin) {
         near.second = cross(near.p, away);
         near.normal = cross(near.p, near.q);
         near.height = sizeOf(dot(away, near.normal));
-        near.slack = (2.0F * m_margin + kRounding * (m_reach + near.longest)) * near.longest;
+        near.slack = (2.0F * m_fineMargin + kRounding * (m_nearExtent + near.longest)) * near.longest;
     }
     return true;
 }

@@ -21,8 +21,8 @@ class GroundReach {
   public:
     /// Eight triangles that are near. A lane without one is hit by nothing.
     struct Near {
-        std::array<EightFloats, 3> corner;
-        std::array<EightFloats, 3> p;  ///< sides from the corner
+        std::array<EightFloats, 3> corner;  ///< relative to the middle of where rays start
+        std::array<EightFloats, 3> p;       ///< sides from the corner
         std::array<EightFloats, 3> q;
         EightFloats longest;
         /// As seen from where rays start. For a ray the other way, times these along x, y, z: numerators of the two
@@ -43,8 +43,13 @@ class GroundReach {
     /// @return false if that cannot be told about
     [[nodiscard]] bool gather(const GroundRayTables& tables, const util::Vector3<double>& low,
                               const util::Vector3<double>& high, double reach);
-    /// Whether it can be told about the direction: no triangle of the ground stands edge-on to it.
-    [[nodiscard]] bool canTell(const GroundRayTables& tables, const util::Vector3<double>& direction) const;
+    /// What can be told about a direction.
+    enum class Tells {
+        nothing,
+        unlessEdgeOn,  ///< what couldHit() says, of rays that GroundRayIndex::mayHitEdgeOn() rules out
+        all,           ///< no triangle of the ground stands edge-on to it
+    };
+    [[nodiscard]] Tells tells(const GroundRayTables& tables, const util::Vector3<double>& direction) const;
     /// Whether a place, and the one where the wheel is lifted from there, are in the box.
     [[nodiscard]] bool holds(const util::Vector3<double>& origin, const util::Vector3<double>& lift) const;
     /// Keeps what is within reach of a place, and of those that a wheel comes to from there while it is lifted.
@@ -71,15 +76,20 @@ class GroundReach {
     static constexpr std::size_t kMostNear = 16;
 
     [[nodiscard]] bool addNear(const EightTriangles& eight, const AxisFloats& low, const AxisFloats& high);
+    void setNear(Near& near, int to, const EightTriangles& eight, std::size_t lane) const;
 
     bool m_isWide = false;
     const GroundRayTables* m_tables = nullptr;
     Places m_gatheredFor{};
     Places m_keptFor{};
-    float m_reach = 0.0F;   ///< wider than the true one by more than all rounding
-    float m_margin = 0.0F;  ///< as of lines
+    float m_reach = 0.0F;       ///< wider than the true one by more than the exact test rounds
+    float m_fineMargin = 0.0F;  ///< more than that
+    float m_margin = 0.0F;      ///< as of lines: what the index knows of coordinates
+    float m_farthest = 0.0F;    ///< what is farther away, as the index knows it, is out of reach
     std::size_t m_count = 0;
     std::array<const EightTriangles*, kMost> m_gathered{};
+    util::Vector3<double> m_nearMiddle;  ///< where the coordinates of what is near count from
+    float m_nearExtent = 0.0F;           ///< how large they are, but for the sides of triangles
     std::size_t m_nearTriangles = 0;
     std::array<Near, kMostNear> m_near{};
 };

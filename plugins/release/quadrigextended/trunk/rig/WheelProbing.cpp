@@ -166,7 +166,8 @@ class Probe {
     NearGround& nearGround;      ///< what of the physics world is within the wheel's reach
     bool inReach = false;        ///< side rays are asked about at `sharedGroundReach` first
     std::bitset<256> told;       ///< rays of the fan that it can tell about
-    double nearT = 0.0;          ///< multiples of a side ray's direction that are certainly no less than R
+    std::bitset<256> toldUnlessEdgeOn;  ///< and those that the index has to be asked about, too
+    double nearT = 0.0;                 ///< multiples of a side ray's direction that are certainly no less than R
 };
 
 Probe::Probe(CWheelNode& wheelNode, double time)
@@ -443,9 +444,13 @@ bool Probe::prepareStoredGround() {
     if (!findReach()) return false;
     told.reset();
     const GroundRayTables& tables = vehicle.cGroundMeshTree.index()->tables();
-    for (std::size_t i = 0; i < fan->rays.size(); ++i)
-        told[i] = sharedGroundReach.canTell(tables, fan->rays[i].direction);
-    return told.any() && gatherStoredGround();
+    toldUnlessEdgeOn.reset();
+    for (std::size_t i = 0; i < fan->rays.size(); ++i) {
+        const GroundReach::Tells tells = sharedGroundReach.tells(tables, fan->rays[i].direction);
+        told[i] = tells == GroundReach::Tells::all;
+        toldUnlessEdgeOn[i] = tells == GroundReach::Tells::unlessEdgeOn;
+    }
+    return (told | toldUnlessEdgeOn).any() && gatherStoredGround();
 }
 
 /// Has what is within reach at hand for rays from `sideOrigin`.
@@ -465,7 +470,10 @@ bool Probe::gatherStoredGround() {
 
 /// Whether a side ray certainly hits nothing of the stored mesh within the wheel.
 bool Probe::endsOutside(std::size_t s, std::size_t i) {
-    return told[i] && !sharedGroundReach.couldHit(aim(s, i).direction);
+    if (!told[i] && !toldUnlessEdgeOn[i]) return false;
+    const Vector3<double>& direction = aim(s, i).direction;
+    if (sharedGroundReach.couldHit(direction)) return false;
+    return told[i] || !vehicle.cGroundMeshTree.index()->mayHitEdgeOn(sideOrigin, direction);
 }
 
 /// Aims the fan and gathers what it and the centre ray from `from` can hit, taking it that the wheel stays about where
