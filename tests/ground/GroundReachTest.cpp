@@ -167,6 +167,7 @@ TEST(GroundReach, SaysWhereItCannotTell) {
     EXPECT_FALSE(near.narrow(V(0, 1.001, 0), V())) << "is not where rays were to start";
     EXPECT_FALSE(near.narrow(place, V(0, 0.001, 0)));
     EXPECT_FALSE(near.narrow(V(0, NAN, 0), V()));
+    EXPECT_FALSE(near.startFrom(place)) << "nothing was kept";
     ASSERT_TRUE(near.narrow(place, V()));
     EXPECT_FALSE(near.startFrom(V(0, 1.001, 0)));
     EXPECT_FALSE(near.startFrom(V(0, NAN, 0)));
@@ -174,7 +175,7 @@ TEST(GroundReach, SaysWhereItCannotTell) {
 }
 
 TEST(GroundReach, CannotTellAboutSizesBeyondSinglePrecision) {
-    for (const double scale : {1e-6, 1e10, 1e14}) {
+    for (const double scale : {1e-6, 1e-4, 1e10, 1e14}) {
         util::CMesh mesh = flatGround();
         for (V& vertex : mesh.vertices) vertex = vertex * scale;
         GroundMeshTreeNode tree;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "car/CarState.h"
@@ -17,6 +18,7 @@ class LastAnswer {
   public:
     template <typename Function, typename... Arguments>
     Answer of(Function function, Arguments... arguments) {
+        static_assert(sizeof...(arguments) == kArguments);
         const Bits asked{std::bit_cast<std::uint64_t>(arguments)...};
         if (!m_isKnown || asked != m_asked) {
             m_answer = function(arguments...);

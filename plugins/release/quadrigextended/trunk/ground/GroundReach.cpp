@@ -24,14 +24,15 @@ constexpr double kWider = 4.0;
 // Of places and triangles near the wheel, and of products of two of their lengths, relative to these lengths. A few
 // dozen roundings of 2^-24 each, with room.
 constexpr float kRounding = 0x1p-18F;
-// More than the exact test rounds nearby, relative to the largest numbers of the ground.
-constexpr double kExactRounding = 0x1p-40;
+// More than is lost of products that are so small that they are rounded to nothing.
+constexpr float kTiny = std::numeric_limits<float>::min();
 // More than rounding takes from a length.
 constexpr float kLonger = 1.0F + 0x1p-18F;
 // More than a direction's length is off from 1.
 constexpr double kUneven = 1e-5;
-// Half sizes of grounds for which single precision has room for products of three lengths.
-constexpr double kLeastRadius = 1e-4;
+// Half sizes of grounds for which single precision has room for products of three lengths, of their smallest triangles,
+// too.
+constexpr double kLeastRadius = 1e-3;
 constexpr double kMostRadius = 1e9;
 // Room for boxes that are still to be looked at.
 constexpr std::size_t kStack = 256;
@@ -145,6 +146,7 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
                          double reach) {
     m_tables = &tables;
     m_count = m_nearTriangles = 0;
+    m_gatheredFor = m_keptFor = Places();
     const Vector3<double> from = low - tables.middle;
     const Vector3<double> to = high - tables.middle;
     double distance = 0.0;
@@ -159,9 +161,7 @@ bool GroundReach::gather(const GroundRayTables& tables, const Vector3<double>& l
     const double wide = reach * (1.0 + kUneven) + margin;
     m_margin = static_cast<float>(margin);
     m_farthest = static_cast<float>(wide + margin);
-    const double fine = kExactRounding * (distance + tables.radius + tables.offset);
-    m_fineMargin = static_cast<float>(fine);
-    m_reach = static_cast<float>(reach * (1.0 + kUneven) + fine);
+    m_reach = static_cast<float>(reach * (1.0 + kUneven));
     // Places that rounding takes out of the box count as in it.
     const Vector3<double> rounding(margin, margin, margin);
     m_gatheredFor = {low - rounding, high + rounding};
@@ -210,22 +210,24 @@ bool GroundReach::holds(const Vector3<double>& origin, const Vector3<double>& li
 
 bool GroundReach::narrow(const Vector3<double>& origin, const Vector3<double>& lift) {
     m_nearTriangles = 0;
+    m_keptFor = Places();
+    if (!holds(origin, lift)) return false;
     const double margin = static_cast<double>(m_margin);
     const Vector3<double> rounding(margin, margin, margin);
     const Vector3<double> lifted = origin + lift;
-    m_keptFor = {
+    const Places kept{
         Vector3<double>(std::min(origin.x, lifted.x), std::min(origin.y, lifted.y), std::min(origin.z, lifted.z)) -
             rounding,
         Vector3<double>(std::max(origin.x, lifted.x), std::max(origin.y, lifted.y), std::max(origin.z, lifted.z)) +
             rounding};
-    if (!holds(origin, lift)) return false;
-    m_nearMiddle = 0.5 * (m_keptFor.low + m_keptFor.high);
-    const Vector3<double> size = m_keptFor.high - m_keptFor.low;
+    m_nearMiddle = 0.5 * (kept.low + kept.high);
+    const Vector3<double> size = kept.high - kept.low;
     m_nearExtent = m_farthest + static_cast<float>(size.x + size.y + size.z);
-    const AxisFloats low = singles(m_keptFor.low - m_tables->middle);
-    const AxisFloats high = singles(m_keptFor.high - m_tables->middle);
+    const AxisFloats low = singles(kept.low - m_tables->middle);
+    const AxisFloats high = singles(kept.high - m_tables->middle);
     for (std::size_t i = 0; i < m_count; ++i)
         if (!addNear(*m_gathered[i], low, high)) return false;
+    m_keptFor = kept;
     return true;
 }
 
@@ -274,8 +276,8 @@ bool GroundReach::startFrom(const Vector3<double>& origin) {
         near.first = cross(away, near.q);
         near.second = cross(near.p, away);
         near.normal = cross(near.p, near.q);
-        near.height = sizeOf(dot(away, near.normal));
-        near.slack = (2.0F * m_fineMargin + kRounding * (m_nearExtent + near.longest)) * near.longest;
+        near.height = sizeOf(dot(away, near.normal)) - kTiny;
+        near.slack = kRounding * (m_nearExtent + near.longest) * near.longest;
     }
     return true;
 }

@@ -2,8 +2,9 @@
 //
 // Only such hits lift the wheel, and they are rare: most rays end on ground that is farther away. A query tells the
 // triangle that comes first in the tree, wherever on the line it is. If no triangle at all can be hit within reach,
-// then the answer, whatever it is, is not; nobody needs to ask. Of grounds with slivers nothing can be told, and of
-// directions along walls, for rounding may turn what is far away into a hit there.
+// then the answer, whatever it is, is not; nobody needs to ask. That holds for rays that are edge-on to no triangle,
+// for then rounding cannot turn what is far away into a hit; of others the index knows whether such a triangle is in
+// their way. Slivers count as edge-on to all rays.
 #pragma once
 
 #include <array>
@@ -30,7 +31,7 @@ class GroundReach {
         std::array<EightFloats, 3> first;
         std::array<EightFloats, 3> second;
         std::array<EightFloats, 3> normal;
-        EightFloats height;  ///< numerator of the parameter on the ray, without sign
+        EightFloats height;  ///< numerator of the parameter on the ray, without sign, or less
         EightFloats slack;   ///< of these numbers, see couldHit()
     };
 
@@ -62,10 +63,10 @@ class GroundReach {
     [[nodiscard]] bool couldHit(const util::Vector3<double>& direction) const;
 
   private:
-    /// Where rays may start.
+    /// Where rays may start; nowhere at first.
     struct Places {
-        util::Vector3<double> low;
-        util::Vector3<double> high;
+        util::Vector3<double> low{1.0, 1.0, 1.0};
+        util::Vector3<double> high{-1.0, -1.0, -1.0};
 
         [[nodiscard]] bool have(const util::Vector3<double>& place) const {
             return place.x >= low.x && place.x <= high.x && place.y >= low.y && place.y <= high.y && place.z >= low.z &&
@@ -82,10 +83,9 @@ class GroundReach {
     const GroundRayTables* m_tables = nullptr;
     Places m_gatheredFor{};
     Places m_keptFor{};
-    float m_reach = 0.0F;       ///< wider than the true one by more than the exact test rounds
-    float m_fineMargin = 0.0F;  ///< more than that
-    float m_margin = 0.0F;      ///< as of lines: what the index knows of coordinates
-    float m_farthest = 0.0F;    ///< what is farther away, as the index knows it, is out of reach
+    float m_reach = 0.0F;     ///< a little wider than the true one, since directions are a little longer than 1
+    float m_margin = 0.0F;    ///< as of lines: what the index knows of coordinates
+    float m_farthest = 0.0F;  ///< what is farther away, as the index knows it, is out of reach
     std::size_t m_count = 0;
     std::array<const EightTriangles*, kMost> m_gathered{};
     util::Vector3<double> m_nearMiddle;  ///< where the coordinates of what is near count from

@@ -443,8 +443,8 @@ bool Probe::prepareStoredGround() {
     if (vehicle.cGroundMeshTree.index() == nullptr || fan->rays.size() > told.size()) return false;
     if (!findReach()) return false;
     told.reset();
-    const GroundRayTables& tables = vehicle.cGroundMeshTree.index()->tables();
     toldUnlessEdgeOn.reset();
+    const GroundRayTables& tables = vehicle.cGroundMeshTree.index()->tables();
     for (std::size_t i = 0; i < fan->rays.size(); ++i) {
         const GroundReach::Tells tells = sharedGroundReach.tells(tables, fan->rays[i].direction);
         told[i] = tells == GroundReach::Tells::all;
