@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "CCarCamObject.h"
+#include "ground/BulletLibrary.h"
 #include "ond/util/Prefetch.h"
 
 namespace ond::ovs::addon {
@@ -14,6 +15,9 @@ constexpr std::size_t kCacheLine = 64;
 constexpr auto kCache = util::Cache::second;
 // What is fetched of an element, which belongs to the host: the handle stands for it, and most likely begins it.
 constexpr std::size_t kElement = 384;
+// What casting rays reads of a body of the physics world, and how many are fetched: mostly there is one.
+constexpr std::size_t kBody = 384;
+constexpr int kBodies = 4;
 
 void fetch(const void* memory, std::size_t bytes) {
     if (memory == nullptr || bytes == 0) return;
@@ -71,33 +75,71 @@ void forEachOfRest(const CCarCamObject& v, Visit visit) {
     visit(v.cDriverCamNode);
 }
 
+/// The list of what rays can hit in the physics world; null where none are cast there.
+const btCollisionObjectArray* bodiesOf(const CCarCamObject& v) {
+    const btDiscreteDynamicsWorld* world = v.cPhysicsWorld.pWorld.get();
+    return v.bUseStaticMesh && world != nullptr ? &world->getCollisionObjectArray() : nullptr;
+}
+
+// Each piece of the world tells where the next one is, so that they come stage by stage.
+void fetchWorld(const CCarCamObject& v) {
+    const btCollisionObjectArray* bodies = bodiesOf(v);
+    if (bodies == nullptr) return;
+    fetch(bodies, sizeof *bodies);
+    fetch(v.m_vehicleRaycaster.get(), sizeof(btDefaultVehicleRaycaster));
+}
+
+void fetchListOfBodies(const CCarCamObject& v) {
+    const btCollisionObjectArray* bodies = bodiesOf(v);
+    if (bodies != nullptr && bodies->size() > 0) util::prefetch<kCache>(&(*bodies)[0]);
+}
+
+template <class Visit>
+void forEachBody(const CCarCamObject& v, Visit visit) {
+    const btCollisionObjectArray* bodies = bodiesOf(v);
+    if (bodies == nullptr) return;
+    for (int i = 0; i < bodies->size() && i < kBodies; ++i) visit(*(*bodies)[i]);
+}
+
+void fetchBodies(const CCarCamObject& v) {
+    forEachBody(v, [](const btCollisionObject& body) { fetch(&body, kBody); });
+}
+
+void fetchProxies(const CCarCamObject& v) {
+    forEachBody(v, [](const btCollisionObject& body) { fetch(body.getBroadphaseHandle(), sizeof(btBroadphaseProxy)); });
+}
+
 }  // namespace
 
 void fetchCar(const CCarCamObject& v) {
     for (const unidevice::Property* input : v.aInputProperties) util::prefetch<kCache>(input);
     fetch(&v.cCarCam, sizeof v.cCarCam);
     fetch(&v.aWheelRelocatorNodes, &v.cRelativeTurnBaseNode);
-}
-
-void fetchAheadOfStep(const CCarCamObject& v) {
+    fetchWorld(v);
     fetchNode(v.cCarBodyNode);
     fetchNode(v.cChassisRelocatorNode);
     fetchNode(v.cGravityDirectionNode);
     fetchCornerNodes(v, 0);
-    fetch(&v.ancCarCamcCarBodyfRelYPos, &v.aInputProperties);
 }
 
-void fetchAheadOfBody(const CCarCamObject& v) {
+void fetchAheadOfStep(const CCarCamObject& v) {
     fetchElement(v.cCarBodyNode);
     fetchElement(v.cChassisRelocatorNode);
     fetchElement(v.cGravityDirectionNode);
     fetchCornerElements(v, 0);
+    fetchListOfBodies(v);
+    fetch(&v.ancCarCamcCarBodyfRelYPos, &v.aInputProperties);
+}
+
+void fetchAheadOfBody(const CCarCamObject& v) {
+    fetchBodies(v);
     fetchCornerNodes(v, 1);
 }
 
 void fetchAheadOfCorner(const CCarCamObject& v, std::size_t corner) {
     fetchCornerElements(v, corner + 1);
     fetchCornerNodes(v, corner + 2);
+    if (corner == 0) fetchProxies(v);
     if (corner == 1) forEachOfRest(v, [](const auto& node) { fetchNode(node); });
     if (corner != 2) return;
     forEachOfRest(v, [](const auto& node) { fetchElement(node); });

@@ -12,11 +12,11 @@ namespace ond::ovs::addon {
 
 class CCarCamObject;
 
-/// The car record and the inputs: at the very beginning of a frame.
+/// The car record, the inputs, and the nodes that come behind the car's step: at the very beginning of a frame.
 void fetchCar(const CCarCamObject& vehicle);
-/// Nodes that come behind the car's step, and what the histories are: before it.
+/// The elements of these nodes, whose handles are there by now, and what the histories are: before the step.
 void fetchAheadOfStep(const CCarCamObject& vehicle);
-/// The elements of these nodes, whose handles are there by now: behind the car's step.
+/// What the physics world holds, and the nodes of the corner behind the first: behind the step.
 void fetchAheadOfBody(const CCarCamObject& vehicle);
 /// What comes behind a corner: before its update.
 void fetchAheadOfCorner(const CCarCamObject& vehicle, std::size_t corner);
