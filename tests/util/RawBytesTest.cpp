@@ -49,7 +49,7 @@ TEST(RawBytes, HoldsTensOfMegabytes) {
 TEST(RawBytes, PreferringLargePagesTakesAnyRange) {
     unsigned char few[8192] = {1};
     for (std::size_t start = 0; start < 3; ++start)
-        for (const std::size_t size : {0, 1, 4095, 4096, 8000}) ond::util::detail::preferLargePages(few + start, size);
+        for (const std::size_t size : {0, 1, 4095, 4096, 8000}) ond::util::preferLargePages(few + start, size);
     EXPECT_EQ(few[0], 1);
 }
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #endif
 
-namespace ond::util::detail {
+namespace ond::util {
 
 void preferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) noexcept {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
@@ -18,4 +18,4 @@ void preferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_
 #endif
 }
 
-}  // namespace ond::util::detail
+}  // namespace ond::util

@@ -9,10 +9,10 @@
 
 namespace ond::util {
 
-namespace detail {
-
 /// Lets the system back `size` bytes at `memory` with large pages where it has them. A wish: nothing fails.
 void preferLargePages(void* memory, std::size_t size) noexcept;
+
+namespace detail {
 
 /// Leaves new bytes as they are instead of filling them with zeros.
 template <typename T>

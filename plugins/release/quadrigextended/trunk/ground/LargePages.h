@@ -7,19 +7,19 @@
 #include <new>
 #include <type_traits>
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
+#include "ond/util/RawBytes.h"
 
 namespace ond::ovs::addon {
 
-/// Allocates as the standard one does; arrays of kLarge bytes and more begin on a large page and ask for such.
+/// Allocates as the standard one does; arrays of kLarge bytes and more ask for large pages. Only those of kAligned
+/// bytes and more begin on one: what lies idle ahead of it would count for smaller ones.
 template <typename T>
 struct LargePages {
     using value_type = T;
 
     static constexpr std::size_t kPage = std::size_t{2} << 20;
     static constexpr std::size_t kLarge = kPage;
+    static constexpr std::size_t kAligned = 8 * kPage;
 
     LargePages() = default;
     template <typename Other>
@@ -28,10 +28,7 @@ struct LargePages {
     [[nodiscard]] T* allocate(std::size_t count) {
         const std::size_t bytes = count * sizeof(T);
         void* memory = ::operator new(bytes, alignmentOf(count));
-#if defined(__linux__)
-        // Only a hint; what the system says to it changes nothing here.
-        if (bytes >= kLarge) static_cast<void>(madvise(memory, bytes, MADV_HUGEPAGE));
-#endif
+        if (bytes >= kLarge) util::preferLargePages(memory, bytes);
         return static_cast<T*>(memory);
     }
     void deallocate(T* memory, std::size_t count) noexcept { ::operator delete(memory, alignmentOf(count)); }
@@ -43,7 +40,7 @@ struct LargePages {
 
   private:
     static std::align_val_t alignmentOf(std::size_t count) {
-        return std::align_val_t{count * sizeof(T) >= kLarge ? kPage : alignof(T)};
+        return std::align_val_t{count * sizeof(T) >= kAligned ? kPage : alignof(T)};
     }
 };
 
