@@ -228,7 +228,6 @@ TEST(GroundReach, KnowsWhatIsNearToThousandthsOfTheReachOnGroundsOfKilometres) {
     GroundMeshTreeNode tree;
     tree.buildFromMesh(mesh);
     test::PinnedRandom random(20340402);
-    const V down(0, -1, 0);
     constexpr double kReach = 0.25;
     for (int i = 0; i < 200; ++i) {
         const V place(1e5 + random.in(-4, 4), 301, -2e5 + random.in(-4, 4));
