@@ -42,6 +42,17 @@ util::CMesh meshOf(const CarGround& ground) {
 /// A little bumpy, so that no answer of a vehicle is right only because all heights are equal or 0.
 double levelGround(double x, double z) { return 1e-4 * std::sin(0.7 * x + 0.3 * z); }
 
+std::string wheelName(int corner) { return std::string("WheelMesh") + kCarCorners[corner]; }
+
+bool isNear(double value, double wanted, double share, double least) {
+    return std::abs(value - wanted) <= std::max(share * std::abs(wanted), least);
+}
+
+double wrapped(double angle) {
+    constexpr double kTurn = 6.283185307179586;
+    return angle - kTurn * std::round(angle / kTurn);
+}
+
 void holdAxes(StrictHost& host, CarAxes axes) {
     host.held.assign(host.inputs.size(), 0.0);
     for (const auto& [channel, position] : axes)
@@ -107,5 +118,17 @@ double CarDrive::stepTold(int frame) const {
 }
 
 double CarDrive::length() const { return util::Scale(world("CarBodyMesh", 0)).z; }
+
+double CarDrive::heading(int frame) const {
+    const util::Matrix4 matrix = world("CarBodyMesh", frame);
+    return std::atan2(matrix.row(2).x, matrix.row(2).z);
+}
+
+double CarDrive::rolled(const std::string& wheel, int frame) const {
+    const util::Matrix4 before = world(wheel, frame - 1);
+    const util::Matrix4 turn = util::Inverse(before) * world(wheel, frame);
+    const bool isFlipped = util::Dot(before.row(0), world("CarBodyMesh", frame).row(0)) < 0.0;
+    return (isFlipped ? -1.0 : 1.0) * std::atan2(turn[6] * util::Scale(before).z, turn[5] * util::Scale(before).y);
+}
 
 }  // namespace ond::validate

@@ -18,6 +18,11 @@ enum CarInput : std::size_t { kGas, kSteering, kBooster, kAbsBrake, kSkidding, k
 using CarAxes = std::initializer_list<std::pair<CarInput, double>>;
 
 constexpr const char* kCarCorners[] = {"_FL", "_FR", "_BL", "_BR"};
+[[nodiscard]] std::string wheelName(int corner);
+
+[[nodiscard]] bool isNear(double value, double wanted, double share, double least = 0.0);
+/// The same angle between -pi and pi.
+[[nodiscard]] double wrapped(double angle);
 
 /// Height of a ground at x and z, in scene units.
 using CarGround = std::function<double(double, double)>;
@@ -57,6 +62,10 @@ class CarDrive {
     /// How far the read-outs say that it moved in a frame.
     [[nodiscard]] double stepTold(int frame) const;
     [[nodiscard]] double length() const;
+    /// Of the body about the vertical, positive to the left.
+    [[nodiscard]] double heading(int frame) const;
+    /// How far a wheel rolled about the body's x axis in a frame, in radians between -pi and pi.
+    [[nodiscard]] double rolled(const std::string& wheel, int frame) const;
     [[nodiscard]] double row(const std::string& label) const { return rowOf(host, label).value(); }
     void set(const std::string& label, double value) { rowOf(host, label).write(value); }
 

@@ -1,5 +1,6 @@
 #include "validate/CarHistories.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "ond/util/DataChunk.h"
@@ -135,6 +136,12 @@ std::vector<CarHistory> histories(const Bytes& block) {
         all.push_back(
             {wheels.getChild(i).getName() + " " + std::to_string(i), bytesOf(wheels.getChild(i)), kKeySizeOfWheels});
     return all;
+}
+
+const CarHistory& historyOf(Check& check, const std::vector<CarHistory>& all, const std::string& name) {
+    const auto found = std::find_if(all.begin(), all.end(), [&](const CarHistory& one) { return one.name == name; });
+    if (found == all.end()) check.give("car-block", "the saved block has no history " + cited(name));
+    return *found;
 }
 
 std::vector<double> keyTimes(const CarHistory& history) {

@@ -28,6 +28,8 @@ struct CarHistory {
 };
 /// The histories of a block, in its order.
 [[nodiscard]] std::vector<CarHistory> histories(const Bytes& block);
+/// The history of that name; the test ends if there is none.
+[[nodiscard]] const CarHistory& historyOf(Check& check, const std::vector<CarHistory>& all, const std::string& name);
 /// Times of a history's keys, in its order.
 [[nodiscard]] std::vector<double> keyTimes(const CarHistory& history);
 /// Whether a history has keys only while the vehicle follows its target.

@@ -15,28 +15,8 @@ namespace {
 using util::Matrix4;
 using Place = util::Vector3<double>;
 
-constexpr double kTurn = 6.283185307179586;
-
-/// The same angle between -pi and pi.
-double wrapped(double angle) { return angle - kTurn * std::round(angle / kTurn); }
-
-bool isNear(double value, double wanted, double share, double least = 0.0) {
-    return std::abs(value - wanted) <= std::max(share * std::abs(wanted), least);
-}
-
-/// About the vertical, positive to the left.
-double headingOf(const Matrix4& matrix) { return std::atan2(matrix.row(2).x, matrix.row(2).z); }
-
 double radiusOf(const CarDrive& drive, const std::string& wheel) {
     return util::Scale(drive.world(wheel, 0)).y * drive.row("Wheel Radius Multiplier");
-}
-
-/// How far a wheel rolled about the body's x axis in a frame, in radians between -pi and pi.
-double rollOf(const CarDrive& drive, const std::string& wheel, int frame) {
-    const Matrix4 before = drive.world(wheel, frame - 1);
-    const Matrix4 turn = util::Inverse(before) * drive.world(wheel, frame);
-    const bool isFlipped = util::Dot(before.row(0), drive.world("CarBodyMesh", frame).row(0)) < 0.0;
-    return (isFlipped ? -1.0 : 1.0) * std::atan2(turn[6] * util::Scale(before).z, turn[5] * util::Scale(before).y);
 }
 
 /// How far a wheel is steered against the body, in radians; positive to the left.
@@ -47,26 +27,18 @@ double steeredBy(const CarDrive& drive, const std::string& wheel, int frame) {
     return std::atan(-util::Dot(axle, body.row(2)) / along);
 }
 
-std::string wheelName(int corner) { return std::string("WheelMesh") + kCarCorners[corner]; }
-
 void expectRolling(CarDrive& drive, int first, int last, double direction, const char* when) {
     for (int corner = 0; corner < 4; ++corner) {
         const std::string wheel = wheelName(corner);
         for (int frame = first; frame <= last; ++frame) {
             const double wanted = -direction * drive.step(frame) / radiusOf(drive, wheel);
-            const double rolled = rollOf(drive, wheel, frame);
+            const double rolled = drive.rolled(wheel, frame);
             if (!drive.check.expect(isNear(rolled, wanted, 0.05, 0.005),
                                     cited(wheel) + " rolled by " + shown(rolled) + " in a frame " + when +
                                         "; it rolls by the way over its radius, " + shown(wanted)))
                 return;
         }
     }
-}
-
-const CarHistory& named(Check& check, const std::vector<CarHistory>& all, const std::string& name) {
-    const auto found = std::find_if(all.begin(), all.end(), [&](const CarHistory& one) { return one.name == name; });
-    if (found == all.end()) check.give("car-block", "the saved block has no history " + cited(name));
-    return *found;
 }
 
 /// The wheel turns no faster than its row says, and comes back twice as fast.
@@ -115,7 +87,7 @@ void carWheels(Check& check) {
     still.begin(0);
     still.go(4, {});
     for (int corner = 0; corner < 4; ++corner)
-        check.expect(std::abs(rollOf(still, wheelName(corner), 4)) < 1e-3,
+        check.expect(std::abs(still.rolled(wheelName(corner), 4)) < 1e-3,
                      cited(wheelName(corner)) + " rolls while the vehicle stands; wheels roll by the way");
     still.end();
 }
@@ -147,8 +119,7 @@ void carSteering(Check& check) {
                                                     " against the body; with a turn base of 0 only the front wheels "
                                                     "are steered");
         }
-        const double turned =
-            wrapped(headingOf(drive.world("CarBodyMesh", 40)) - headingOf(drive.world("CarBodyMesh", 30)));
+        const double turned = wrapped(drive.heading(40) - drive.heading(30));
         double turn = 0.0;
         for (int frame = 31; frame <= 40; ++frame)
             turn -= drive.stepTold(frame) * std::tan(drive.shot(frame).outputs[2]) / base;
@@ -362,7 +333,7 @@ void carBrakes(Check& check) {
                      shown(locked->step(12)) + ", " + shown(locked->step(30)) + " and " + shown(locked->step(60)) +
                      " in frames 2, 20 and 50; it slides to a stop");
     for (int corner = 0; corner < 4; ++corner)
-        check.expect(std::abs(rollOf(*locked, wheelName(corner), 20)) < 0.02,
+        check.expect(std::abs(locked->rolled(wheelName(corner), 20)) < 0.02,
                      cited(wheelName(corner)) + " rolls under the skid brake, which locks the wheels");
 }
 
@@ -533,7 +504,7 @@ void carHistoryValues(Check& check) {
     const auto drive = driven(true);
     const std::vector<CarHistory> all = histories(drive->host.save());
     const auto expectKeys = [&](const char* name, const std::function<double(const CarDrive::Shot&)>& wanted) {
-        const std::vector<double> numbers = keyedNumbers(named(check, all, name));
+        const std::vector<double> numbers = keyedNumbers(historyOf(check, all, name));
         if (numbers.size() != kFrames) check.give("car-histories", "histories have other keys");
         for (int frame = 1; frame <= kFrames; ++frame) {
             const double number = numbers[static_cast<std::size_t>(frame - 1)];
@@ -549,7 +520,7 @@ void carHistoryValues(Check& check) {
     expectKeys("ancCarCampcInput_STEERING_WHEEL", [](const CarDrive::Shot& shot) { return shot.outputs[2]; });
     const std::vector<CarHistory> allInTheAir = histories(driven(false)->host.save());
     for (const bool ground : {true, false}) {
-        const CarHistory& air = named(check, ground ? all : allInTheAir, "anbCarInTheAir");
+        const CarHistory& air = historyOf(check, ground ? all : allInTheAir, "anbCarInTheAir");
         if (air.bytes.size() != 16 + 9 * kFrames) check.give("car-histories", "histories have other keys");
         check.expect(air.bytes.back() == (ground ? 0 : 1),
                      "the history 'anbCarInTheAir' ends with the byte " + std::to_string(air.bytes.back()) +

@@ -209,6 +209,19 @@ double speedPerFrame(StrictHost& host, double length, double dt) {
            rowOf(host, "Gas Pedal (Forw/Backw) Maximum").value() * length * dt;
 }
 
+void expectEveryHistory(Check& check, const std::vector<CarHistory>& all) {
+    const auto expectOne = [&](const std::string& name) {
+        check.expect(
+            std::any_of(all.begin(), all.end(), [&](const CarHistory& one) { return one.name == name; }),
+            "the saved block has no history " + cited(name) + ", so a run that goes on cannot know it; it has all");
+    };
+    for (const CarKey& key : carKeys())
+        if (key.keySize > 0) expectOne(key.name);
+    constexpr int kOfFourWheels = 24;
+    for (int i = 0; i < kOfFourWheels; ++i)
+        expectOne(wheelKey(static_cast<std::size_t>(i)) + (" " + std::to_string(i)));
+}
+
 }  // namespace
 
 void carFrames(Check& check) {
@@ -506,6 +519,7 @@ void carHistories(Check& check) {
         }
     };
     car.world.run(host, 0, 9);
+    expectEveryHistory(check, histories(host.save()));
     expectKeys(9, {}, "behind a run of nine frames");
     car.world.run(host, 4, 2);
     expectKeys(6, {4}, "behind a run that went back to frame 4 and came to frame 6");

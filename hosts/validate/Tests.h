@@ -134,6 +134,11 @@ void carCamera(Check& check);
 void carGaps(Check& check);
 void carHistoryValues(Check& check);
 
+// CarGripTests.cpp
+void carSprings(Check& check);
+void carBurnouts(Check& check);
+void carSkids(Check& check);
+
 // CarRunTests.cpp
 void carFrames(Check& check);
 void carHelpers(Check& check);

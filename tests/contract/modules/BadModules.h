@@ -614,6 +614,23 @@ inline constexpr BadModule kBadModules[] = {
     {"car-with-a-doubled-history", "car-history-values", "failed"},
     {"car-with-an-empty-sky", "car-history-values", "failed"},
     {"car-that-loses-older-histories", "car-old-blocks", "failed"},
+    {"car-without-a-history", "car-histories", "failed"},
+    {"car-that-keys-no-burnouts", "car-histories", "failed"},
+    {"car-without-springs", "car-springs", "failed"},
+    {"car-that-leans-inwards", "car-springs", "failed"},
+    {"car-that-dips-when-it-starts", "car-springs", "failed"},
+    {"car-that-tilts-without-limits", "car-springs", "failed"},
+    {"car-of-one-stiffness", "car-springs", "failed"},
+    {"car-that-never-comes-to-rest", "car-springs", "failed"},
+    {"car-that-burns-on-all-wheels", "car-burnouts", "failed"},
+    {"car-whose-burnouts-never-end", "car-burnouts", "failed"},
+    {"car-that-burns-straight-on", "car-burnouts", "failed"},
+    {"car-that-turns-about-its-middle", "car-burnouts", "failed"},
+    {"car-with-quiet-burnouts", "car-burnouts", "failed"},
+    {"car-that-never-skids", "car-skids", "failed"},
+    {"car-that-never-skids-by-itself", "car-skids", "failed"},
+    {"car-that-never-grips-again", "car-skids", "failed"},
+    {"car-deaf-to-its-skid-brake", "car-skids", "failed"},
 };
 
 [[nodiscard]] constexpr bool isListed(std::string_view name) {

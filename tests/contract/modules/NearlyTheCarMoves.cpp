@@ -33,6 +33,24 @@ Matrix4 withRelative(const Matrix4& body, const Matrix4& relative, const Matrix4
 
 double heading(const Vector& axis) { return std::atan2(-axis.z, axis.x); }
 
+Matrix4 levelled(const Matrix4& matrix) {
+    Matrix4 level = matrix;
+    const double yaw = heading(matrix.row(0));
+    const double size = util::Length(matrix.row(0));
+    level.setRow(0, Vector(std::cos(yaw), 0.0, -std::sin(yaw)) * size);
+    level.setRow(1, Vector(0.0, 1.0, 0.0) * size);
+    level.setRow(2, Vector(std::sin(yaw), 0.0, std::cos(yaw)) * size);
+    return level;
+}
+
+/// On level ground, with its pitch and roll so many times as large.
+Matrix4 tilted(const Matrix4& matrix, double pitch, double roll) {
+    const double size = util::Length(matrix.row(0));
+    const double nose = std::asin(-matrix.row(2).y / size);
+    const double side = std::asin(matrix.row(0).y / size);
+    return at(util::RotationZ(roll * side) * util::RotationX(pitch * nose) * at(levelled(matrix), {}), matrix.row(3));
+}
+
 }  // namespace
 
 Matrix4 CarMoves::misplaced(const std::string& element, const Matrix4& matrix) {
@@ -61,15 +79,10 @@ Matrix4 CarMoves::misplacedBody(const Place& body, const Matrix4& matrix) const 
     if (am("car-that-grows")) return at(matrix * util::Scaling(1.0 + 0.002 * body.sets), matrix.row(3));
     if (am("car-that-drives-askew")) return turned(matrix, 0.3);
     if (am("car-on-rails")) return at(matrix, start + Vector(way.x, 0.0, way.z));
-    if (am("car-that-never-tilts")) {
-        Matrix4 level = matrix;
-        const double yaw = heading(matrix.row(0));
-        const double size = util::Length(matrix.row(0));
-        level.setRow(0, Vector(std::cos(yaw), 0.0, -std::sin(yaw)) * size);
-        level.setRow(1, Vector(0.0, 1.0, 0.0) * size);
-        level.setRow(2, Vector(std::sin(yaw), 0.0, std::cos(yaw)) * size);
-        return level;
-    }
+    if (am("car-that-never-tilts") || am("car-without-springs")) return levelled(matrix);
+    if (am("car-that-leans-inwards")) return tilted(matrix, 1.0, -1.0);
+    if (am("car-that-dips-when-it-starts")) return tilted(matrix, -1.0, 1.0);
+    if (am("car-that-turns-about-its-middle")) return at(matrix, Vector(start.x, matrix.row(3).y, start.z));
     return matrix;
 }
 
@@ -79,6 +92,7 @@ Matrix4 CarMoves::misplacedWheel(const std::string& element, const Place& wheel,
     const bool front = element.find("_F") != std::string::npos;
     const Matrix4& now = body->second.last;
     if (am("car-with-still-wheels")) return withRelative(now, util::Inverse(body->second.first) * wheel.first, matrix);
+    if (am("car-that-burns-on-all-wheels") && front) return matrix * util::RotationX(-0.5 * wheel.sets);
     if (am("car-with-hasty-wheels")) return matrix * util::RotationX(-0.03 * wheel.sets);
     if (am("car-with-wheels-that-roll-back") && element == "WheelMesh_FL") {
         Matrix4 relative = util::Inverse(now) * matrix;

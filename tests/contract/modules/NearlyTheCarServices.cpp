@@ -18,6 +18,9 @@ constexpr const char* kStored = "Store Ground Mesh Data";
 constexpr const char* kMultiplier = "Multiplier";
 constexpr const char* kButton = "Re-Initialize Car Attributes";
 
+/// A history of the saved block without a key.
+constexpr unsigned char kNoKeys[] = {16, 0, 0, 0, 0, 0, 0, 0, 100, 0, 0, 0, 0, 0, 0, 0};
+
 /// What vehicles share that should not.
 double g_gravity = 0.0;
 
@@ -87,8 +90,7 @@ util::DataChunk reread(const util::DataChunk& child, const std::string& block) {
     }
     if (am("car-that-loses-older-histories") && name == "ancCarCampcInput_GAS_PEDAL" &&
         block == "CarCamDataChunk9200") {
-        const unsigned char empty[] = {16, 0, 0, 0, 0, 0, 0, 0, 100, 0, 0, 0, 0, 0, 0, 0};
-        return {name, empty, static_cast<int>(sizeof empty)};
+        return {name, kNoKeys, static_cast<int>(sizeof kNoKeys)};
     }
     return child;
 }
@@ -109,6 +111,8 @@ util::DataChunk rewrittenLeaf(const util::DataChunk& leaf, const util::DataChunk
         --data[12];
     }
     if (am("car-with-a-doubled-history") && name == "ancCarCampcInput_STEERING_WHEEL") scaleKeys(data, 2.0);
+    if (am("car-that-keys-no-burnouts") && name == "ancCarCampcInput_BURNOUT")
+        return {name, kNoKeys, static_cast<int>(sizeof kNoKeys)};
     if (am("car-with-an-empty-sky") && name == "anbCarInTheAir" && data.size() > 16) data.back() = 0;
     if (am("car-of-another-edition-of-histories") && name == "anbCarInTheAir") data[8] = 101;
     return {name, data.data(), static_cast<int>(data.size())};
@@ -119,6 +123,7 @@ util::DataChunk rewritten(const util::DataChunk& whole) {
     for (int i = 0; i < whole.getNumChildren(); ++i) {
         const util::DataChunk& child = whole.getChild(i);
         if (am("car-without-a-key") && child.getName() == "fDampingBack") continue;
+        if (am("car-without-a-history") && child.getName() == "ancCarCamfCarLocalYawIncr") continue;
         const bool swaps = am("car-with-keys-in-another-order") && (i == 40 || i == 41);
         root.addChild(swaps                        ? whole.getChild(81 - i)
                       : child.getNumChildren() > 0 ? child
@@ -398,6 +403,25 @@ void CarServices::beforeFrame() {
     if (am("car-that-slides-on")) hold("Skid Brake Maximum", 0.0);
     if (am("car-with-a-rash-wheel")) hold("Maximum Steering Change Velocity", 100.0);
     if (am("car-without-weight")) hold("Gravity", 0.0);
+    loseGrip();
+}
+
+/// Has springs, burnouts and skids act otherwise than the rows and inputs say.
+void CarServices::loseGrip() {
+    constexpr int kLate = 15;  ///< frames, behind which what was pressed stays pressed
+    if (am("car-that-tilts-without-limits"))
+        for (const char* row : {"Maximum Forward Tilt Angle", "Maximum Side Tilt Angle"}) hold(row, 1.5);
+    if (am("car-of-one-stiffness"))
+        for (const char* row : {"Front Stiffness", "Back Stiffness"}) hold(row, 2000.0);
+    if (am("car-that-never-comes-to-rest"))
+        for (const char* row : {"Front Damping", "Back Damping"}) hold(row, 0.0);
+    if (am("car-whose-burnouts-never-end") && m_frames > kLate) m_channels[7]->offset = 1.0;
+    if (am("car-that-burns-straight-on")) hold("Steering Wheel (Right/Left) Maximum", 0.0);
+    if (am("car-with-quiet-burnouts")) hold("Burnout Shake", 0.0);
+    if (am("car-that-never-skids")) hold("Skidding Maximum", 0.0);
+    if (am("car-that-never-skids-by-itself")) hold("Skidding Release Value (Lateral Vel Rel)", 100.0);
+    if (am("car-that-never-grips-again") && m_frames > kLate) m_channels[4]->offset = 0.95;
+    if (am("car-deaf-to-its-skid-brake")) m_channels[5]->multiplier = 0.0;
 }
 
 void CarServices::changeOutputs() {

@@ -94,6 +94,7 @@ class CarServices final : public PassedOnServices {
     void moveCamera();
     void hold(const char* label, double value);
     void takeRowsOfTheStart();
+    void loseGrip();
     void changeOutputs();
 
     std::vector<unidevice::Property*> m_channels;
