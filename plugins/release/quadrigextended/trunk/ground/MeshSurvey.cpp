@@ -10,11 +10,18 @@ namespace {
 
 // Beyond it products of four coordinates come near to the ends of a double's range.
 constexpr double kLargestExtent = 1e9;
+// Times the edge of a usual triangle: edges that make queries wider by a few hundredths of that only. To look at their
+// triangles in the wrong places would take longer.
+constexpr double kOrdinary = 64.0;
 
 /// Numbers of triangles by the binary order of magnitude of their longest edge.
 class EdgeHistogram {
   public:
-    void add(double squaredEdge) { ++m_counts[bin(squaredEdge)]; }
+    void add(double squaredEdge) {
+        ++m_counts[bin(squaredEdge)];
+        ++m_count;
+    }
+    [[nodiscard]] int count() const { return m_count; }
 
     /// The least power of two that no more than `most` of the edges exceed.
     [[nodiscard]] double lengthWithFewAbove(int most) const {
@@ -35,6 +42,7 @@ class EdgeHistogram {
     }
 
     std::array<int, 2 * kOffset> m_counts{};
+    int m_count = 0;
 };
 
 double largestCoordinate(const btVector3& v) { return v.absolute()[v.absolute().maxAxis()]; }
@@ -74,7 +82,9 @@ void MeshSurvey::collectOutliers(btBvhTriangleMeshShape& shape) {
         else if (++unsound > kMostOutliers)
             return;
     }
-    m_longestEdge = histogram.lengthWithFewAbove(kMostOutliers - unsound);
+    const double ordinary = kOrdinary * histogram.lengthWithFewAbove(histogram.count() / 2);
+    m_longestEdge = std::min(histogram.lengthWithFewAbove(0),
+                             std::max(histogram.lengthWithFewAbove(kMostOutliers - unsound), ordinary));
     for (int node = 0; node < m_numNodes; ++node) {
         if (!nodes[node].isLeafNode()) continue;
         const int triangle = nodes[node].getTriangleIndex();

@@ -18,8 +18,9 @@ inline constexpr int kMostOutliers = 64;
 /// Bullet's test of a triangle rounds, and it takes a triangle for a little larger than it is. For a sound triangle
 /// both stay within kReachOfEdge of its longest edge (and within the last digits of the numbers involved), so that a
 /// box query which is wider by that finds every triangle that could be hit in the box. The others are the outliers:
-/// slivers and triangles so tiny that rounding alone decides, and the few very large ones, for whose sake all queries
-/// would have to be wide. Triangles that no ray can hit, because they have no normal, are neither.
+/// slivers and triangles so tiny that rounding alone decides, and a few that are so much larger than usual that all
+/// queries would have to be wide for their sake. Triangles that no ray can hit, because they have no normal, are
+/// neither.
 class MeshSurvey {
   public:
     /// By how much of its longest edge a hit may lie beyond a sound triangle; half of it is what Bullet allows.
