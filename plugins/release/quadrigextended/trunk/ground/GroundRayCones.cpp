@@ -24,7 +24,13 @@ constexpr double kConeSlack = 1e-5;
 // direction counts.
 constexpr double kNormalSlack = 1e-3;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+/// A number between -1 and 1, or none, in the units of planes.
+std::int16_t scaled(float value) {
+    if (std::isnan(value)) return 0;
+    return static_cast<std::int16_t>(
+        std::lround(std::clamp(value, -1.0F, 1.0F) * static_cast<float>(GroundPlanes::kScale)));
+}
 
 Vector3<double> doubles(const std::array<float, 3>& v) {
     return {static_cast<double>(v[0]), static_cast<double>(v[1]), static_cast<double>(v[2])};
@@ -65,6 +71,8 @@ GroundRayIndexBuilder::Cone GroundRayIndexBuilder::coneOf(std::uint32_t leaf) co
 void GroundRayIndexBuilder::addCones() {
     std::vector<Cone> cones(m_tables.cellBoxes.size());
     std::vector<float> upright(cones.size(), kInfinity);
+    std::vector<GroundAims> aims(cones.size());
+    std::vector<std::uint32_t> firstLeaf(cones.size());
     for (std::size_t at = cones.size(); at-- > 0;) {
         GroundCellBoxes& cells = m_tables.cellBoxes[at];
         cones[at].width = -1.0;
@@ -74,12 +82,21 @@ void GroundRayIndexBuilder::addCones() {
             const std::uint32_t child = cells.child[static_cast<std::size_t>(lane)];
             const std::uint32_t number = child & ground_child::kMost;
             const bool isLeaf = (child & ground_child::kKind) == ground_child::kLeaf;
+            const std::uint32_t first = isLeaf ? number : firstLeaf[number];
+            cells.firstLeaf[lane] = static_cast<int>(first);
+            if (lane == 0) firstLeaf[at] = first;
             const Cone cone = isLeaf ? coneOf(number) : cones[number];
             if (cone.width < 0.0) continue;
             if (!isLeaf) cells.upright[lane] = upright[number];
             if (isLeaf)
                 for (const std::uint32_t triangle : listOf(number))
                     cells.upright[lane] = std::min<float>(cells.upright[lane], uprightOf(triangle));
+            const GroundAims below = isLeaf ? aimsOfLeaf(number) : aims[number];
+            cells.edgeChild[static_cast<std::size_t>(lane)] =
+                isLeaf ? ground_child::kLeaf | m_leafPlanes[number] : child;
+            for (std::size_t word = 0; word < GroundAims::kWords; ++word)
+                cells.edgeOn[word][lane] = static_cast<int>(below.word[word]);
+            aims[at] |= below;
             setCone(cells.cones, lane, cone);
             cones[at] = cones[at].width < 0.0 ? cone : join(cones[at], cone);
             upright[at] = std::min<float>(upright[at], cells.upright[lane]);
@@ -99,7 +116,6 @@ void GroundRayIndexBuilder::addEdges() {
     for (std::uint32_t leaf = 0; leaf < m_leafEnds.size(); ++leaf) {
         const auto flats = static_cast<std::uint32_t>(m_tables.flats.size());
         GroundLeafEdges& edges = m_tables.edges.emplace_back();
-        edges.planes = static_cast<std::uint32_t>(m_tables.planes.size());
         edges.flats = flats;
         steep.clear();
         for (const std::uint32_t triangle : listOf(leaf)) {
@@ -114,10 +130,11 @@ void GroundRayIndexBuilder::addEdges() {
         std::sort(steep.begin(), steep.end(), [this](std::uint32_t a, std::uint32_t b) {
             return std::pair(uprightOf(a), m_places[a]) < std::pair(uprightOf(b), m_places[b]);
         });
+        m_leafPlanes.push_back(steep.empty() ? ground_child::kMost
+                                             : static_cast<std::uint32_t>(m_tables.planes.size()));
         addPlanes(edges, steep);
     }
     GroundLeafEdges& end = m_tables.edges.emplace_back();
-    end.planes = static_cast<std::uint32_t>(m_tables.planes.size());
     end.flats = static_cast<std::uint32_t>(m_tables.flats.size());
 }
 
@@ -129,19 +146,26 @@ void GroundRayIndexBuilder::addPlanes(GroundLeafEdges& edges, const std::vector<
     edges.middle = (box.low + box.high) * 0.5F;
     const AxisFloats half = (box.high - box.low) * 0.5F;
     edges.reach = std::sqrt(half[0] * half[0] + half[1] * half[1] + half[2] * half[2]) * (1.0F + 0x1p-10F);
-    for (std::size_t from = 0; from < triangles.size(); from += 8) {
-        const std::size_t count = std::min<std::size_t>(triangles.size() - from, 8);
+    for (std::size_t from = 0; from < triangles.size(); from += GroundPlanes::kCount) {
+        if (from != 0) m_tables.planes.back().next() = scaled(uprightOf(triangles[from]));
         GroundPlanes& planes = m_tables.planes.emplace_back();
-        for (std::size_t i = 0; i < count; ++i) {
-            const auto lane = static_cast<int>(i);
-            const std::uint32_t triangle = triangles[from + i];
+        GroundPlaneTriangles& numbers = m_tables.planeTriangles.emplace_back();
+        for (std::size_t lane = 0; lane < GroundPlanes::kCount; ++lane) {
+            const std::uint32_t triangle = triangles[std::min(from + lane, triangles.size() - 1)];
             const Normal& normal = m_normals[triangle];
-            const Vector3<double> corner = m_all->corner(triangle, 0) - m_tables.middle;
-            for (std::size_t axis = 0; axis < 3; ++axis) planes.normal[axis][lane] = normal[axis];
-            planes.height[lane] = std::isnan(normal[0]) ? kNan : static_cast<float>(util::Dot(doubles(normal), corner));
-            planes.triangle[i] = m_places[triangle];
+            for (std::size_t axis = 0; axis < 3; ++axis) planes.normal[axis][lane] = scaled(normal[axis]);
+            planes.height[lane] = heightOf(triangle, edges);
+            numbers[lane] = m_places[triangle];
         }
+        planes.next() = GroundPlanes::kEnd;
     }
+}
+
+std::int16_t GroundRayIndexBuilder::heightOf(std::uint32_t triangle, const GroundLeafEdges& edges) const {
+    const Vector3<double> middle{edges.middle[0], edges.middle[1], edges.middle[2]};
+    const Vector3<double> corner = m_all->corner(triangle, 0) - m_tables.middle - middle;
+    return scaled(
+        static_cast<float>(util::Dot(doubles(m_normals[triangle]), corner) / static_cast<double>(edges.reach)));
 }
 
 void GroundRayIndexBuilder::setCone(GroundCones& cones, int lane, const Cone& cone) {

@@ -10,10 +10,13 @@
 // Near is what cannot be ruled out with a margin. That is safe for triangles that do not stand edge-on to the line, for
 // then rounding cannot make the exact test take a point outside for one inside. Where a triangle does, it may be hit
 // although the line passes by its box: then the line runs along the plane of the triangle, and through a cell of a leaf
-// that lists it, for the walk comes to no other. So cells know a cone that holds the normals of the triangles in them
-// and how upright these are, which tells that most lines are edge-on to none of them, and leaves know the planes of
-// steep triangles. Those that do not stand steeply are looked at for level lines only, without planes. Of slivers
-// nothing is known; the exact test tells.
+// that lists it, for the walk comes to no other. Lines that are not far from upright are told apart by the square of a
+// grid that they come to one unit lower. Groups of triangles know the squares with lines that come to them and may be
+// edge-on to a triangle in a cell that they come to as well, which tells that most lines are not. Otherwise the leaves
+// are looked for: cells know the squares with lines that may be edge-on to triangles in them, and for more level lines
+// a cone that holds the normals of these triangles and how upright they are. Leaves know the planes of steep triangles.
+// Those that do not stand steeply are looked at for level lines only, without planes. Of slivers nothing is known; the
+// exact test tells.
 #pragma once
 
 #include <array>

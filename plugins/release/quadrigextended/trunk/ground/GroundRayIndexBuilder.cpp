@@ -53,14 +53,16 @@ bool GroundRayIndexBuilder::build(const GroundMeshTreeNode& root) {
     m_tables.cellRoot = addInner({&root, addCell(root, 0)});
     addShared();
     addTriangles();
-    addCones();
     addEdges();
+    addCones();
+    addAims();
     m_tables.triangles.shrink();
     m_tables.boxes.shrink_to_fit();
     m_tables.leaves.shrink_to_fit();
     m_tables.paths.shrink_to_fit();
     m_tables.cellBoxes.shrink_to_fit();
     m_tables.planes.shrink_to_fit();
+    m_tables.planeTriangles.shrink_to_fit();
     m_tables.flats.shrink_to_fit();
     m_tables.cells.shrink_to_fit();
     return m_tables.triangles.size() <= ground_child::kMost && m_tables.leaves.size() <= ground_child::kMost &&

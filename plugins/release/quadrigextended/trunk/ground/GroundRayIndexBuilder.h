@@ -54,6 +54,11 @@ class GroundRayIndexBuilder {
         std::uint32_t child;
         Box box;  ///< around them
     };
+    /// A cell of the tree.
+    struct CellLane {
+        const GroundCellBoxes* cells;
+        int lane;
+    };
     /// Of a triangle.
     using Normal = std::array<float, 3>;
     /// A leaf that lists a triangle which an earlier one lists, too.
@@ -125,13 +130,32 @@ class GroundRayIndexBuilder {
     /// Makes something the box at a place of the boxes with number `at`.
     void addBox(std::uint32_t at, std::size_t place, const Added& added);
 
+    // Which lines of the grid may be edge-on to triangles: GroundRayAims.cpp.
+    /// For all groups of triangles.
+    void addAims();
+    /// The squares with lines that may be edge-on to a triangle.
+    [[nodiscard]] GroundAims aimsOf(std::uint32_t triangle) const;
+    /// The same of all that a leaf lists.
+    [[nodiscard]] GroundAims aimsOfLeaf(std::uint32_t leaf) const;
+    /// The squares of lines that come to a box and to a cell.
+    [[nodiscard]] GroundAims aimsBetween(const Box& box, const GroundCellBoxes& cells, int lane) const;
+    /// The squares with lines that come to a box and may be edge-on to triangles of cells that they come to.
+    /// @param near set to leaves that this leaves out
+    [[nodiscard]] GroundAims aimsFrom(const Box& box, std::vector<CellLane>& near) const;
+    /// For the groups under some boxes.
+    /// @param near set to anything
+    void addAims(const GroundBoxes& boxes, std::vector<CellLane>& near);
+    [[nodiscard]] static Box boxAt(const GroundBoxes& boxes, std::size_t place);
+
     // What is known of lines that miss boxes: GroundRayCones.cpp.
     /// For all cells.
     void addCones();
     /// What each leaf lists.
     void addEdges();
-    /// @param triangles of a leaf, steeper ones first
+    /// @param triangles steep ones of a leaf, steeper ones first
     void addPlanes(GroundLeafEdges& edges, const std::vector<std::uint32_t>& triangles);
+    /// In the units of planes.
+    [[nodiscard]] std::int16_t heightOf(std::uint32_t triangle, const GroundLeafEdges& edges) const;
     /// The part of m_leafLists that is a leaf's.
     [[nodiscard]] std::span<const std::uint32_t> listOf(std::uint32_t leaf) const;
     [[nodiscard]] Cone coneOf(std::uint32_t leaf) const;
@@ -150,11 +174,12 @@ class GroundRayIndexBuilder {
 
     GroundRayTables& m_tables;
     std::shared_ptr<const GroundTriangles> m_all;
-    std::vector<std::uint32_t> m_paths;      ///< per cell, kEnd where there is none yet
-    std::vector<std::uint32_t> m_leafLists;  ///< of all leaves, one behind the other
-    std::vector<std::size_t> m_leafEnds;     ///< per leaf, in m_leafLists
-    std::vector<Normal> m_normals;           ///< per triangle
-    std::vector<std::uint32_t> m_places;     ///< per triangle, as in GroundPlanes
+    std::vector<std::uint32_t> m_paths;       ///< per cell, kEnd where there is none yet
+    std::vector<std::uint32_t> m_leafLists;   ///< of all leaves, one behind the other
+    std::vector<std::size_t> m_leafEnds;      ///< per leaf, in m_leafLists
+    std::vector<Normal> m_normals;            ///< per triangle
+    std::vector<std::uint32_t> m_places;      ///< per triangle, as in GroundPlaneTriangles
+    std::vector<std::uint32_t> m_leafPlanes;  ///< per leaf, as in GroundCellBoxes
     /// Per triangle the leaf, or EightTriangles::kMany and where in m_shared; kNone in no leaf.
     std::vector<std::uint32_t> m_leafOf;
     std::vector<std::uint32_t> m_shared;  ///< lists as those behind EightTriangles

@@ -13,6 +13,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "ground/GroundAims.h"
 #include "ground/LargePages.h"
 #include "ground/LineTests.h"
 #include "ond/util/Vector3.h"
@@ -21,6 +22,9 @@ namespace ond::ovs::addon {
 
 /// Eight single-precision numbers. Only for what rules things out with a margin: answers come from doubles.
 using EightFloats = float __attribute__((vector_size(32)));
+
+/// Eight whole numbers, or words of bits.
+using EightInts = int __attribute__((vector_size(32)));
 
 /// A single-precision number for each of x, y, z, and one that counts for nothing.
 using AxisFloats = float __attribute__((vector_size(16)));
@@ -76,6 +80,11 @@ struct alignas(64) EightTriangles {
     std::array<std::array<std::uint8_t, 3>, 8> corners{};
     /// Longest side of the eight.
     float longest = 0.0F;
+    /// Squares with lines that come to the box of the eight and may be edge-on to triangles of leaves they come to.
+    GroundAims edgeOn{};
+
+    /// What stands behind begins here.
+    static constexpr std::size_t kBytes = 400;
 
     static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
     static constexpr std::uint32_t kMany = 1U << 31;
@@ -86,7 +95,8 @@ struct alignas(64) EightTriangles {
     }
     /// The exact corners, those that triangles have in common once, in the coordinates of the ground.
     [[nodiscard]] const util::Vector3<double>* vertices() const {
-        return std::launder(reinterpret_cast<const util::Vector3<double>*>(this + 1));
+        return std::launder(
+            reinterpret_cast<const util::Vector3<double>*>(reinterpret_cast<const std::byte*>(this) + kBytes));
     }
 };
 
@@ -129,30 +139,42 @@ struct GroundCone {
 /// Up to eight cells of the tree, with what stands under each.
 struct GroundCellBoxes {
     EightBoxes cells;
+    /// Squares with lines that may be edge-on to triangles below: words of GroundAims, a lane per cell.
+    std::array<EightInts, GroundAims::kWords> edgeOn{};
+    EightInts firstLeaf{};  ///< of each cell
+    /// The same as `child`, but for a leaf the first of its groups in `planes`; ground_child::kMost if it has none.
+    std::array<std::uint32_t, 8> edgeChild{};
     GroundCones cones;      ///< around the normals of all triangles below
     EightFloats upright{};  ///< the least upward share of these normals
     std::array<std::uint32_t, 8> child{};
 };
 
-/// The planes of up to eight steep triangles, a lane each.
-struct alignas(32) GroundPlanes {
-    static constexpr float kInfinity = std::numeric_limits<float>::infinity();
+/// The planes of up to fifteen steep triangles that a leaf lists.
+struct alignas(64) GroundPlanes {
+    static constexpr std::size_t kCount = 15;
+    static constexpr std::int16_t kScale = 32767;
 
-    /// Unit length, along x, y, z; 0 in a lane without a triangle, and not a number in that of one that only the exact
-    /// test can tell about.
-    std::array<EightFloats, 3> normal{};
-    /// Of the plane along the normal, from the middle of the mesh; infinite in a lane without a triangle.
-    EightFloats height{kInfinity, kInfinity, kInfinity, kInfinity, kInfinity, kInfinity, kInfinity, kInfinity};
-    /// Which they are: eight times the number of their group in `triangles`, plus the lane there.
-    std::array<std::uint32_t, 8> triangle{};
+    /// Normals of unit length, along x, y, z, in units of 1 / kScale; 0 where only the exact test can tell about a
+    /// triangle. The last triangle fills the lanes behind it, too.
+    std::array<std::array<std::int16_t, kCount + 1>, 3> normal{};
+    /// Of the planes along the normals, from the middle of the leaf's steep triangles, in units of their reach /
+    /// kScale.
+    std::array<std::int16_t, kCount + 1> height{};
+
+    /// The least upward share of a normal in the next group of the leaf, in these units; kEnd if there is none.
+    [[nodiscard]] std::int16_t& next() { return normal[1][kCount]; }
+    [[nodiscard]] std::int16_t next() const { return normal[1][kCount]; }
+    static constexpr std::int16_t kEnd = kScale;
 };
 
-/// What a leaf lists, from here on to where that of the next one begins, for lines that may be edge-on to it.
+/// Which triangles these are: eight times the number of their group in `triangles`, plus the lane there.
+using GroundPlaneTriangles = std::array<std::uint32_t, GroundPlanes::kCount>;
+
+/// What a leaf lists, for lines that may be edge-on to it.
 struct GroundLeafEdges {
     AxisFloats middle{};  ///< no corner of the steep ones is farther from here than `reach`
     float reach = 0.0F;
-    std::uint32_t planes = 0;  ///< of steep triangles, in `planes`; steeper ones first
-    std::uint32_t flats = 0;   ///< groups of eight with others, in `flats`
+    std::uint32_t flats = 0;  ///< groups of eight with others, in `flats`, up to where those of the next leaf begin
 };
 
 /// The cells of a node of the tree and of the seven nodes above it; the root's again where there are no more.
@@ -181,27 +203,31 @@ class GroundEights {
         const std::size_t at = m_units.size();
         const std::size_t bytes = vertices.size() * sizeof(util::Vector3<double>);
         const std::size_t listBytes = lists.size() * sizeof(std::uint32_t);
-        m_units.resize(at + (sizeof eight + bytes + listBytes + sizeof(Unit) - 1) / sizeof(Unit));
+        const std::size_t used = std::max(sizeof eight, EightTriangles::kBytes + bytes + listBytes);
+        m_units.resize(at + (used + sizeof(Unit) - 1) / sizeof(Unit));
         auto* memory = reinterpret_cast<std::byte*>(m_units.data() + at);
         std::memcpy(memory, &eight, sizeof eight);
-        if (bytes > 0) std::memcpy(memory + sizeof eight, vertices.data(), bytes);
-        if (listBytes > 0) std::memcpy(memory + sizeof eight + bytes, lists.data(), listBytes);
+        if (bytes > 0) std::memcpy(memory + EightTriangles::kBytes, vertices.data(), bytes);
+        if (listBytes > 0) std::memcpy(memory + EightTriangles::kBytes + bytes, lists.data(), listBytes);
         return static_cast<std::uint32_t>(at);
     }
     /// Where lists begin behind so many corners.
     [[nodiscard]] static std::uint32_t listsBehind(std::size_t vertices) {
-        return static_cast<std::uint32_t>((sizeof(EightTriangles) + vertices * sizeof(util::Vector3<double>)) /
+        return static_cast<std::uint32_t>((EightTriangles::kBytes + vertices * sizeof(util::Vector3<double>)) /
                                           sizeof(std::uint32_t));
     }
     [[nodiscard]] const EightTriangles& at(std::uint32_t number) const {
         return *std::launder(reinterpret_cast<const EightTriangles*>(m_units.data() + number));
+    }
+    [[nodiscard]] EightTriangles& at(std::uint32_t number) {
+        return *std::launder(reinterpret_cast<EightTriangles*>(m_units.data() + number));
     }
     [[nodiscard]] const char* address(std::uint32_t number) const {
         return reinterpret_cast<const char*>(m_units.data() + number);
     }
     [[nodiscard]] std::size_t size() const { return m_units.size(); }
     /// Room for so many triangles that share their corners as those of a surface do.
-    void reserveTriangles(std::size_t count) { m_units.reserve(count / 32 * 45 + 64); }
+    void reserveTriangles(std::size_t count) { m_units.reserve(count / 32 * 47 + 64); }
     /// Gives back what is not used, if it is much.
     void shrink() {
         if (m_units.capacity() / 16 > m_units.size() / 15) m_units.shrink_to_fit();
@@ -226,6 +252,7 @@ struct GroundRayTables {
     std::vector<GroundCellBoxes> cellBoxes;
     std::vector<GroundLeafEdges> edges;  ///< per leaf, and one more
     std::vector<GroundPlanes> planes;
+    std::vector<GroundPlaneTriangles> planeTriangles;
     std::vector<std::uint32_t> flats;  ///< numbers in `triangles`
     std::uint32_t cellRoot = 0;
     std::vector<GroundCell> cells;
