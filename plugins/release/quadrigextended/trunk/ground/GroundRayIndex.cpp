@@ -112,6 +112,12 @@ struct Candidates {
 struct LeafNumbers {
     const std::uint32_t* first;
     std::uint32_t count;
+
+    [[nodiscard]] std::uint32_t next() const { return count != 0 ? *first : kNoLeaf; }
+    void dropFirst() {
+        ++first;
+        --count;
+    }
 };
 
 [[nodiscard]] inline LeafNumbers leavesOf(const Candidate& candidate) {
@@ -144,18 +150,6 @@ GROUND_APART bool solveUnsolved(const Candidate& candidate, const Vector3<double
     std::uint32_t count = 0;
     for (std::size_t i = 0; i < candidates.count; ++i) count += leavesOf(candidates.candidate[i]).count;
     return count;
-}
-
-/// The first leaf that lists one of them, not counting leaves before `least`; kNoLeaf if there is none.
-[[nodiscard]] std::uint32_t firstLeafFrom(const Candidates& candidates, std::uint32_t least) {
-    std::uint32_t first = kNoLeaf;
-    for (std::size_t i = 0; i < candidates.count; ++i) {
-        const LeafNumbers leaves = leavesOf(candidates.candidate[i]);
-        const std::uint32_t* const end = leaves.first + leaves.count;
-        const std::uint32_t* const at = std::lower_bound(leaves.first, end, least);
-        if (at != end) first = std::min(first, *at);
-    }
-    return first;
 }
 
 /// The place of the one that comes first in the list of a leaf; the count if it lists none of them.
