@@ -38,6 +38,15 @@ class Tree {
     [[nodiscard]] int count() const { return 2 * m_mesh->arrays.triangles - 1; }
     [[nodiscard]] const btQuantizedBvhNode& node(int i) const { return m_tree.getQuantizedNodeArray()[i]; }
 
+    [[nodiscard]] const btVector3& corner(int triangle, int i) const {
+        return m_mesh->arrays
+            .vertices[static_cast<std::size_t>(m_mesh->arrays.indices[static_cast<std::size_t>(3 * triangle + i)])];
+    }
+    /// @param always nodes, ascending
+    [[nodiscard]] LeafTree leafTree(const std::vector<int>& always) const {
+        return {&node(0), count(), m_mesh->arrays.vertices.get(), m_mesh->arrays.indices.get(), always};
+    }
+
     [[nodiscard]] std::vector<int> leaves() const {
         std::vector<int> leaves;
         for (int i = 0; i < count(); ++i)
@@ -87,7 +96,7 @@ TEST(LeafTreeTest, FindsTheLeavesThatABoxOverlapsInTheOrderOfTheTree) {
         std::set<int> always;
         const std::vector<int> leaves = tree.leaves();
         for (std::uint32_t k = random.bits() % 4; k > 0; --k) always.insert(leaves[random.bits() % leaves.size()]);
-        const LeafTree made(&tree.node(0), tree.count(), {always.begin(), always.end()});
+        const LeafTree made = tree.leafTree({always.begin(), always.end()});
         ASSERT_TRUE(made.isUsable());
         for (int k = 0; k < 40; ++k) {
             const auto box = [&] {
@@ -97,8 +106,11 @@ TEST(LeafTreeTest, FindsTheLeavesThatABoxOverlapsInTheOrderOfTheTree) {
             const std::vector<std::pair<V, V>> boxes{box(), box()};
             std::vector<Found> found;
             made.forEachLeaf(std::array{quantised(tree, boxes[0]), quantised(tree, boxes[1])},
-                             [&](LeafTree::Place, int triangle, bool isAlways) {
+                             [&](LeafTree::Place place, int triangle, bool isAlways) {
                                  found.push_back({triangle, isAlways});
+                                 for (int corner = 0; corner < 3; ++corner)
+                                     EXPECT_EQ(made.corner(place, static_cast<std::size_t>(corner)),
+                                               tree.corner(triangle, corner));
                                  return true;
                              });
             ASSERT_EQ(found, tree.find(boxes, always));
@@ -112,7 +124,7 @@ TEST(LeafTreeTest, FindsTheLeavesThatABoxOverlapsInTheOrderOfTheTree) {
 TEST(LeafTreeTest, TheWholeWorldAndTheSmallestTrees) {
     for (const int cells : {1, 2, 3, 7}) {
         const Tree tree(test::gridMesh(cells, 1.0, test::hills));
-        const LeafTree made(&tree.node(0), tree.count(), {});
+        const LeafTree made = tree.leafTree({});
         const std::pair world(V(-1e9, -1e9, -1e9), V(1e9, 1e9, 1e9));
         std::size_t count = 0;
         made.forEachLeaf(std::array{quantised(tree, world)}, [&](LeafTree::Place, int, bool) { return ++count != 0; });
@@ -125,7 +137,7 @@ TEST(LeafTreeTest, TheWholeWorldAndTheSmallestTrees) {
     single.vertices = {{0, 0, 0}, {1, 0, 0}, {0, 0, 1}};
     single.faces = {0, 1, 2};
     const Tree tree(single);
-    const LeafTree made(&tree.node(0), tree.count(), {});
+    const LeafTree made = tree.leafTree({});
     std::size_t count = 0;
     made.forEachLeaf(std::array{quantised(tree, {V(0, 0, 0), V(1, 1, 1)})},
                      [&](LeafTree::Place, int, bool) { return ++count != 0; });
@@ -136,7 +148,7 @@ TEST(LeafTreeTest, TheWholeWorldAndTheSmallestTrees) {
 TEST(LeafTreeTest, TellsTheBoxOfALeaf) {
     const Tree tree(test::gridMesh(9, 1.0, test::hills));
     const std::vector<int> leaves = tree.leaves();
-    const LeafTree made(&tree.node(0), tree.count(), {leaves[3], leaves[50]});
+    const LeafTree made = tree.leafTree({leaves[3], leaves[50]});
     std::size_t i = 0;
     made.forEachLeaf(std::array{quantised(tree, {V(-1e9, -1e9, -1e9), V(1e9, 1e9, 1e9)})},
                      [&](LeafTree::Place place, int, bool) {

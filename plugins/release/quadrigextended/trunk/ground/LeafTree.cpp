@@ -1,6 +1,7 @@
 #include "ground/LeafTree.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace ond::ovs::addon {
 
@@ -12,7 +13,8 @@ int sizeOf(const btQuantizedBvhNode& node) { return node.isLeafNode() ? 1 : node
 
 class LeafTree::Builder {
   public:
-    Builder(LeafTree& tree, const std::vector<int>& always) : m_tree(tree), m_always(always) {}
+    Builder(LeafTree& tree, const btVector3* corners, const int* indices, const std::vector<int>& always)
+        : m_tree(tree), m_corners(corners), m_indices(indices), m_always(always) {}
 
     /// False when it is deeper than is provided for.
     [[nodiscard]] bool build() {
@@ -20,13 +22,15 @@ class LeafTree::Builder {
         while (!tasks.empty()) {
             const Task task = tasks.back();
             tasks.pop_back();
-            if (task.depth > kDeepest) return false;
-            const std::size_t fork = m_tree.m_forks.size();
-            if (task.parent != kNoParent)
-                m_tree.m_forks[task.parent].branches[task.lane] = static_cast<std::int32_t>(fork);
-            m_tree.m_forks.emplace_back();
+            const std::size_t fork = m_tree.m_units.size();
+            if (task.depth > kDeepest || fork > kMost) return false;
+            if (task.parent != kNoParent) {
+                Fork parent = m_tree.forkAt(task.parent);
+                parent.branches[task.lane] = static_cast<std::int32_t>(fork);
+                std::memcpy(m_tree.m_units.data() + task.parent, &parent, sizeof parent);
+            }
             split(task.node);
-            for (std::size_t lane = 0; lane < kBranches; ++lane) fill(fork, lane);
+            add(fork);
             // The last one is taken first.
             for (std::size_t lane = m_count; lane-- > 0;)
                 if (!nodeAt(m_parts[lane]).isLeafNode()) tasks.push_back({m_parts[lane], fork, lane, task.depth + 1});
@@ -64,8 +68,36 @@ class LeafTree::Builder {
         }
     }
 
-    void fill(std::size_t number, std::size_t lane) {
-        Fork& fork = m_tree.m_forks[number];
+    /// The fork of the parts, and its leaves' corners.
+    void add(std::size_t number) {
+        Fork fork;
+        Corners corners{};
+        m_vertices.clear();
+        for (std::size_t lane = 0; lane < kBranches; ++lane) {
+            fill(number, fork, lane);
+            if (fork.branches[lane] < 0) setCorners(corners, lane);
+        }
+        std::size_t bytes = sizeof fork;
+        if (!m_vertices.empty()) bytes += sizeof corners + m_vertices.size() * sizeof(btVector3);
+        m_tree.m_units.resize(number + (bytes + kUnit - 1) / kUnit);
+        auto* memory = reinterpret_cast<std::byte*>(m_tree.m_units.data() + number);
+        std::memcpy(memory, &fork, sizeof fork);
+        if (m_vertices.empty()) return;
+        std::memcpy(memory + sizeof fork, &corners, sizeof corners);
+        auto* vertices = reinterpret_cast<btVector3*>(memory + sizeof fork + sizeof corners);
+        for (std::size_t i = 0; i < m_vertices.size(); ++i) new (vertices + i) btVector3(m_corners[m_vertices[i]]);
+    }
+
+    void setCorners(Corners& corners, std::size_t lane) {
+        const int* const triangle = m_indices + 3 * nodeAt(m_parts[lane]).getTriangleIndex();
+        for (std::size_t i = 0; i < 3; ++i) {
+            const auto found = std::find(m_vertices.begin(), m_vertices.end(), triangle[i]);
+            corners.number[lane][i] = static_cast<std::uint8_t>(found - m_vertices.begin());
+            if (found == m_vertices.end()) m_vertices.push_back(triangle[i]);
+        }
+    }
+
+    void fill(std::size_t number, Fork& fork, std::size_t lane) {
         const bool isThere = lane < m_count;
         const bool isAlways = isThere && holdsAlways(m_parts[lane]);
         for (int axis = 0; axis < 3; ++axis) {
@@ -87,21 +119,29 @@ class LeafTree::Builder {
         return first != m_always.end() && *first < node + sizeOf(nodeAt(node));
     }
 
+    /// Largest number of a fork: places of its leaves are eight times as large.
+    static constexpr std::size_t kMost = (std::size_t{1} << 28) - 1;
+
     LeafTree& m_tree;
+    const btVector3* m_corners;
+    const int* m_indices;
     const std::vector<int>& m_always;
+    std::vector<int> m_vertices;  ///< of the fork that is being added
     std::array<int, kBranches> m_parts{};
     std::size_t m_count = 0;
 };
 
-LeafTree::LeafTree(const btQuantizedBvhNode* nodes, int count, const std::vector<int>& always) : m_nodes(nodes) {
+LeafTree::LeafTree(const btQuantizedBvhNode* nodes, int count, const btVector3* corners, const int* indices,
+                   const std::vector<int>& always)
+    : m_nodes(nodes) {
     if (count < 1) return;
-    m_forks.reserve(static_cast<std::size_t>(count) / 8 + 1);
-    if (!Builder(*this, always).build()) m_forks.clear();
-    m_forks.shrink_to_fit();
+    m_units.reserve(static_cast<std::size_t>(count) * 5 / 8 + 8);
+    if (!Builder(*this, corners, indices, always).build()) m_units.clear();
+    if (m_units.capacity() / 16 > m_units.size() / 15) m_units.shrink_to_fit();
 }
 
 void LeafTree::boxOf(Place place, unsigned short* low, unsigned short* high) const {
-    const LeafBoxes& boxes = m_forks[place / kBranches].boxes;
+    const LeafBoxes& boxes = forkAt(place / kBranches).boxes;
     const auto known =
         std::find_if(m_always.begin(), m_always.end(), [place](const Always& a) { return a.place == place; });
     for (int axis = 0; axis < 3; ++axis) {

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 #include "ground/BulletLibrary.h"
@@ -82,16 +83,24 @@ class LeafTree {
 
     LeafTree() = default;
     /// @param count number of nodes
+    /// @param corners of the mesh, `indices` three for each triangle
     /// @param always nodes of leaves that every box is taken to overlap, ascending
-    LeafTree(const btQuantizedBvhNode* nodes, int count, const std::vector<int>& always);
+    LeafTree(const btQuantizedBvhNode* nodes, int count, const btVector3* corners, const int* indices,
+             const std::vector<int>& always);
 
     /// False where the tree is too deep.
-    [[nodiscard]] bool isUsable() const { return !m_forks.empty(); }
+    [[nodiscard]] bool isUsable() const { return !m_units.empty(); }
 
     /// Visits the leaves that overlap one of the boxes in their order, while `visit(place, triangle, isAlways)` says
     /// true.
     template <std::size_t kBoxes, class Visit>
     void forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit) const;
+
+    /// A corner of the triangle of a leaf. What was visited just now is near at hand.
+    [[nodiscard]] const btVector3& corner(Place place, std::size_t i) const {
+        const Corners& corners = cornersOf(place / kBranches);
+        return corners.vertices()[corners.number[place % kBranches][i]];
+    }
 
     /// The box of a leaf, in the units of the tree.
     void boxOf(Place place, unsigned short* low, unsigned short* high) const;
@@ -101,11 +110,29 @@ class LeafTree {
     static constexpr std::size_t kDeepest = 64;
     static constexpr std::int32_t kNone = 0;
 
-    struct alignas(64) Fork {
+    static constexpr std::size_t kUnit = 64;
+
+    /// A piece of memory, in which forks are numbered.
+    struct alignas(kUnit) Unit {
+        std::array<std::byte, kUnit> bytes;
+    };
+    struct alignas(kUnit) Fork {
         LeafBoxes boxes;
         /// Number of the fork that a branch leads to; of a leaf, below 0, what leafBranch() says; or kNone.
         std::int32_t branches[kBranches];
     };
+    /// The triangles of a fork's leaves. They stand right behind it, so that they come from memory with it.
+    struct alignas(alignof(btVector3)) Corners {
+        /// Of each leaf, among the vertices.
+        std::array<std::array<std::uint8_t, 3>, kBranches> number;
+
+        /// Each once, behind this.
+        [[nodiscard]] const btVector3* vertices() const {
+            return std::launder(reinterpret_cast<const btVector3*>(this + 1));
+        }
+    };
+    /// How much of the corners is fetched: those of a surface.
+    static constexpr std::size_t kFetched = 6 * kUnit;
     struct Always {
         Place place;
         int node;
@@ -114,7 +141,19 @@ class LeafTree {
 
     static std::int32_t leafBranch(int triangle, bool isAlways) { return ~(2 * triangle + (isAlways ? 1 : 0)); }
 
-    std::vector<Fork, LargePages<Fork>> m_forks;  ///< the root first, then each with all that is below it
+    static void prefetchCorners(const Fork& fork) {
+        const auto* corners = reinterpret_cast<const std::byte*>(&fork + 1);
+        for (std::size_t at = 0; at < kFetched; at += kUnit) util::prefetch(corners + at);
+    }
+    [[nodiscard]] const Fork& forkAt(std::size_t number) const {
+        return *std::launder(reinterpret_cast<const Fork*>(m_units.data() + number));
+    }
+    [[nodiscard]] const Corners& cornersOf(std::size_t fork) const {
+        return *std::launder(reinterpret_cast<const Corners*>(&forkAt(fork) + 1));
+    }
+
+    /// The root first, then each with all that is below it.
+    std::vector<Unit, LargePages<Unit>> m_units;
     std::vector<Always> m_always;
     const btQuantizedBvhNode* m_nodes = nullptr;
 };
@@ -126,16 +165,20 @@ void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit 
         unsigned branches;  ///< left to look at
     };
     const auto open = [&](std::uint32_t fork) {
+        const Fork& at = forkAt(fork);
         unsigned branches = 0;
-        for (const QuantisedBox& box : boxes) branches |= box.overlapped(m_forks[fork].boxes);
+        for (const QuantisedBox& box : boxes) branches |= box.overlapped(at.boxes);
         // Those below are read one after the other: let them come from memory together.
+        bool hasLeaf = false;
         for (unsigned left = branches; left != 0; left &= left - 1) {
-            const std::int32_t branch = m_forks[fork].branches[std::countr_zero(left)];
+            const std::int32_t branch = at.branches[std::countr_zero(left)];
+            hasLeaf = hasLeaf || branch < 0;
             if (branch <= 0) continue;
-            const Fork& next = m_forks[static_cast<std::uint32_t>(branch)];
+            const Fork& next = forkAt(static_cast<std::uint32_t>(branch));
             util::prefetch(&next.boxes.low[0]);
             util::prefetch(&next.branches[0]);
         }
+        if (hasLeaf) prefetchCorners(at);
         return Open{fork, branches};
     };
     std::array<Open, kDeepest> above;
@@ -148,7 +191,7 @@ void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit 
             continue;
         }
         const auto lane = static_cast<std::uint32_t>(std::countr_zero(at.branches));
-        const std::int32_t branch = m_forks[at.fork].branches[lane];
+        const std::int32_t branch = forkAt(at.fork).branches[lane];
         at.branches &= at.branches - 1;
         if (branch == kNone) continue;
         if (branch < 0) {

@@ -93,7 +93,7 @@ void MeshSurvey::collectOutliers(btBvhTriangleMeshShape& shape) {
         const double edge = edgeOf(triangle);
         if (!isSound(normal.length2(), edge) || edge > m_longestEdge * m_longestEdge) m_outliers.push_back(node);
     }
-    m_leaves = LeafTree(&nodes[0], m_numNodes, m_outliers);
+    m_leaves = LeafTree(&nodes[0], m_numNodes, m_corners, m_indices, m_outliers);
     m_usable = m_leaves.isUsable();
 }
 

@@ -44,14 +44,6 @@ class MeshSurvey {
     /// Triangles by place. Every box is taken to overlap the outliers.
     [[nodiscard]] const LeafTree& leaves() const { return m_leaves; }
 
-    [[nodiscard]] const btVector3& corner(int triangle, int i) const { return m_corners[m_indices[3 * triangle + i]]; }
-
-    // Hints that corners will be asked for soon; the first one before the second one.
-    void prefetchIndices(int triangle) const { util::prefetch(m_indices + 3 * triangle); }
-    void prefetchCorners(int triangle) const {
-        for (int i = 0; i < 3; ++i) util::prefetch(m_corners + m_indices[3 * triangle + i]);
-    }
-
     /// Whether what is said of sound triangles holds for this one.
     /// @param squaredEdge of the longest edge
     [[nodiscard]] bool isSound(double squaredNormal, double squaredEdge) const {
@@ -60,6 +52,8 @@ class MeshSurvey {
     }
 
   private:
+    [[nodiscard]] const btVector3& corner(int triangle, int i) const { return m_corners[m_indices[3 * triangle + i]]; }
+
     // A triangle's height on its longest edge, as a part of that edge, below which its normal is too inexact.
     static constexpr double kFlattest = 1e-5;
     // Times distance and edge: what rounding makes of a squared height when a hit is as far away as that.

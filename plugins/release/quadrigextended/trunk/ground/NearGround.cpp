@@ -75,16 +75,16 @@ class NearGround::Nearest final : public btTriangleRaycastCallback {
     Nearest(const btVector3& from, const btVector3& to) : btTriangleRaycastCallback(from, to) {}
 
     /// Triangles of a body come together, in the order of its tree.
-    void test(const NearGround& ground, std::size_t ofBody, LeafTree::Place at, int triangle) {
+    void test(const NearGround& ground, std::size_t ofBody, LeafTree::Place at) {
         if (ofBody != m_body) {
             // Each body on its own, so that a tie between two of them does not go unnoticed.
             m_body = ofBody;
             m_hitFraction = 1.0;
         }
         m_place = at;
-        const MeshSurvey& survey = *ground.m_bodies[ofBody].survey;
-        btVector3 corners[3] = {survey.corner(triangle, 0), survey.corner(triangle, 1), survey.corner(triangle, 2)};
-        processTriangle(corners, 0, triangle);
+        const LeafTree& leaves = ground.m_bodies[ofBody].survey->leaves();
+        btVector3 corners[3] = {leaves.corner(at, 0), leaves.corner(at, 1), leaves.corner(at, 2)};
+        processTriangle(corners, 0, 0);
     }
 
     btScalar reportHit(const btVector3& hitNormalLocal, btScalar hitFraction, int, int) override {
@@ -225,21 +225,18 @@ bool NearGround::collect(std::size_t body, const Box* boxes) {
     const std::size_t first = m_numCandidates;
     Candidate* next = m_candidates.data() + first;
     const Candidate* const most = m_candidates.data() + kMostCandidates;
-    forEachLeaf<kBoxes>(body, boxes, [&](LeafTree::Place place, int triangle, bool isOutlier) {
+    forEachLeaf<kBoxes>(body, boxes, [&](LeafTree::Place place, int, bool isOutlier) {
         if (next == most) return false;
-        survey.prefetchIndices(triangle);
-        *next++ = {place, triangle, static_cast<std::uint32_t>(body), isOutlier};
+        *next++ = {place, static_cast<std::uint32_t>(body), isOutlier};
         return true;
     });
     if (next == most) return false;
     m_numCandidates = static_cast<std::size_t>(next - m_candidates.data());
-    // Each step leaves the next one's memory time to come.
-    for (std::size_t i = first; i < m_numCandidates; ++i) survey.prefetchCorners(m_candidates[i].triangle);
     m_triangles.add(m_numCandidates - first, [&](std::size_t i) -> NearTriangles::Added {
         const Candidate& candidate = m_candidates[first + i];
-        const btVector3& a = survey.corner(candidate.triangle, 0);
-        const btVector3& b = survey.corner(candidate.triangle, 1);
-        const btVector3& c = survey.corner(candidate.triangle, 2);
+        const btVector3& a = survey.leaves().corner(candidate.place, 0);
+        const btVector3& b = survey.leaves().corner(candidate.place, 1);
+        const btVector3& c = survey.leaves().corner(candidate.place, 2);
         // What is no outlier is sound, or nothing that a ray could hit.
         return {a, b, c, !candidate.isOutlier || isSound(survey, a, b, c)};
     });
@@ -304,7 +301,7 @@ bool NearGround::isSurelyVisited(std::size_t bodyNumber, LeafTree::Place place, 
 
 void NearGround::testCandidate(Nearest& nearest, std::size_t narrowed) const {
     const Candidate& candidate = m_candidates[m_triangles.numberOf(narrowed)];
-    nearest.test(*this, candidate.body, candidate.place, candidate.triangle);
+    nearest.test(*this, candidate.body, candidate.place);
 }
 
 /// Whether a ray that hits nothing nearby hits something of what is at hand. False is no certain answer.
@@ -339,8 +336,8 @@ bool NearGround::hitsFartherOn(const Vector& direction, double length) const {
         const Box box{lower(start, end), upper(start, end)};
         Nearest nearest(from, to);
         for (std::size_t i = 0; i < m_bodies.size() && !nearest.found; ++i)
-            forEachLeaf<1>(i, &box, [&](LeafTree::Place place, int triangle, bool) {
-                nearest.test(*this, i, place, triangle);
+            forEachLeaf<1>(i, &box, [&](LeafTree::Place place, int, bool) {
+                nearest.test(*this, i, place);
                 return !nearest.found;
             });
         if (nearest.found) return nearest.isSure(*this);

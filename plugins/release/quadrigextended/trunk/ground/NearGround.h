@@ -93,7 +93,6 @@ class NearGround {
     /// A triangle that could be hit nearby.
     struct Candidate {
         LeafTree::Place place;  ///< of its leaf in the tree of the body
-        int triangle;
         std::uint32_t body;  ///< in `m_bodies`
         bool isOutlier;
     };
