@@ -93,7 +93,7 @@ class NearGround {
     /// A triangle that could be hit nearby.
     struct Candidate {
         LeafTree::Place place;  ///< of its leaf in the tree of the body
-        std::uint32_t body;  ///< in `m_bodies`
+        std::uint32_t body;     ///< in `m_bodies`
         bool isOutlier;
     };
     class Nearest;
