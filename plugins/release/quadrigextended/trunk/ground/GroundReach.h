@@ -45,7 +45,7 @@ class GroundReach {
     [[nodiscard]] bool gather(const GroundRayTables& tables, const util::Vector3<double>& low,
                               const util::Vector3<double>& high, double reach);
     /// What can be told about a direction.
-    enum class Tells {
+    enum class Tells : std::uint8_t {
         nothing,
         unlessEdgeOn,  ///< what couldHit() says, of rays that GroundRayIndex::mayHitEdgeOn() rules out
         all,           ///< no triangle of the ground stands edge-on to it

@@ -165,9 +165,8 @@ class Probe {
     bool nearby = false;         ///< side rays go to `nearGround`
     NearGround& nearGround;      ///< what of the physics world is within the wheel's reach
     bool inReach = false;        ///< side rays are asked about at `sharedGroundReach` first
-    std::bitset<256> told;       ///< rays of the fan that it can tell about
-    std::bitset<256> toldUnlessEdgeOn;  ///< and those that the index has to be asked about, too
-    double nearT = 0.0;                 ///< multiples of a side ray's direction that are certainly no less than R
+    std::array<GroundReach::Tells, 256> tells{};  ///< about each ray of the fan
+    double nearT = 0.0;  ///< multiples of a side ray's direction that are certainly no less than R
 };
 
 Probe::Probe(CWheelNode& wheelNode, double time)
@@ -440,17 +439,15 @@ void Probe::place(std::size_t s, const Vector3<double>& off) {
 
 /// Gets ready to tell which side rays hit nothing of the stored mesh within the wheel; false if that cannot be told.
 bool Probe::prepareStoredGround() {
-    if (vehicle.cGroundMeshTree.index() == nullptr || fan->rays.size() > told.size()) return false;
+    if (vehicle.cGroundMeshTree.index() == nullptr || fan->rays.size() > tells.size()) return false;
     if (!findReach()) return false;
-    told.reset();
-    toldUnlessEdgeOn.reset();
     const GroundRayTables& tables = vehicle.cGroundMeshTree.index()->tables();
+    bool isAnyTold = false;
     for (std::size_t i = 0; i < fan->rays.size(); ++i) {
-        const GroundReach::Tells tells = sharedGroundReach.tells(tables, fan->rays[i].direction);
-        told[i] = tells == GroundReach::Tells::all;
-        toldUnlessEdgeOn[i] = tells == GroundReach::Tells::unlessEdgeOn;
+        tells[i] = sharedGroundReach.tells(tables, fan->rays[i].direction);
+        isAnyTold = isAnyTold || tells[i] != GroundReach::Tells::nothing;
     }
-    return (told | toldUnlessEdgeOn).any() && gatherStoredGround();
+    return isAnyTold && gatherStoredGround();
 }
 
 /// Has what is within reach at hand for rays from `sideOrigin`.
@@ -470,10 +467,10 @@ bool Probe::gatherStoredGround() {
 
 /// Whether a side ray certainly hits nothing of the stored mesh within the wheel.
 bool Probe::endsOutside(std::size_t s, std::size_t i) {
-    if (!told[i] && !toldUnlessEdgeOn[i]) return false;
+    if (tells[i] == GroundReach::Tells::nothing) return false;
     const Vector3<double>& direction = aim(s, i).direction;
     if (sharedGroundReach.couldHit(direction)) return false;
-    return told[i] || !vehicle.cGroundMeshTree.index()->mayHitEdgeOn(sideOrigin, direction);
+    return tells[i] == GroundReach::Tells::all || !vehicle.cGroundMeshTree.index()->mayHitEdgeOn(sideOrigin, direction);
 }
 
 /// Aims the fan and gathers what it and the centre ray from `from` can hit, taking it that the wheel stays about where
