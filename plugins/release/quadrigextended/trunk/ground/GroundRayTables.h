@@ -100,6 +100,9 @@ struct alignas(64) EightTriangles {
     }
 };
 
+static_assert(offsetof(EightTriangles, edgeOn) + sizeof(GroundAims) <= EightTriangles::kBytes &&
+              EightTriangles::kBytes % alignof(util::Vector3<double>) == 0);
+
 /// What stands under a box: the two topmost bits tell the kind, the rest is the number.
 namespace ground_child {
 inline constexpr std::uint32_t kKind = 3U << 30;
