@@ -32,23 +32,26 @@ inline constexpr std::array<std::string_view, kSteps> kStepNames = {
 template <class UpdateWheel, class Done>
 void frameInSteps(ovs::addon::CCarCamObject& v, double time, UpdateWheel&& updateWheel, Done&& done) {
     using namespace ond::ovs::addon;
-    fetchCar(v);
+    const bool isForeseen = v.cFrameMemory.beginFrame();
+    if (!isForeseen) fetchCar(v);
     const double dt = v.hostInterface->getFrameStep();
     readInputs(v);
     v.cCarCam.qGravity = util::Quat<double>::FromMatrix(v.cBaseMeshNode.mPrev);
     v.cCarCam.vGravityDir = -util::Normalized(v.cGravityDirectionNode.mPrev.row(1));
     if (v.cCarCam.pcInput[pcInput_EXTERNAL_FORCE].raw != 0.0) v.cExternalForceNode.update(time);
     done(Step::inputs);
-    fetchAheadOfStep(v);
+    if (!isForeseen) fetchAheadOfStep(v);
+    v.cFrameMemory.fetchAhead();
     StepCar(v.cCarCam, dt);
-    fetchAheadOfBody(v);
+    if (!isForeseen) fetchAheadOfBody(v);
+    v.cFrameMemory.fetchAhead();
     done(Step::carStep);
     v.cCarBodyNode.update(time);
     v.cChassisRelocatorNode.update(time);
     done(Step::body);
     const auto corners = static_cast<std::size_t>(v.numCorners());
     for (std::size_t i = 0; i < corners; ++i) {
-        fetchAheadOfCorner(v, i);
+        if (!isForeseen) fetchAheadOfCorner(v, i);
         updateWheel(v.aWheelNodes[i], time);
         done(Step::wheels);
         if (v.bKeyframeOnlyEssential) continue;
@@ -60,6 +63,7 @@ void frameInSteps(ovs::addon::CCarCamObject& v, double time, UpdateWheel&& updat
     for (std::size_t i = 0; i < corners; ++i) v.aWheelNodes[i].writeWheelKeys(time);
     done(Step::rolling);
     settleOnWheels(v.cCarCam);
+    v.cFrameMemory.fetchRest();
     done(Step::settling);
     v.cRelativeTurnBaseNode.update(time);
     v.cSteeringWheelNode.update(time);
@@ -69,13 +73,17 @@ void frameInSteps(ovs::addon::CCarCamObject& v, double time, UpdateWheel&& updat
     v.cTopViewCamNode.update(time);
     v.cDriverCamNode.update(time);
     done(Step::rest);
+    std::size_t history = 0;
     forEachVariable(v, [&](const AnimatedRow& row, auto& variable, const auto* live) {
-        if (live != nullptr && !row.onlyAutonomous) variable.setKey(time, *live);
+        if (live == nullptr || row.onlyAutonomous) return;
+        variable.setKey(time, *live);
+        v.cFrameMemory.setLastKey(history++, &variable.keys.back());
     });
     done(Step::keys);
     updateVelocityGauges(v, time);
     storeOutputs(v);
     v.bFreshStart = false;
+    if (!v.cFrameMemory.isListed()) listFrameMemory(v);
     done(Step::readOuts);
 }
 

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "ond/util/LittleEndian.h"
+#include "ond/util/PageHeap.h"
 #include "ond/util/QTransform.h"
 #include "ond/util/Quat.h"
 #include "ond/util/Vector3.h"
@@ -117,10 +118,12 @@ class AVar {
     static constexpr int kHeaderSize = 16;
     /// Bytes of one saved key: the time as a double and the value right behind it.
     static constexpr std::size_t kKeySize = 8 + detail::AVarValueBytes<T>::size;
+    /// Those of all variables share large pages: a frame sets one in each.
+    using Keys = std::vector<AVarKey<T>, SharedPages<AVarKey<T>>>;
 
     /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading and for making room; who
     /// edits keys and leaves their number as it was must keep their times ascending.
-    std::vector<AVarKey<T>> keys;
+    Keys keys;
     /// What valueAt() gives while there are no keys.
     T fallback;
 

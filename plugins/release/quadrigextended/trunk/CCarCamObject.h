@@ -28,6 +28,7 @@
 #include "rig/SceneNode.h"
 #include "rig/WheelNodes.h"
 #include "rig/WorldNodes.h"
+#include "run/FrameMemory.h"
 #include "state/SavedRecord.h"
 
 namespace ond::ovs::addon {
@@ -60,6 +61,10 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
 
     explicit CCarCamObject(const CameraCreationRecord& record);
     ~CCarCamObject() override;
+
+    // Beside the histories: a frame uses all of it.
+    static void* operator new(std::size_t bytes) { return util::allocateShared(bytes); }
+    static void operator delete(void* memory, std::size_t bytes) noexcept { util::releaseShared(memory, bytes); }
 
     // Operations of the contract, see CExtendable and CCamera.
     std::uint64_t callExtension(std::uint32_t id, void* argument) override;
@@ -201,6 +206,8 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     GroundMeshTreeNode cGroundMeshTree;       ///< over the stored mesh
 
     DataChunkSaveStruct sDataChunkSaveStruct;  ///< refreshed by each save
+
+    FrameMemory cFrameMemory;  ///< so that a frame need not wait for what it reads; decides nothing
 };
 
 }  // namespace ond::ovs::addon

@@ -91,10 +91,15 @@ class LeafTree {
     /// False where the tree is too deep.
     [[nodiscard]] bool isUsable() const { return !m_units.empty(); }
 
+    /// Has no interest in what is looked at.
+    struct Ignore {
+        void operator()(const void* /*memory*/, std::size_t /*bytes*/) const {}
+    };
     /// Visits the leaves that overlap one of the boxes in their order, while `visit(place, triangle, isAlways)` says
     /// true.
-    template <std::size_t kBoxes, class Visit>
-    void forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit) const;
+    /// @param looksAt called with the memory that is looked at on the way: its address and its size in bytes
+    template <std::size_t kBoxes, class Visit, class LooksAt = Ignore>
+    void forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit, LooksAt looksAt = {}) const;
 
     /// A corner of the triangle of a leaf. What was visited just now is near at hand.
     [[nodiscard]] const btVector3& corner(Place place, std::size_t i) const {
@@ -158,8 +163,8 @@ class LeafTree {
     const btQuantizedBvhNode* m_nodes = nullptr;
 };
 
-template <std::size_t kBoxes, class Visit>
-void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit) const {
+template <std::size_t kBoxes, class Visit, class LooksAt>
+void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit visit, LooksAt looksAt) const {
     struct Open {
         std::uint32_t fork;
         unsigned branches;  ///< left to look at
@@ -179,6 +184,7 @@ void LeafTree::forEachLeaf(const std::array<QuantisedBox, kBoxes>& boxes, Visit 
             util::prefetch(&next.branches[0]);
         }
         if (hasLeaf) prefetchCorners(at);
+        looksAt(&at, hasLeaf ? sizeof(Fork) + kFetched : sizeof(Fork));
         return Open{fork, branches};
     };
     std::array<Open, kDeepest> above;

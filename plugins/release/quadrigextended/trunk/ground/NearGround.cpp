@@ -166,6 +166,8 @@ void NearGround::beginFan(double reach, double length, const FanAngles& angles, 
 
 bool NearGround::gather(const Vector& low, const Vector& high, const Column* column) {
     m_numCandidates = 0;
+    m_lookedAt = {};
+    m_numLookedAt = 0;
     m_hasColumn = false;
     m_nearSide = kNowhere;
     m_farSide = -kNowhere;
@@ -209,13 +211,13 @@ double NearGround::marginOf(std::size_t body) const {
 
 /// Visits the leaves that overlap one of the boxes, and the outliers, in the order in which the library would report
 /// them, while `visit` says true.
-template <std::size_t kBoxes, class Visit>
-void NearGround::forEachLeaf(std::size_t body, const Box* boxes, Visit visit) const {
+template <std::size_t kBoxes, class Visit, class LooksAt>
+void NearGround::forEachLeaf(std::size_t body, const Box* boxes, Visit visit, LooksAt looksAt) const {
     const btOptimizedBvh& tree = *m_bodies[body].tree;
     std::array<QuantisedBox, kBoxes> quantised;
     for (std::size_t i = 0; i < kBoxes; ++i)
         quantised[i] = QuantisedBox(tree, toBullet(boxes[i].low), toBullet(boxes[i].high));
-    m_bodies[body].survey->leaves().forEachLeaf(quantised, visit);
+    m_bodies[body].survey->leaves().forEachLeaf(quantised, visit, looksAt);
 }
 
 /// Adds candidates; false when they become too many.
@@ -225,10 +227,13 @@ bool NearGround::collect(std::size_t body, const Box* boxes) {
     const std::size_t first = m_numCandidates;
     Candidate* next = m_candidates.data() + first;
     const Candidate* const most = m_candidates.data() + kMostCandidates;
-    forEachLeaf<kBoxes>(body, boxes, [&](LeafTree::Place place, int, bool isOutlier) {
+    const auto add = [&](LeafTree::Place place, int, bool isOutlier) {
         if (next == most) return false;
         *next++ = {place, static_cast<std::uint32_t>(body), isOutlier};
         return true;
+    };
+    forEachLeaf<kBoxes>(body, boxes, add, [this](const void* memory, std::size_t bytes) {
+        m_lookedAt[m_numLookedAt++ % kMostMemory] = {memory, bytes};
     });
     if (next == most) return false;
     m_numCandidates = static_cast<std::size_t>(next - m_candidates.data());

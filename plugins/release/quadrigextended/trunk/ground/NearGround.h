@@ -1,6 +1,7 @@
 // Casting a wheel's fan of side rays at the few triangles within its reach, with the outcome of the physics world.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -56,6 +57,14 @@ class NearGround {
     /// Collects what rays of the fan could hit nearby, wherever in the box they start, and what a ray down the column
     /// could hit within it, if there is one; false when that is too much or the numbers are too large.
     [[nodiscard]] bool gather(const Vector& low, const Vector& high, const Column* column = nullptr);
+    /// Memory of the mesh's tree.
+    struct Memory {
+        const void* memory;
+        std::size_t bytes;
+    };
+    static constexpr std::size_t kMostMemory = 16;
+    /// What gather() looked at last, in any order; where that was more, some of it. Null behind the last one.
+    [[nodiscard]] const std::array<Memory, kMostMemory>& lookedAt() const { return m_lookedAt; }
     /// Casts a ray from the top of the gathered column to its bottom and beyond. False when what is at hand does not
     /// tell its nearest hit. Ahead of narrow(), which then has to follow.
     /// @param direction from top to bottom, of unit length
@@ -103,8 +112,8 @@ class NearGround {
         Vector high;
     };
 
-    template <std::size_t kBoxes, class Visit>
-    void forEachLeaf(std::size_t body, const Box* boxes, Visit visit) const;
+    template <std::size_t kBoxes, class Visit, class LooksAt = LeafTree::Ignore>
+    void forEachLeaf(std::size_t body, const Box* boxes, Visit visit, LooksAt looksAt = {}) const;
     template <std::size_t kBoxes>
     [[nodiscard]] bool collect(std::size_t body, const Box* boxes);
     void testCandidate(Nearest& nearest, std::size_t narrowed) const;
@@ -135,6 +144,8 @@ class NearGround {
     bool m_hasColumn = false;
     std::vector<Candidate> m_candidates;  ///< numbered as the next ones; of which the first are in use
     std::size_t m_numCandidates = 0;
+    std::array<Memory, kMostMemory> m_lookedAt{};  ///< a ring
+    std::size_t m_numLookedAt = 0;
     NearTriangles m_triangles;
     Vector m_across;          ///< unit, about perpendicular to the rays
     double m_nearSide = 0.0;  ///< range of the origins along it, relative to the centre

@@ -236,10 +236,13 @@ bool Probe::run() {
     points.assign(n, {});
     dists.clear();
     P.position = A + Dot(up, P.position - A) * up;
+    vehicle.cFrameMemory.fetchAhead();
     if (!castCentreRays()) return false;
     chooseSurface();
     hang();
+    vehicle.cFrameMemory.fetchAhead();
     if (hasSideRays()) castSideRays();
+    vehicle.cFrameMemory.fetchAhead();
     settle();
     releaseGround();
     writeOutputs();
@@ -358,6 +361,7 @@ void Probe::castSideRays() {
         const std::size_t count = fan->rays.size();
         for (int e = -edges; e <= edges; ++e) {
             const Vector3<double> off = node.vInitScale.x * 0.5 * e * axle;
+            vehicle.cFrameMemory.fetchAhead();
             isNarrowed = false;
             isPlaced = false;
             for (std::size_t i = 0; (i = skipFarRays(i)) < count; ++i)
@@ -545,7 +549,12 @@ std::array<Vector3<double>, 2> Probe::boxOfOrigins(const Vector3<double>& from, 
 /// What the side rays could hit while the wheel is between two places.
 bool Probe::gatherNearGround(const Vector3<double>& from, const Vector3<double>& to, const NearGround::Column* column) {
     const std::array<Vector3<double>, 2> box = boxOfOrigins(from, to);
-    return nearGround.gather(box[0], box[1], column);
+    if (!nearGround.gather(box[0], box[1], column)) return false;
+    // Around there the next frame will look again.
+    std::size_t part = 0;
+    for (const NearGround::Memory& looked : nearGround.lookedAt())
+        vehicle.cFrameMemory.setGround(node.iCorner, part++, looked.memory, looked.bytes);
+    return true;
 }
 
 /// Has the near ground at hand for rays from `sideOrigin`.

@@ -28,10 +28,10 @@ void readWorld(CCarCamObject& v, double time) {
     if (car.pcInput[pcInput_EXTERNAL_FORCE].raw != 0.0) v.cExternalForceNode.update(time);
 }
 
-void updateCorners(CCarCamObject& v, double time) {
+void updateCorners(CCarCamObject& v, double time, bool isForeseen) {
     const auto corners = static_cast<std::size_t>(v.numCorners());
     for (std::size_t i = 0; i < corners; ++i) {
-        fetchAheadOfCorner(v, i);
+        if (!isForeseen) fetchAheadOfCorner(v, i);
         v.aWheelNodes[i].update(time);
         if (v.bKeyframeOnlyEssential) continue;
         if (i < v.aWheelCenterNodes.size()) v.aWheelCenterNodes[i].update(time);
@@ -58,9 +58,11 @@ void updateRest(CCarCamObject& v, double time) {
 
 void setKeys(CCarCamObject& v, double time) {
     if (!v.bSaveDynamicData && !v.bKeyframeOnlyEssential) return;
+    std::size_t i = 0;
     forEachVariable(v, [&](const AnimatedRow& row, auto& variable, const auto* live) {
         if (live == nullptr || (row.onlyAutonomous && !v.cCarCam.bAutonomousMode)) return;
         variable.setKey(time, *live);
+        v.cFrameMemory.setLastKey(i++, &variable.keys.back());
     });
 }
 
@@ -74,24 +76,29 @@ void readInputs(CCarCamObject& v) {
 }
 
 void updateFrame(CCarCamObject& v, double time) {
-    fetchCar(v);
+    const bool isForeseen = v.cFrameMemory.beginFrame();
+    if (!isForeseen) fetchCar(v);
     const double dt = v.hostInterface->getFrameStep();
     readInputs(v);
     follow(v, time, dt);
     readWorld(v, time);
-    fetchAheadOfStep(v);
+    if (!isForeseen) fetchAheadOfStep(v);
+    v.cFrameMemory.fetchAhead();
     StepCar(v.cCarCam, dt);
-    fetchAheadOfBody(v);
+    if (!isForeseen) fetchAheadOfBody(v);
+    v.cFrameMemory.fetchAhead();
     v.cCarBodyNode.update(time);
     v.cChassisRelocatorNode.update(time);
-    updateCorners(v, time);
+    updateCorners(v, time, isForeseen);
     rollWheels(v, time, dt);
     settleOnWheels(v.cCarCam);
+    v.cFrameMemory.fetchRest();
     updateRest(v, time);
     setKeys(v, time);
     updateVelocityGauges(v, time);
     storeOutputs(v);
     v.bFreshStart = false;
+    if (!v.cFrameMemory.isListed()) listFrameMemory(v);
 }
 
 void showFrame(CCarCamObject& v, double time) {

@@ -18,50 +18,77 @@ constexpr std::size_t kElement = 384;
 // What casting rays reads of a body of the physics world, and how many are fetched: mostly there is one.
 constexpr std::size_t kBody = 384;
 constexpr int kBodies = 4;
+// What is fetched of the host itself.
+constexpr std::size_t kHost = 256;
 
-void fetch(const void* memory, std::size_t bytes) {
-    if (memory == nullptr || bytes == 0) return;
-    const char* at = static_cast<const char*>(memory);
-    const char* const last = at + bytes - 1;
-    for (; at < last; at += kCacheLine) util::prefetch<kCache>(at);
-    util::prefetch<kCache>(last);
-}
+/// Asks for memory at once.
+struct Asking {
+    void operator()(const void* memory, std::size_t bytes) const {
+        if (memory == nullptr || bytes == 0) return;
+        const char* at = static_cast<const char*>(memory);
+        const char* const last = at + bytes - 1;
+        for (; at < last; at += kCacheLine) util::prefetch<kCache>(at);
+        util::prefetch<kCache>(last);
+    }
+};
+/// Has it listed.
+struct Listing {
+    FrameMemory& list;
+    void operator()(const void* memory, std::size_t bytes) const { list.add(memory, bytes); }
+};
 
 /// From one place in an object to another.
-void fetch(const void* from, const void* to) {
-    fetch(from, static_cast<std::size_t>(static_cast<const char*>(to) - static_cast<const char*>(from)));
+template <class Take>
+void takeUpTo(Take take, const void* from, const void* to) {
+    take(from, static_cast<std::size_t>(static_cast<const char*>(to) - static_cast<const char*>(from)));
 }
 
 /// What a kind of nodes adds to the fields of all.
-template <class Node>
-void fetchOwn(const Node& node) {
-    fetch(static_cast<const rig::SceneNode*>(&node) + 1, &node + 1);
+template <class Take, class Node>
+void takeOwn(Take take, const Node& node) {
+    takeUpTo(take, static_cast<const rig::SceneNode*>(&node) + 1, &node + 1);
 }
 
 /// What a frame reads of it.
-template <class Node>
-void fetchNode(const Node& node) {
-    fetch(&node, &node.mPrev2);
-    fetchOwn(node);
+template <class Take, class Node>
+void takeNode(Take take, const Node& node) {
+    takeUpTo(take, &node, &node.mPrev2);
+    takeOwn(take, node);
 }
 
-void fetchElement(const rig::SceneNode& node) { fetch(node.pMesh, kElement); }
+template <class Take>
+void takeElement(Take take, const rig::SceneNode& node) {
+    take(node.pMesh, kElement);
+}
 
-void fetchCornerNodes(const CCarCamObject& v, std::size_t corner) {
-    if (corner < v.aWheelRelocatorNodes.size()) util::prefetch<kCache>(&v.aWheelRelocatorNodes[corner]);
+template <class Take>
+void takeCornerNodes(Take take, const CCarCamObject& v, std::size_t corner) {
+    if (corner < v.aWheelRelocatorNodes.size()) take(&v.aWheelRelocatorNodes[corner], 1);
     if (corner < v.aWheelNodes.size()) {
-        fetchNode(v.aWheelNodes[corner]);
-        fetch(&v.aWheelNodes[corner].mPrev2, sizeof(util::Matrix4));
+        takeNode(take, v.aWheelNodes[corner]);
+        take(&v.aWheelNodes[corner].mPrev2, sizeof(util::Matrix4));
     }
-    if (corner < v.aWheelCenterNodes.size()) fetchNode(v.aWheelCenterNodes[corner]);
-    if (corner < v.aWheelCenterSuspensionNodes.size()) fetchNode(v.aWheelCenterSuspensionNodes[corner]);
+    if (corner < v.aWheelCenterNodes.size()) takeNode(take, v.aWheelCenterNodes[corner]);
+    if (corner < v.aWheelCenterSuspensionNodes.size()) takeNode(take, v.aWheelCenterSuspensionNodes[corner]);
 }
 
-void fetchCornerElements(const CCarCamObject& v, std::size_t corner) {
-    if (corner < v.aWheelRelocatorNodes.size()) fetchElement(v.aWheelRelocatorNodes[corner]);
-    if (corner < v.aWheelNodes.size()) fetchElement(v.aWheelNodes[corner]);
-    if (corner < v.aWheelCenterNodes.size()) fetchElement(v.aWheelCenterNodes[corner]);
-    if (corner < v.aWheelCenterSuspensionNodes.size()) fetchElement(v.aWheelCenterSuspensionNodes[corner]);
+/// What a wheel keeps elsewhere.
+template <class Take>
+void takeWorkSpace(Take take, const rig::CWheelNode& wheel) {
+    const auto takeFirst = [take](const auto& vector) { take(vector.data(), sizeof vector[0]); };
+    takeFirst(wheel.aGroundMeshes);
+    takeFirst(wheel.aGroundSurfaces);
+    takeFirst(wheel.hits.normals);
+    takeFirst(wheel.hits.points);
+    takeFirst(wheel.hits.dists);
+}
+
+template <class Take>
+void takeCornerElements(Take take, const CCarCamObject& v, std::size_t corner) {
+    if (corner < v.aWheelRelocatorNodes.size()) takeElement(take, v.aWheelRelocatorNodes[corner]);
+    if (corner < v.aWheelNodes.size()) takeElement(take, v.aWheelNodes[corner]);
+    if (corner < v.aWheelCenterNodes.size()) takeElement(take, v.aWheelCenterNodes[corner]);
+    if (corner < v.aWheelCenterSuspensionNodes.size()) takeElement(take, v.aWheelCenterSuspensionNodes[corner]);
 }
 
 /// Visits all nodes that are updated behind the corners.
@@ -82,16 +109,18 @@ const btCollisionObjectArray* bodiesOf(const CCarCamObject& v) {
 }
 
 // Each piece of the world tells where the next one is, so that they come stage by stage.
-void fetchWorld(const CCarCamObject& v) {
+template <class Take>
+void takeWorld(Take take, const CCarCamObject& v) {
     const btCollisionObjectArray* bodies = bodiesOf(v);
     if (bodies == nullptr) return;
-    fetch(bodies, sizeof *bodies);
-    fetch(v.m_vehicleRaycaster.get(), sizeof(btDefaultVehicleRaycaster));
+    take(bodies, sizeof *bodies);
+    take(v.m_vehicleRaycaster.get(), sizeof(btDefaultVehicleRaycaster));
 }
 
-void fetchListOfBodies(const CCarCamObject& v) {
+template <class Take>
+void takeListOfBodies(Take take, const CCarCamObject& v) {
     const btCollisionObjectArray* bodies = bodiesOf(v);
-    if (bodies != nullptr && bodies->size() > 0) util::prefetch<kCache>(&(*bodies)[0]);
+    if (bodies != nullptr && bodies->size() > 0) take(&(*bodies)[0], 1);
 }
 
 template <class Visit>
@@ -101,49 +130,77 @@ void forEachBody(const CCarCamObject& v, Visit visit) {
     for (int i = 0; i < bodies->size() && i < kBodies; ++i) visit(*(*bodies)[i]);
 }
 
-void fetchBodies(const CCarCamObject& v) {
-    forEachBody(v, [](const btCollisionObject& body) { fetch(&body, kBody); });
+template <class Take>
+void takeBodies(Take take, const CCarCamObject& v) {
+    forEachBody(v, [take](const btCollisionObject& body) { take(&body, kBody); });
 }
 
-void fetchProxies(const CCarCamObject& v) {
-    forEachBody(v, [](const btCollisionObject& body) { fetch(body.getBroadphaseHandle(), sizeof(btBroadphaseProxy)); });
+template <class Take>
+void takeProxies(Take take, const CCarCamObject& v) {
+    forEachBody(v,
+                [take](const btCollisionObject& body) { take(body.getBroadphaseHandle(), sizeof(btBroadphaseProxy)); });
+}
+
+template <class Take>
+void takeCar(Take take, const CCarCamObject& v) {
+    for (const unidevice::Property* input : v.aInputProperties) take(input, 1);
+    take(&v.cCarCam, sizeof v.cCarCam);
+    takeUpTo(take, &v.aInputProperties, &v.cCarBodyNode);
+    takeUpTo(take, &v.aWheelRelocatorNodes, &v.cRelativeTurnBaseNode);
+    takeUpTo(take, &v.dCurrentVelocity, &v.cMesh_storedGroundMesh);
+    takeWorld(take, v);
+    takeNode(take, v.cCarBodyNode);
+    takeNode(take, v.cChassisRelocatorNode);
+    takeNode(take, v.cGravityDirectionNode);
+    takeCornerNodes(take, v, 0);
+}
+
+template <class Take>
+void takeAheadOfStep(Take take, const CCarCamObject& v) {
+    takeElement(take, v.cCarBodyNode);
+    takeElement(take, v.cChassisRelocatorNode);
+    takeElement(take, v.cGravityDirectionNode);
+    takeCornerElements(take, v, 0);
+    takeListOfBodies(take, v);
+    takeUpTo(take, &v.ancCarCamcCarBodyfRelYPos, &v.aInputProperties);
+}
+
+template <class Take>
+void takeAheadOfBody(Take take, const CCarCamObject& v) {
+    takeBodies(take, v);
+    takeCornerNodes(take, v, 1);
+}
+
+template <class Take>
+void takeAheadOfCorner(Take take, const CCarCamObject& v, std::size_t corner) {
+    takeCornerElements(take, v, corner + 1);
+    takeCornerNodes(take, v, corner + 2);
+    if (corner == 0) takeProxies(take, v);
+    if (corner == 1) forEachOfRest(v, [take](const auto& node) { takeNode(take, node); });
+    if (corner != 2) return;
+    forEachOfRest(v, [take](const auto& node) { takeElement(take, node); });
+    for (const unidevice::Property* output : v.aOutputProperties) take(output, 1);
 }
 
 }  // namespace
 
-void fetchCar(const CCarCamObject& v) {
-    for (const unidevice::Property* input : v.aInputProperties) util::prefetch<kCache>(input);
-    fetch(&v.cCarCam, sizeof v.cCarCam);
-    fetch(&v.aWheelRelocatorNodes, &v.cRelativeTurnBaseNode);
-    fetchWorld(v);
-    fetchNode(v.cCarBodyNode);
-    fetchNode(v.cChassisRelocatorNode);
-    fetchNode(v.cGravityDirectionNode);
-    fetchCornerNodes(v, 0);
-}
+void fetchCar(const CCarCamObject& v) { takeCar(Asking(), v); }
+void fetchAheadOfStep(const CCarCamObject& v) { takeAheadOfStep(Asking(), v); }
+void fetchAheadOfBody(const CCarCamObject& v) { takeAheadOfBody(Asking(), v); }
+void fetchAheadOfCorner(const CCarCamObject& v, std::size_t corner) { takeAheadOfCorner(Asking(), v, corner); }
 
-void fetchAheadOfStep(const CCarCamObject& v) {
-    fetchElement(v.cCarBodyNode);
-    fetchElement(v.cChassisRelocatorNode);
-    fetchElement(v.cGravityDirectionNode);
-    fetchCornerElements(v, 0);
-    fetchListOfBodies(v);
-    fetch(&v.ancCarCamcCarBodyfRelYPos, &v.aInputProperties);
-}
-
-void fetchAheadOfBody(const CCarCamObject& v) {
-    fetchBodies(v);
-    fetchCornerNodes(v, 1);
-}
-
-void fetchAheadOfCorner(const CCarCamObject& v, std::size_t corner) {
-    fetchCornerElements(v, corner + 1);
-    fetchCornerNodes(v, corner + 2);
-    if (corner == 0) fetchProxies(v);
-    if (corner == 1) forEachOfRest(v, [](const auto& node) { fetchNode(node); });
-    if (corner != 2) return;
-    forEachOfRest(v, [](const auto& node) { fetchElement(node); });
-    for (const unidevice::Property* output : v.aOutputProperties) util::prefetch<kCache>(output);
+void listFrameMemory(CCarCamObject& v) {
+    const Listing list{v.cFrameMemory};
+    takeUpTo(list, &v, &v.cCarCam);
+    list(v.hostInterface, kHost);
+    takeCar(list, v);
+    takeAheadOfStep(list, v);
+    takeAheadOfBody(list, v);
+    for (std::size_t corner = 0; corner < kNumWheels; ++corner) takeAheadOfCorner(list, v, corner);
+    for (const rig::CWheelNode& wheel : v.aWheelNodes) takeWorkSpace(list, wheel);
+    for (const auto* matrices : {&v.cGravityDirectionNode.mParentMesh, &v.cGravityDirectionNode.mParentMesh_inv})
+        list(matrices->data(), sizeof(util::Matrix4));
+    list(&v.cFrameMemory, kCacheLine);
 }
 
 }  // namespace ond::ovs::addon

@@ -21,4 +21,7 @@ void fetchAheadOfBody(const CCarCamObject& vehicle);
 /// What comes behind a corner: before its update.
 void fetchAheadOfCorner(const CCarCamObject& vehicle, std::size_t corner);
 
+/// Has all of that listed in the vehicle's FrameMemory: behind the first frame of a run, when all is where it stays.
+void listFrameMemory(CCarCamObject& vehicle);
+
 }  // namespace ond::ovs::addon

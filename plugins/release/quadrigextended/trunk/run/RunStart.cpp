@@ -387,6 +387,9 @@ void Start::cutHistories() {
 
 }  // namespace
 
-void startRun(CCarCamObject& vehicle, double time) { Start(vehicle, time).run(); }
+void startRun(CCarCamObject& vehicle, double time) {
+    vehicle.cFrameMemory.clear();
+    Start(vehicle, time).run();
+}
 
 }  // namespace ond::ovs::addon

@@ -1,0 +1,77 @@
+#include "run/FrameMemory.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "ond/util/Prefetch.h"
+
+namespace ond::ovs::addon {
+
+FrameMemory* FrameMemory::s_last = nullptr;
+
+FrameMemory::~FrameMemory() {
+    if (m_next != nullptr) m_next->m_previous = nullptr;
+    if (m_previous != nullptr) m_previous->m_next = nullptr;
+    if (s_last == this) s_last = nullptr;
+}
+
+void FrameMemory::clear() {
+    m_pieces.fill(kNothing);
+    m_numPieces = kFirst;
+}
+
+void FrameMemory::add(const void* memory, std::size_t bytes) {
+    constexpr std::size_t kMost = kMostLines * kLine;
+    if (memory == nullptr) return;
+    for (const auto* at = static_cast<const std::byte*>(memory); bytes != 0 && m_numPieces < kPieces;) {
+        // Up to the end of a line.
+        const std::size_t taken = std::min(bytes, kMost - reinterpret_cast<std::uintptr_t>(at) % kLine);
+        m_pieces[m_numPieces++] = piece(at, taken);
+        at += taken;
+        bytes -= taken;
+    }
+}
+
+bool FrameMemory::beginFrame() {
+    FrameMemory* const last = std::exchange(s_last, this);
+    bool isForeseen = false;
+    if (last != nullptr) {
+        isForeseen = isListed() && last->m_next == this && last->m_fetched == m_numPieces;
+        follow(last);
+    }
+    m_fetched = 0;
+    m_turns = 0;
+    if (m_next == nullptr) return isForeseen;
+    for (std::size_t i = 0; i < m_next->m_numPieces; i += kLine / sizeof(Piece)) util::prefetch(&m_next->m_pieces[i]);
+    return isForeseen;
+}
+
+/// From now on a frame of this one is expected behind one of `last`.
+void FrameMemory::follow(FrameMemory* last) {
+    FrameMemory* const next = last != this ? this : nullptr;
+    if (last->m_next == next) return;
+    if (last->m_next != nullptr) last->m_next->m_previous = nullptr;
+    last->m_next = next;
+    if (next == nullptr) return;
+    if (m_previous != nullptr) m_previous->m_next = nullptr;
+    m_previous = last;
+}
+
+void FrameMemory::fetchUpTo(std::size_t end) {
+    end = std::min(end, m_next->m_numPieces);
+    for (; m_fetched < end; ++m_fetched) {
+        const Piece piece = m_next->m_pieces[m_fetched];
+        if (piece == kNothing) continue;
+        const std::uintptr_t first = piece / kLine * kLine;
+        for (std::uintptr_t i = 0; i <= piece % kLine; ++i)
+            util::prefetch<util::Cache::second>(reinterpret_cast<const void*>(first + i * kLine));
+    }
+}
+
+void FrameMemory::fetchRest() {
+    if (m_next == nullptr) return;
+    fetchUpTo(kPieces);
+    m_perTurn = m_next->m_numPieces / (m_turns + 1) + 1;
+}
+
+}  // namespace ond::ovs::addon
