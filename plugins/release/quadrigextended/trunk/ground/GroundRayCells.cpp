@@ -29,7 +29,8 @@ GroundRayIndexBuilder::Box GroundRayIndexBuilder::boxOfCell(const AxisBox& cell)
 }
 
 std::uint32_t GroundRayIndexBuilder::addCell(const GroundMeshTreeNode& node, std::uint32_t parent) {
-    m_tables.cells.push_back({{node.vMin, node.vMax}, parent});
+    m_tables.cells.push_back({node.vMin, node.vMax});
+    m_parents.push_back(parent);
     m_paths.push_back(GroundPath::kEnd);
     return static_cast<std::uint32_t>(m_tables.cells.size() - 1);
 }
@@ -68,7 +69,7 @@ std::uint32_t GroundRayIndexBuilder::addInner(const Branch& branch) {
     const std::vector<Branch> branches = branchesOf(branch);
     for (std::size_t i = 0; i < branches.size(); ++i) {
         const std::uint32_t child = addNode(branches[i]);
-        const Box box = boxOfCell(m_tables.cells[branches[i].cell].box);
+        const Box box = boxOfCell(m_tables.cells[branches[i].cell]);
         m_tables.cellBoxes[at].child[i] = child;
         m_tables.cellBoxes[at].cells.set(static_cast<int>(i), box.low, box.high);
     }
@@ -110,15 +111,15 @@ GroundPath GroundRayIndexBuilder::pathOf(std::uint32_t cell) {
     std::uint32_t number = cell;
     bool isRootIn = false;
     for (int lane = 0; lane < 8; ++lane) {
-        const GroundCell& above = m_tables.cells[number];
-        isRootIn = isRootIn || above.parent == number;
-        if (isThick(above.box))
-            path.boxes.set(lane, relative(above.box.vMin), relative(above.box.vMax));
+        const AxisBox& above = m_tables.cells[number];
+        isRootIn = isRootIn || m_parents[number] == number;
+        if (isThick(above))
+            path.boxes.set(lane, relative(above.vMin), relative(above.vMax));
         else
             path.boxes.setUnsure(lane);
-        number = above.parent;
+        path.cells[static_cast<std::size_t>(lane)] = number;
+        number = m_parents[number];
     }
-    path.cell = cell;
     path.next = isRootIn ? GroundPath::kEnd : addPath(number);
     return path;
 }

@@ -175,6 +175,7 @@ class GroundRayIndexBuilder {
     GroundRayTables& m_tables;
     std::shared_ptr<const GroundTriangles> m_all;
     std::vector<std::uint32_t> m_paths;       ///< per cell, kEnd where there is none yet
+    std::vector<std::uint32_t> m_parents;     ///< per cell, its own number in the root
     std::vector<std::uint32_t> m_leafLists;   ///< of all leaves, one behind the other
     std::vector<std::size_t> m_leafEnds;      ///< per leaf, in m_leafLists
     std::vector<Normal> m_normals;            ///< per triangle

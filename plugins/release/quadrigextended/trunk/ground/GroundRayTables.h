@@ -183,16 +183,10 @@ struct GroundLeafEdges {
 /// The cells of a node of the tree and of the seven nodes above it; the root's again where there are no more.
 struct GroundPath {
     EightBoxes boxes;
-    std::uint32_t next = 0;  ///< in `paths`, of what is above these; kEnd when the root is among them
-    std::uint32_t cell = 0;  ///< the node's, in `cells`
+    std::array<std::uint32_t, 8> cells{};  ///< numbers in `cells`
+    std::uint32_t next = 0;                ///< in `paths`, of what is above these; kEnd when the root is among them
 
     static constexpr std::uint32_t kEnd = 0xffffffffU;
-};
-
-/// A node of the tree.
-struct GroundCell {
-    AxisBox box;
-    std::uint32_t parent;  ///< in `cells`; its own number in the root
 };
 
 /// Triangles in groups of eight, in one piece. Numbered in units of 64 bytes.
@@ -250,15 +244,15 @@ struct GroundRayTables {
     std::uint32_t root = 0;
     /// The way to each leaf, in the order of the walk.
     std::vector<GroundPath, LargePages<GroundPath>> leaves;
-    std::vector<GroundPath> paths;  ///< above those of leaves
+    std::vector<GroundPath, LargePages<GroundPath>> paths;  ///< above those of leaves
     /// The cells of the ground's tree, in its order.
-    std::vector<GroundCellBoxes> cellBoxes;
-    std::vector<GroundLeafEdges> edges;  ///< per leaf, and one more
-    std::vector<GroundPlanes> planes;
-    std::vector<GroundPlaneTriangles> planeTriangles;
-    std::vector<std::uint32_t> flats;  ///< numbers in `triangles`
+    std::vector<GroundCellBoxes, LargePages<GroundCellBoxes>> cellBoxes;
+    std::vector<GroundLeafEdges, LargePages<GroundLeafEdges>> edges;  ///< per leaf, and one more
+    std::vector<GroundPlanes, LargePages<GroundPlanes>> planes;
+    std::vector<GroundPlaneTriangles, LargePages<GroundPlaneTriangles>> planeTriangles;
+    std::vector<std::uint32_t, LargePages<std::uint32_t>> flats;  ///< numbers in `triangles`
     std::uint32_t cellRoot = 0;
-    std::vector<GroundCell> cells;
+    std::vector<AxisBox, LargePages<AxisBox>> cells;  ///< of the nodes of the tree
     util::Vector3<double> middle;
     double radius = 0.0;        ///< half the longest side of the root
     double offset = 0.0;        ///< largest coordinate of the middle
