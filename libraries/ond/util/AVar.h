@@ -110,7 +110,7 @@ struct AVarValueBytes<QTransform<double>> {
 ///
 /// Lookup allocates nothing and costs logarithmic time. Setting keys at growing times costs constant time each.
 /// Variables are plain members of whoever owns them: this base has no public destructor. Copies take all keys and the
-/// fallback. No locks: one thread at a time.
+/// fallback. No locks: one thread at a time for all variables, because their keys share memory (PageHeap).
 template <typename T>
 class AVar {
   public:

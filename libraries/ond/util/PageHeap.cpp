@@ -1,5 +1,6 @@
 #include "ond/util/PageHeap.h"
 
+#include <limits>
 #include <new>
 
 #include "ond/util/RawBytes.h"
@@ -53,6 +54,7 @@ PageHeap::~PageHeap() {
 
 void* PageHeap::allocate(std::size_t bytes) {
     if (bytes < kSmallest) return ::operator new(bytes);
+    if (bytes > std::numeric_limits<std::ptrdiff_t>::max()) throw std::bad_alloc();
     if (bytes > kLargest) return onLargePages(bytes, kLargePage);
     const std::size_t taken = lines(bytes);
     for (Block* block = m_blocks; block != nullptr; block = block->next) {

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <new>
 
 namespace ond::util {
 
@@ -31,7 +33,7 @@ class PageHeap {
     /// Memory that was not released stays as it is.
     ~PageHeap();
 
-    /// Memory for `bytes`, until release(). Throws std::bad_alloc.
+    /// Memory for `bytes`, until release(). Throws std::bad_alloc, for sizes that no object has, too.
     [[nodiscard]] void* allocate(std::size_t bytes);
     /// @param memory,bytes as allocate() had them
     void release(void* memory, std::size_t bytes) noexcept;
@@ -60,7 +62,7 @@ class PageHeap {
     [[nodiscard]] Block* addBlock();
     void dropBlock(Block* block) noexcept;
 
-    Block* m_blocks = nullptr;  ///< all, the one that was used last first
+    Block* m_blocks = nullptr;  ///< all, the one that came last first
     std::size_t m_numBlocks = 0;
 };
 
@@ -79,6 +81,7 @@ struct SharedPages {
 
     [[nodiscard]] T* allocate(std::size_t count) {
         static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+        if (count > std::numeric_limits<std::size_t>::max() / sizeof(T)) throw std::bad_array_new_length();
         return static_cast<T*>(allocateShared(count * sizeof(T)));
     }
     void deallocate(T* memory, std::size_t count) noexcept { releaseShared(memory, count * sizeof(T)); }

@@ -18,14 +18,15 @@ FrameMemory::~FrameMemory() {
 void FrameMemory::clear() {
     m_pieces.fill(kNothing);
     m_numPieces = kFirst;
+    m_isFetched = false;
 }
 
 void FrameMemory::add(const void* memory, std::size_t bytes) {
-    constexpr std::size_t kMost = kMostLines * kLine;
     if (memory == nullptr) return;
+    m_isFetched = false;
     for (const auto* at = static_cast<const std::byte*>(memory); bytes != 0 && m_numPieces < kPieces;) {
         // Up to the end of a line.
-        const std::size_t taken = std::min(bytes, kMost - reinterpret_cast<std::uintptr_t>(at) % kLine);
+        const std::size_t taken = std::min(bytes, kMostBytes - reinterpret_cast<std::uintptr_t>(at) % kLine);
         m_pieces[m_numPieces++] = piece(at, taken);
         at += taken;
         bytes -= taken;
@@ -34,11 +35,8 @@ void FrameMemory::add(const void* memory, std::size_t bytes) {
 
 bool FrameMemory::beginFrame() {
     FrameMemory* const last = std::exchange(s_last, this);
-    bool isForeseen = false;
-    if (last != nullptr) {
-        isForeseen = isListed() && last->m_next == this && last->m_fetched == m_numPieces;
-        follow(last);
-    }
+    const bool isForeseen = std::exchange(m_isFetched, false) && last != nullptr && last->m_next == this;
+    if (last != nullptr) follow(last);
     m_fetched = 0;
     m_turns = 0;
     if (m_next == nullptr) return isForeseen;
@@ -66,6 +64,7 @@ void FrameMemory::fetchUpTo(std::size_t end) {
         for (std::uintptr_t i = 0; i <= piece % kLine; ++i)
             util::prefetch<util::Cache::second>(reinterpret_cast<const void*>(first + i * kLine));
     }
+    if (m_fetched == m_next->m_numPieces) m_next->m_isFetched = m_next->isListed();
 }
 
 void FrameMemory::fetchRest() {

@@ -19,6 +19,7 @@ class FrameMemory {
     /// How many histories there can be, and parts of the ground under each wheel.
     static constexpr std::size_t kKeys = 72;
     static constexpr std::size_t kGround = 16;
+    static constexpr std::size_t kMostBytes = 512;
 
     FrameMemory() = default;
     FrameMemory(const FrameMemory&) = delete;
@@ -37,10 +38,11 @@ class FrameMemory {
     void setLastKey(std::size_t i, const Key* key) {
         if (i < kKeys) m_pieces[kFirstKey + i] = piece(key, 2 * sizeof(Key));
     }
-    /// Lists part number `i` of what the wheel of a corner has found of the ground; null for nothing.
+    /// Lists part number `i` of what the wheel of a corner has found of the ground, kMostBytes of it at most; null for
+    /// nothing.
     void setGround(std::size_t corner, std::size_t i, const void* memory, std::size_t bytes) {
         if (corner < kCorners && i < kGround)
-            m_pieces[corner * kGround + i] = memory != nullptr ? piece(memory, bytes) : kNothing;
+            m_pieces[corner * kGround + i] = memory != nullptr && bytes != 0 ? piece(memory, bytes) : kNothing;
     }
 
     /// A frame of the vehicle begins. Answers whether all that is listed has been asked for in the last vehicle's
@@ -66,11 +68,11 @@ class FrameMemory {
     /// A few lines of memory: the address of the first one, and in its lowest bits how many follow.
     using Piece = std::uintptr_t;
     static constexpr Piece kNothing = 0;
-    static constexpr std::size_t kMostLines = 8;
 
     static Piece piece(const void* memory, std::size_t bytes) {
         const auto first = reinterpret_cast<std::uintptr_t>(memory);
-        return first / kLine * kLine + ((first + bytes - 1) / kLine - first / kLine);
+        const std::uintptr_t last = first + (bytes < kMostBytes ? bytes : kMostBytes) - 1;
+        return first / kLine * kLine + (last / kLine - first / kLine);
     }
     void fetchUpTo(std::size_t end);
     void follow(FrameMemory* last);
@@ -82,6 +84,7 @@ class FrameMemory {
     std::size_t m_perTurn =
         kPieces;  ///< so many pieces that all have been asked for at the end, if the frame is like the last
     std::size_t m_numPieces = kFirst;
+    bool m_isFetched = false;  ///< what is listed, since it was, and since the vehicle's last frame
     std::array<Piece, kPieces> m_pieces{};
 
     static FrameMemory* s_last;  ///< whose frame began last
