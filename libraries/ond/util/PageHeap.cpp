@@ -74,8 +74,8 @@ void PageHeap::release(void* memory, std::size_t bytes) noexcept {
 }
 
 PageHeap::Block* PageHeap::blockOf(void* memory) {
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    return reinterpret_cast<Block*>(address - address % kBlock);
+    auto* const at = static_cast<std::byte*>(memory);
+    return reinterpret_cast<Block*>(at - reinterpret_cast<std::uintptr_t>(at) % kBlock);
 }
 
 /// The first gap that is large enough; null where there is none.

@@ -75,7 +75,7 @@ void takeCornerNodes(Take take, const CCarCamObject& v, std::size_t corner) {
 /// What a wheel keeps elsewhere.
 template <class Take>
 void takeWorkSpace(Take take, const rig::CWheelNode& wheel) {
-    const auto takeFirst = [take](const auto& vector) { take(vector.data(), sizeof vector[0]); };
+    const auto takeFirst = [take](const auto& vector) { take(vector.data(), vector.empty() ? 0 : 1); };
     takeFirst(wheel.aGroundMeshes);
     takeFirst(wheel.aGroundSurfaces);
     takeFirst(wheel.hits.normals);
