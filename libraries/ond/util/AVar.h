@@ -21,7 +21,6 @@
 #include <vector>
 
 #include "ond/util/LittleEndian.h"
-#include "ond/util/PageHeap.h"
 #include "ond/util/QTransform.h"
 #include "ond/util/Quat.h"
 #include "ond/util/Vector3.h"
@@ -110,7 +109,7 @@ struct AVarValueBytes<QTransform<double>> {
 ///
 /// Lookup allocates nothing and costs logarithmic time. Setting keys at growing times costs constant time each.
 /// Variables are plain members of whoever owns them: this base has no public destructor. Copies take all keys and the
-/// fallback. No locks: one thread at a time for all variables, because their keys share memory (PageHeap).
+/// fallback. No locks: one thread at a time.
 template <typename T>
 class AVar {
   public:
@@ -118,12 +117,10 @@ class AVar {
     static constexpr int kHeaderSize = 16;
     /// Bytes of one saved key: the time as a double and the value right behind it.
     static constexpr std::size_t kKeySize = 8 + detail::AVarValueBytes<T>::size;
-    /// Those of all variables share large pages: a frame sets one in each.
-    using Keys = std::vector<AVarKey<T>, SharedPages<AVarKey<T>>>;
 
     /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading and for making room; who
     /// edits keys and leaves their number as it was must keep their times ascending.
-    Keys keys;
+    std::vector<AVarKey<T>> keys;
     /// What valueAt() gives while there are no keys.
     T fallback;
 

@@ -62,10 +62,6 @@ class CCarCamObject final : public CCamera, public CInterface::Callback, public 
     explicit CCarCamObject(const CameraCreationRecord& record);
     ~CCarCamObject() override;
 
-    // Beside the histories: a frame uses all of it.
-    static void* operator new(std::size_t bytes) { return util::allocateShared(bytes); }
-    static void operator delete(void* memory, std::size_t bytes) noexcept { util::releaseShared(memory, bytes); }
-
     // Operations of the contract, see CExtendable and CCamera.
     std::uint64_t callExtension(std::uint32_t id, void* argument) override;
     [[nodiscard]] std::vector<std::uint32_t> getExtensionIds() const override;

@@ -551,6 +551,7 @@ bool Probe::gatherNearGround(const Vector3<double>& from, const Vector3<double>&
     const std::array<Vector3<double>, 2> box = boxOfOrigins(from, to);
     if (!nearGround.gather(box[0], box[1], column)) return false;
     // Around there the next frame will look again.
+    static_assert(NearGround::kMostMemory <= FrameMemory::kGround);
     std::size_t part = 0;
     for (const NearGround::Memory& looked : nearGround.lookedAt())
         vehicle.cFrameMemory.setGround(node.iCorner, part++, looked.memory, looked.bytes);
