@@ -60,10 +60,11 @@ void FrameMemory::fetchUpTo(std::size_t end) {
     for (; m_fetched < end; ++m_fetched) {
         const Piece piece = m_next->m_pieces[m_fetched];
         if (piece == kNothing) continue;
-        // An address is all that is kept. NOLINTNEXTLINE(performance-no-int-to-ptr)
-        const auto* line = reinterpret_cast<const std::byte*>(piece / kLine * kLine);
-        for (std::uintptr_t more = piece % kLine + 1; more != 0; --more, line += kLine)
-            util::prefetch<util::Cache::second>(line);
+        // Addresses are all that is known: there may be no object.
+        const std::uintptr_t first = piece / kLine * kLine;
+        for (std::uintptr_t i = 0; i <= piece % kLine; ++i)
+            // NOLINTNEXTLINE(performance-no-int-to-ptr)
+            util::prefetch<util::Cache::second>(reinterpret_cast<const void*>(first + i * kLine));
     }
     if (m_fetched == m_next->m_numPieces) m_next->m_isFetched = m_next->isListed();
 }
