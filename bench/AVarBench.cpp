@@ -63,7 +63,7 @@ struct Recorded {
     static constexpr int kMore = 5000;
 
     Variable variable = filled<Variable>(kKeys);
-    std::vector<AVarKey<ValueOf<Variable>>> keys = variable.keys;
+    std::vector<AVarKey<ValueOf<Variable>>> keys{variable.keys.begin(), variable.keys.end()};
 
     Recorded() {
         variable.keys.reserve(kKeys + kMore);

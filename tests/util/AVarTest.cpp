@@ -655,6 +655,22 @@ TYPED_TEST(AVarOfEveryType, MoreThan65536KeysThatAreThereAreRead) {
     EXPECT_EQ(back.getKeyTime(69999), -1.0);
 }
 
+TYPED_TEST(AVarOfEveryType, MakesRoomForTheKeysThatFollowIfAsked) {
+    using T = typename TestFixture::ValueType;
+    TypeParam variable;
+    for (int i = 0; i < 5000; ++i) variable.setKey(i, T());
+    const Bytes block = written(variable);
+    TypeParam back;
+    back.read(block.data(), block.size(), 700);
+    EXPECT_EQ(written(back), block);
+    const void* const place = back.keys.data();
+    for (int i = 0; i < 700; ++i) back.setKey(5000 + i, T());
+    EXPECT_EQ(back.keys.data(), place);
+    TypeParam tight;
+    tight.read(block.data(), block.size());
+    EXPECT_EQ(tight.keys.capacity(), 5000u);
+}
+
 TEST(AVarBlock, EveryBoolByteButZeroIsTrue) {
     Bytes block = header(16, 9, 100, 1);
     append(block, 1.0);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace {
@@ -46,11 +47,11 @@ TEST(RawBytes, HoldsTensOfMegabytes) {
     }
 }
 
-TEST(RawBytes, PreferringLargePagesTakesAnyRange) {
-    unsigned char few[8192] = {1};
-    for (std::size_t start = 0; start < 3; ++start)
-        for (const std::size_t size : {0, 1, 4095, 4096, 8000}) ond::util::preferLargePages(few + start, size);
-    EXPECT_EQ(few[0], 1);
+TEST(RawBytes, BeginsOnALargePageWhereItHasMemoryOfItsOwn) {
+    for (const std::size_t size : {ond::util::kOwnMapping, ond::util::kOwnMapping + 1}) {
+        const RawBytes bytes(size);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes.data()) % ond::util::kLargePage, 0u) << size;
+    }
 }
 
 }  // namespace

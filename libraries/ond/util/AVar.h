@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "ond/util/ArrayRegion.h"
 #include "ond/util/LittleEndian.h"
 #include "ond/util/QTransform.h"
 #include "ond/util/Quat.h"
@@ -118,9 +119,12 @@ class AVar {
     /// Bytes of one saved key: the time as a double and the value right behind it.
     static constexpr std::size_t kKeySize = 8 + detail::AVarValueBytes<T>::size;
 
+    /// Those of many variables that are read while there is an ArrayRegion share its memory.
+    using Keys = std::vector<AVarKey<T>, RegionAllocator<AVarKey<T>>>;
+
     /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading and for making room; who
     /// edits keys and leaves their number as it was must keep their times ascending.
-    std::vector<AVarKey<T>> keys;
+    Keys keys;
     /// What valueAt() gives while there are no keys.
     T fallback;
 
@@ -150,7 +154,8 @@ class AVar {
     /// - more keys announced than the bytes can hold, and more than 65,536: nothing changes, nothing is allocated;
     /// - else more keys announced than the bytes can hold, or a wrong size of the keys: that many keys of time -1.
     /// The keys' times are not looked at: unsorted ones stay unsorted.
-    void read(const void* buffer, std::size_t size);
+    /// @param spare so many keys more can then be set without new memory
+    void read(const void* buffer, std::size_t size, std::size_t spare = 0);
 
     /// What the variable is at `t`: the value of a key there, else what the rule makes of the keys around. Outside the
     /// keys' range the outermost key holds.
@@ -458,7 +463,7 @@ void AVar<T>::write(void* buffer, int bufferSize) const {
 }
 
 template <typename T>
-void AVar<T>::read(const void* buffer, std::size_t size) {
+void AVar<T>::read(const void* buffer, std::size_t size, std::size_t spare) {
     if (buffer == nullptr || size < kHeaderSize) return;
     const auto* from = static_cast<const unsigned char*>(buffer);
     if (loadLittleEndian<std::uint32_t>(from) != kHeaderSize) return;
@@ -477,6 +482,7 @@ void AVar<T>::read(const void* buffer, std::size_t size) {
     }
     from += kHeaderSize;
     // Made from the bytes, and not made first and filled then: a long history costs little more than its memory.
+    keys.reserve(count + spare);
     keys.assign(detail::SavedKeys<T>{from}, detail::SavedKeys<T>{from + count * kKeySize});
 }
 

@@ -7,10 +7,9 @@
 #include <utility>
 #include <vector>
 
-namespace ond::util {
+#include "ond/util/Pages.h"
 
-/// Lets the system back `size` bytes at `memory` with large pages where it has them. A wish: nothing fails.
-void preferLargePages(void* memory, std::size_t size) noexcept;
+namespace ond::util {
 
 namespace detail {
 
@@ -26,11 +25,16 @@ struct RawAllocator : std::allocator<T> {
     explicit RawAllocator(const RawAllocator<U>& /*other*/) {}
 
     T* allocate(std::size_t count) {
-        T* const memory = std::allocator<T>::allocate(count);
-        // Above this, an allocation is a mapping of its own, which its release undoes together with the wish.
-        constexpr std::size_t kOwnMapping = std::size_t{33} << 20;
-        if (count * sizeof(T) >= kOwnMapping) preferLargePages(memory, count * sizeof(T));
-        return memory;
+        if (!isLarge(count)) return std::allocator<T>::allocate(count);
+        // On large pages from end to end: a part of one would be small pages, hundreds of them.
+        const std::size_t bytes = wholeLargePages(count * sizeof(T));
+        void* const memory = ::operator new (bytes, std::align_val_t{kLargePage});
+        preferLargePages(memory, bytes);
+        return static_cast<T*>(memory);
+    }
+    void deallocate(T* memory, std::size_t count) noexcept {
+        if (!isLarge(count)) return std::allocator<T>::deallocate(memory, count);
+        ::operator delete (memory, wholeLargePages(count * sizeof(T)), std::align_val_t{kLargePage});
     }
     template <typename U>
     void construct(U* at) noexcept {
@@ -40,6 +44,9 @@ struct RawAllocator : std::allocator<T> {
     void construct(U* at, Arguments&&... arguments) {
         ::new (static_cast<void*>(at)) U(std::forward<Arguments>(arguments)...);
     }
+
+  private:
+    static bool isLarge(std::size_t count) { return count * sizeof(T) >= kOwnMapping; }
 };
 
 }  // namespace detail

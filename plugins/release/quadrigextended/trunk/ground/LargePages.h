@@ -7,7 +7,7 @@
 #include <new>
 #include <type_traits>
 
-#include "ond/util/RawBytes.h"
+#include "ond/util/Pages.h"
 
 namespace ond::ovs::addon {
 
@@ -17,9 +17,8 @@ template <typename T>
 struct LargePages {
     using value_type = T;
 
-    static constexpr std::size_t kPage = std::size_t{2} << 20;
-    static constexpr std::size_t kLarge = kPage;
-    static constexpr std::size_t kAligned = 8 * kPage;
+    static constexpr std::size_t kLarge = util::kLargePage;
+    static constexpr std::size_t kAligned = 8 * util::kLargePage;
 
     LargePages() = default;
     template <typename Other>
@@ -40,7 +39,7 @@ struct LargePages {
 
   private:
     static std::align_val_t alignmentOf(std::size_t count) {
-        return std::align_val_t{count * sizeof(T) >= kAligned ? kPage : alignof(T)};
+        return std::align_val_t{count * sizeof(T) >= kAligned ? util::kLargePage : alignof(T)};
     }
 };
 

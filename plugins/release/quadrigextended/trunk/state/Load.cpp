@@ -28,7 +28,7 @@ struct LeafReader {
     }
     bool operator()(HistoryLeaf /*history*/) const {
         bool done = false;
-        visitHistory(vehicle, key, [&](auto& variable) { done = readHistory(chunk, variable); });
+        visitHistory(vehicle, key, [&](auto& variable) { done = readHistory(chunk, variable, placeOfHistory(key)); });
         return done;
     }
     // These two have steps of their own.

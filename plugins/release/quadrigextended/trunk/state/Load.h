@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "state/LoadedHistories.h"
 #include "state/SavedKeys.h"
 #include "state/SavedTree.h"
 
@@ -25,7 +26,8 @@ struct Load {
 };
 
 // Each of these answers false and changes nothing if there is no such chunk, or if it has fewer bytes than its value.
-// What an animated variable makes of a block with a damaged header is told at AVar::read().
+// What an animated variable makes of a block with a damaged header is told at AVar::read(); `place` is that of
+// spareKeys().
 
 [[nodiscard]] bool readValue(const SavedChunk* chunk, double& to);
 [[nodiscard]] bool readValue(const SavedChunk* chunk, bool& to);
@@ -33,12 +35,12 @@ struct Load {
 [[nodiscard]] bool readValue(const SavedChunk* chunk, util::Matrix4& to);
 
 template <class T>
-[[nodiscard]] bool readHistory(const SavedChunk* chunk, util::AVar<T>& to) {
+[[nodiscard]] bool readHistory(const SavedChunk* chunk, util::AVar<T>& to, std::size_t place = 0) {
     if (chunk == nullptr || chunk->size < util::AVar<T>::kHeaderSize) return false;
     // A header that contradicts itself claims no size: the variable deals with it.
     const std::optional<std::size_t> claimed = ownSizeOfHistory(chunk->data, chunk->size, util::AVar<T>::kKeySize);
     if (claimed && chunk->size < *claimed) return false;
-    to.read(chunk->data, chunk->size);
+    to.read(chunk->data, chunk->size, spareKeys(savedKeys<T>(*chunk), place));
     return true;
 }
 

@@ -4,8 +4,10 @@
 
 #include "CCarCamObject.h"
 #include "car/WheelRolling.h"
+#include "ond/util/ArrayRegion.h"
 #include "state/BindRig.h"
 #include "state/Load.h"
+#include "state/LoadedHistories.h"
 #include "state/Migration.h"
 
 namespace ond::ovs::addon {
@@ -27,6 +29,7 @@ bool prepare(CCarCamObject& vehicle) {
 std::uint64_t readBlock(CCarCamObject& vehicle, const void* block, std::optional<std::size_t> size) {
     const SavedTree tree(block, size, &neededRows);
     const Load load{vehicle, tree};
+    const util::ArrayRegion region(roomForHistories(vehicle, tree));
     return load.atLeast(kOldestVersion) && runVersionSteps(load) ? kLoaded : kFailed;
 }
 

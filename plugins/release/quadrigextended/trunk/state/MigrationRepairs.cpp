@@ -78,7 +78,8 @@ bool readCorners(const Load& load, const StoreForm& form) {
         for (std::size_t i = 0; i < form.child.size(); ++i) {
             if (form.child[i] < 0) continue;
             const SavedChunk* chunk = childAt(store, form.stride * corner + form.child[i]);
-            if (!readHistory(chunk, wheelStoreVariable(load.vehicle, corner, i))) return false;
+            if (!readHistory(chunk, wheelStoreVariable(load.vehicle, corner, i), placeOfHistory(corner, i)))
+                return false;
         }
     return true;
 }

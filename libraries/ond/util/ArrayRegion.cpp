@@ -1,0 +1,61 @@
+#include "ond/util/ArrayRegion.h"
+
+#include <utility>
+
+namespace ond::util {
+
+/// At the beginning of its own memory.
+struct alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) ArrayRegion::Region {
+    std::size_t size;    ///< bytes of the memory, this included
+    std::size_t used;    ///< of these from the beginning
+    std::size_t owners;  ///< arrays, and the ArrayRegion while it lives
+};
+
+thread_local ArrayRegion::Region* ArrayRegion::t_current = nullptr;
+
+ArrayRegion::ArrayRegion(std::size_t room) noexcept : m_previous(std::exchange(t_current, nullptr)) {
+    if (room < kSmallestRegion || room > std::numeric_limits<std::size_t>::max() / 2) return;
+    const std::size_t size = wholeLargePages(room + sizeof(Region));
+    void* const memory = ::operator new (size, std::align_val_t{kLargePage}, std::nothrow);
+    if (memory == nullptr) return;
+    preferLargePages(memory, size);
+    t_current = ::new (memory) Region{size, sizeof(Region), 1};
+}
+
+ArrayRegion::~ArrayRegion() {
+    Region* const region = std::exchange(t_current, m_previous);
+    if (region != nullptr) leave(region);
+}
+
+void ArrayRegion::leave(Region* region) noexcept {
+    if (--region->owners == 0) ::operator delete (region, region->size, std::align_val_t{kLargePage});
+}
+
+void* ArrayRegion::allocate(std::size_t bytes) {
+    static_assert(sizeof(Region*) <= kHead && sizeof(Region) % kHead == 0);
+    const std::size_t room = roomOf(bytes);
+    Region* const region = t_current != nullptr && room <= t_current->size - t_current->used ? t_current : nullptr;
+    unsigned char* begin = nullptr;
+    if (region != nullptr) {
+        begin = reinterpret_cast<unsigned char*>(region) + region->used;
+        region->used += room;
+        ++region->owners;
+    } else {
+        begin = static_cast<unsigned char*>(::operator new(room));
+    }
+    ::new (static_cast<void*>(begin)) Region*(region);
+    return begin + kHead;
+}
+
+void ArrayRegion::release(void* memory, std::size_t bytes) noexcept {
+    unsigned char* const begin = static_cast<unsigned char*>(memory) - kHead;
+    Region* const region = *reinterpret_cast<Region**>(begin);
+    if (region == nullptr) {
+        ::operator delete(begin, roomOf(bytes));
+        return;
+    }
+    if (region->owners > 1) giveBackPages(begin, roomOf(bytes));
+    leave(region);
+}
+
+}  // namespace ond::util

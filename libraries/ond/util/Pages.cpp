@@ -1,0 +1,39 @@
+#include "ond/util/Pages.h"
+
+#if defined(__linux__)
+#include <sys/mman.h>
+
+#include <cstdint>
+#endif
+
+namespace ond::util {
+
+#if defined(__linux__)
+
+namespace {
+
+/// Advises the system on whole pages: what shares one with others is left out. A refusal changes nothing.
+void advise(void* memory, std::size_t size, int advice) noexcept {
+    constexpr std::uintptr_t kPage = 4096;
+    const std::uintptr_t gap = (kPage - reinterpret_cast<std::uintptr_t>(memory) % kPage) % kPage;
+    if (size < gap + kPage) return;
+    static_cast<void>(madvise(static_cast<unsigned char*>(memory) + gap, (size - gap) / kPage * kPage, advice));
+}
+
+}  // namespace
+
+#endif
+
+void preferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) noexcept {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    advise(memory, size, MADV_HUGEPAGE);
+#endif
+}
+
+void giveBackPages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) noexcept {
+#if defined(__linux__)
+    advise(memory, size, MADV_DONTNEED);
+#endif
+}
+
+}  // namespace ond::util

@@ -1,0 +1,158 @@
+// Where the histories of a loaded vehicle lie in memory, and that it can go on recording there.
+#include "state/LoadedHistories.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ond/util/ArrayRegion.h"
+#include "state/BlockEditor.h"
+#include "state/VehicleFields.h"
+
+namespace {
+
+using namespace ond;
+using namespace ond::test;
+using namespace ond::ovs::addon;
+
+/// That many keys in every history, and no two alike.
+void record(Car& car, std::size_t count) {
+    double time = 0.0;
+    forEachHistory(*car, [&](const std::string&, auto& variable) {
+        variable.keys.resize(count);
+        for (auto& key : variable.keys) key.time = time += 0.04;
+    });
+}
+
+Bytes savedWith(std::size_t count) {
+    Car car;
+    record(car, count);
+    car->saveState();
+    return car.host.block;
+}
+
+/// Where an array of keys begins, and what it takes of a region.
+struct Place {
+    std::uintptr_t begin;
+    std::size_t room;
+};
+
+std::vector<Place> placesOf(Car& car) {
+    std::vector<Place> places;
+    forEachHistory(*car, [&](const std::string&, auto& variable) {
+        const std::size_t bytes = variable.keys.capacity() * sizeof(variable.keys.front());
+        places.push_back({reinterpret_cast<std::uintptr_t>(variable.keys.data()), util::ArrayRegion::roomOf(bytes)});
+    });
+    std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) { return a.begin < b.begin; });
+    return places;
+}
+
+// Thirty thousand keys: 34 MB and more.
+constexpr std::size_t kMany = 30000;
+
+TEST(LoadedHistories, OfALongRecordingFillOneRegionWithoutGaps) {
+    Car car;
+    putRig(car.host);
+    ASSERT_EQ(load(car, savedWith(kMany)), 0u);
+    const std::vector<Place> places = placesOf(car);
+    ASSERT_EQ(places.size(), 59u);
+    for (std::size_t i = 1; i < places.size(); ++i)
+        EXPECT_EQ(places[i].begin, places[i - 1].begin + places[i - 1].room) << i;
+}
+
+TEST(LoadedHistories, NeedTheRoomThatTheyAreSaidToNeed) {
+    const Bytes block = savedWith(kMany);
+    const SavedTree tree(block.data(), block.size());
+    Car car;
+    putRig(car.host);
+    const std::size_t room = roomForHistories(*car, tree);
+    ASSERT_EQ(load(car, block), 0u);
+    std::size_t taken = 0;
+    for (const Place& place : placesOf(car)) taken += place.room;
+    EXPECT_EQ(taken, room);
+    EXPECT_GT(room, util::ArrayRegion::kSmallestRegion);
+}
+
+TEST(LoadedHistories, OfABlockWithoutAnyNeedNoRoom) {
+    const Bytes block = savedWith(0);
+    Car car;
+    EXPECT_EQ(roomForHistories(*car, SavedTree(block.data(), block.size())), 0u);
+    EXPECT_EQ(roomForHistories(*car, SavedTree(nullptr, 0)), 0u);
+}
+
+TEST(LoadedHistories, SaveAgainToTheSameBytes) {
+    const Bytes block = savedWith(kMany);
+    Car car;
+    putRig(car.host);
+    ASSERT_EQ(load(car, block), 0u);
+    car->saveState();
+    ASSERT_EQ(car.host.block.size(), block.size());
+    const SavedTree before(block.data(), block.size());
+    const SavedTree after(car.host.block.data(), block.size());
+    const auto expectSame = [](const SavedChunk& a, const SavedChunk& b) {
+        EXPECT_TRUE(std::equal(a.data, a.data + a.size, b.data, b.data + b.size)) << a.name;
+    };
+    for (const SavedRow& row : kSavedRows) {
+        const SavedChunk* const chunk = before.find(row.key);
+        if (std::holds_alternative<HistoryLeaf>(row.binding)) expectSame(*chunk, *after.find(row.key));
+        if (!std::holds_alternative<WheelStoreLeaf>(row.binding)) continue;
+        ASSERT_EQ(chunk->children.size(), 24u);
+        for (std::size_t child = 0; child < 24; ++child)
+            expectSame(chunk->children[child], after.find(row.key)->children.at(child));
+    }
+}
+
+TEST(LoadedHistories, HaveRoomForAnEighthMoreAndThenMoveOneByOne) {
+    for (const std::size_t count : {std::size_t{800}, kMany}) {
+        Car car;
+        putRig(car.host);
+        ASSERT_EQ(load(car, savedWith(count)), 0u);
+        std::map<std::string, const void*> places;
+        forEachHistory(*car, [&](const std::string& name, auto& variable) { places[name] = variable.keys.data(); });
+        double time = 1e9;
+        std::size_t most = 0;
+        std::set<std::string> moved;
+        for (std::size_t frame = 1; frame <= count / 8 + 200; ++frame) {
+            time += 0.04;
+            std::size_t moves = 0;
+            forEachHistory(*car, [&](const std::string& name, auto& variable) {
+                variable.setKey(time, variable.fallback);
+                const void*& place = places[name];
+                if (std::exchange(place, variable.keys.data()) == variable.keys.data()) return;
+                ++moves;
+                moved.insert(name);
+            });
+            most = std::max(most, moves);
+            if (frame <= count / 8) {
+                ASSERT_EQ(moves, 0u) << frame << " of " << count;
+            }
+        }
+        EXPECT_EQ(most, 1u);
+        EXPECT_EQ(moved.size(), 59u);
+    }
+}
+
+TEST(LoadedHistories, MayGoInAnyOrderAfterTheVehicleTheyCameFrom) {
+    AVar_Linear<double> kept;
+    const Bytes block = savedWith(kMany);
+    {
+        Car car;
+        putRig(car.host);
+        ASSERT_EQ(load(car, block), 0u);
+        kept.swap(car->ancCarCamcCarBodyfRelXAng);
+    }
+    ASSERT_EQ(kept.getNumKeys(), static_cast<int>(kMany));
+    double time = kept.keys.front().time;
+    for (const auto& key : kept.keys) {
+        ASSERT_EQ(key.time, time);
+        time += 0.04;
+    }
+}
+
+}  // namespace
