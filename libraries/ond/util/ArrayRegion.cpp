@@ -11,19 +11,19 @@ struct alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) ArrayRegion::Region {
     std::size_t owners;  ///< arrays, and the ArrayRegion while it lives
 };
 
-thread_local ArrayRegion::Region* ArrayRegion::t_current = nullptr;
+ArrayRegion::Region* ArrayRegion::s_current = nullptr;
 
-ArrayRegion::ArrayRegion(std::size_t room) noexcept : m_previous(std::exchange(t_current, nullptr)) {
+ArrayRegion::ArrayRegion(std::size_t room) noexcept : m_previous(std::exchange(s_current, nullptr)) {
     if (room < kSmallestRegion || room > std::numeric_limits<std::size_t>::max() / 2) return;
     const std::size_t size = wholeLargePages(room + sizeof(Region));
     void* const memory = ::operator new (size, std::align_val_t{kLargePage}, std::nothrow);
     if (memory == nullptr) return;
     preferLargePages(memory, size);
-    t_current = ::new (memory) Region{size, sizeof(Region), 1};
+    s_current = ::new (memory) Region{size, sizeof(Region), 1};
 }
 
 ArrayRegion::~ArrayRegion() {
-    Region* const region = std::exchange(t_current, m_previous);
+    Region* const region = std::exchange(s_current, m_previous);
     if (region != nullptr) leave(region);
 }
 
@@ -34,7 +34,7 @@ void ArrayRegion::leave(Region* region) noexcept {
 void* ArrayRegion::allocate(std::size_t bytes) {
     static_assert(sizeof(Region*) <= kHead && sizeof(Region) % kHead == 0);
     const std::size_t room = roomOf(bytes);
-    Region* const region = t_current != nullptr && room <= t_current->size - t_current->used ? t_current : nullptr;
+    Region* const region = s_current != nullptr && room <= s_current->size - s_current->used ? s_current : nullptr;
     unsigned char* begin = nullptr;
     if (region != nullptr) {
         begin = reinterpret_cast<unsigned char*>(region) + region->used;

@@ -10,12 +10,12 @@
 
 namespace ond::util {
 
-/// While an object of this class lives, arrays that are made in its thread take their memory from one region. They may
-/// outlive it, and go in any order: the pages that one leaves go back to the system at once, and the last array takes
-/// the rest along.
+/// While an object of this class lives, arrays that are made take their memory from one region. They may outlive it,
+/// and go in any order: the pages that one leaves go back to the system at once, and the last array takes the rest
+/// along.
 ///
 /// An array that grows later does so into memory of its own. Objects of this class end in the opposite order of their
-/// beginning; only the last one counts. No locks: the arrays of one region belong to one thread at a time.
+/// beginning; only the last one counts. Used by one thread, the host's.
 class ArrayRegion {
   public:
     /// Bytes. Smaller arrays never come from a region.
@@ -49,7 +49,7 @@ class ArrayRegion {
 
     static void leave(Region* region) noexcept;
 
-    static thread_local Region* t_current;
+    static Region* s_current;
     Region* m_previous;
 };
 

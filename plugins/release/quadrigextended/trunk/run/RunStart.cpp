@@ -65,6 +65,7 @@ class Start {
     void startGround();
     void startPhysics();
     void cutHistories();
+    void makeRoom();
 
     [[nodiscard]] std::size_t corners() const { return static_cast<std::size_t>(v.numCorners()); }
 
@@ -317,6 +318,7 @@ void Start::finish() {
     startGround();
     if (v.bHideHelpersDuringRecording || v.bHideHelpers) rig::hideHelpers(v);
     cutHistories();
+    makeRoom();
     updateMaximumGauges(v, car.fBodyLength);
 }
 
@@ -382,6 +384,16 @@ void Start::startPhysics() {
 void Start::cutHistories() {
     forEachVariable(v, [this](const AnimatedRow& row, auto& variable, const auto*) {
         variable.eraseFrom(row.eraseFrom == EraseFrom::nextFrame ? time + dt : time);
+    });
+}
+
+/// A history that is full doubles its room, and all get their keys in the same frames. Beginning with rooms of different
+/// size they do so in frames of their own: together, after most of an hour, that takes as long as a frame may last. Two keys apart, since some have one already.
+void Start::makeRoom() {
+    std::size_t room = 128;
+    forEachVariable(v, [&room](const AnimatedRow&, auto& variable, const auto*) {
+        variable.keys.reserve(room);
+        room += 2;
     });
 }
 
