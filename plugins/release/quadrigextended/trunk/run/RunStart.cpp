@@ -387,8 +387,9 @@ void Start::cutHistories() {
     });
 }
 
-/// A history that is full doubles its room, and all get their keys in the same frames. Beginning with rooms of different
-/// size they do so in frames of their own: together, after most of an hour, that takes as long as a frame may last. Two keys apart, since some have one already.
+/// A history that is full doubles its room, and all get their keys in the same frames. Beginning with rooms of
+/// different size they do so in frames of their own: together, after most of an hour, that takes as long as a frame may
+/// last. Two keys apart, since some have one already.
 void Start::makeRoom() {
     std::size_t room = 128;
     forEachVariable(v, [&room](const AnimatedRow&, auto& variable, const auto*) {
