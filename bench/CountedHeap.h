@@ -27,12 +27,22 @@ inline HeapCount heap;
 
 namespace detail {
 
-inline void* take(std::size_t size) {
-    void* const memory = std::malloc(size);
-    if (memory == nullptr) return nullptr;
+inline void count(void* memory) {
     ++heap.allocations;
     const long now = heap.liveBytes += static_cast<long>(malloc_usable_size(memory));
     if (now > heap.peakBytes) heap.peakBytes = now;
+}
+
+inline void* take(std::size_t size) {
+    void* const memory = std::malloc(size);
+    if (memory != nullptr) count(memory);
+    return memory;
+}
+
+inline void* takeAligned(std::size_t size, std::align_val_t alignment) {
+    const auto unit = static_cast<std::size_t>(alignment);
+    void* const memory = std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
+    if (memory != nullptr) count(memory);
     return memory;
 }
 
@@ -58,5 +68,16 @@ inline const bool kBulletIsCounted = [] {
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept { ond::bench::detail::giveBack(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    ond::bench::detail::giveBack(memory);
+}
+// For types with wide alignment, and for memory that begins on a page.
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
+    if (void* memory = ond::bench::detail::takeAligned(size, alignment)) return memory;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+    ond::bench::detail::giveBack(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
     ond::bench::detail::giveBack(memory);
 }

@@ -79,6 +79,17 @@ TEST(LoadedHistories, NeedTheRoomThatTheyAreSaidToNeed) {
     EXPECT_GT(room, util::ArrayRegion::kSmallestRegion);
 }
 
+TEST(LoadedHistories, ShortOnesGetNoRoomButTheirEighth) {
+    for (const std::size_t count : {0, 1, 7, 100, 1023}) {
+        Car car;
+        putRig(car.host);
+        ASSERT_EQ(load(car, savedWith(count)), 0u);
+        forEachHistory(*car, [&](const std::string& name, auto& variable) {
+            EXPECT_EQ(variable.keys.capacity(), count + count / 8) << name;
+        });
+    }
+}
+
 TEST(LoadedHistories, OfABlockWithoutAnyNeedNoRoom) {
     const Bytes block = savedWith(0);
     Car car;
@@ -109,7 +120,7 @@ TEST(LoadedHistories, SaveAgainToTheSameBytes) {
 }
 
 TEST(LoadedHistories, HaveRoomForAnEighthMoreAndThenMoveOneByOne) {
-    for (const std::size_t count : {std::size_t{800}, kMany}) {
+    for (const std::size_t count : {std::size_t{1024}, kMany}) {
         Car car;
         putRig(car.host);
         ASSERT_EQ(load(car, savedWith(count)), 0u);

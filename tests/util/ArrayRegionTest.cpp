@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "util/HeapUse.h"
-#include "util/Resident.h"
+#include "util/PageState.h"
 
 namespace {
 
@@ -75,6 +75,46 @@ TEST(ArrayRegion, HoldsExactlyTheRoomThatItWasMadeFor) {
     const Array second = arrayOf(kHalf, 2);
     EXPECT_TRUE(isNext(first, second));
 }
+
+TEST(ArrayRegion, IsFilledToItsLastByteAndNotBeyond) {
+    constexpr std::size_t kHead = 32;  // of the region, ahead of the first array
+    constexpr std::size_t kSize = util::wholeLargePages(kWhole);
+    for (const std::size_t more : {0, 16}) {
+        const ArrayRegion region(kSize - kHead);
+        const Array first = arrayOf(kSmall, 1);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first.data()) % util::kLargePage, kHead + 16) << "on a large page";
+        Array second;
+        second.reserve((kSize - kHead - ArrayRegion::roomOf(kSmall) - 16 + more) / sizeof(std::uint64_t));
+        EXPECT_EQ(isNext(first, second), more == 0);
+    }
+}
+
+TEST(ArrayRegion, AsksForLargePages) {
+    const ArrayRegion region(kWhole);
+    const Array array = arrayOf(util::kLargePage, 1);
+    const test::Wish wish = test::wishAt(array.data());
+    EXPECT_NE(wish, test::Wish::none);
+}
+
+#ifndef HEAP_TELLS_NOTHING
+TEST(ArrayRegion, LeavesNothingBehind) {
+    const double before = test::heapInUse();
+    {
+        Array kept;
+        {
+            const ArrayRegion region(kWhole);
+            const Array first = arrayOf(100000, 1);
+            kept = arrayOf(100000, 2);
+            const Array tooLarge = arrayOf(kWhole + util::kLargePage, 3);
+            EXPECT_GT(test::heapInUse(), before + 2.0 * kWhole);
+        }
+        EXPECT_GT(test::heapInUse(), before + kWhole) << "as long as one array is there";
+    }
+    EXPECT_LT(test::heapInUse(), before + 1000.0);
+    { const ArrayRegion unused(kWhole); }
+    EXPECT_LT(test::heapInUse(), before + 1000.0);
+}
+#endif
 
 TEST(ArrayRegion, LeavesWhatDoesNotFitToMemoryOfItsOwn) {
     const ArrayRegion region(kWhole);

@@ -1,12 +1,13 @@
 #include "ond/util/Pages.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
 #include <new>
 
-#include "util/Resident.h"
+#include "util/PageState.h"
 
 namespace {
 
@@ -16,8 +17,8 @@ using namespace ond::util;
 /// Pages of their own, filled.
 class Pages : public testing::Test {
   protected:
-    static constexpr std::size_t kPage = 4096;
-    static constexpr std::size_t kSize = 16 * kPage;
+    const std::size_t kPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t kSize = 16 * kPage;
 
     Pages() { std::memset(memory, 7, kSize); }
     ~Pages() override { ::operator delete (memory, std::align_val_t{kPage}); }
@@ -52,11 +53,29 @@ TEST_F(Pages, GivingBackTakesWholePagesOnly) {
     EXPECT_EQ(memory[3 * kPage], 5) << "can be written again";
 }
 
+TEST_F(Pages, GivingBackTakesASinglePageThatIsWhole) {
+    giveBackPages(memory + kPage, kPage);
+    EXPECT_EQ(test::residencyOf(memory + kPage, kPage).backed, 0u);
+    EXPECT_EQ(test::residencyOf(memory, kPage).backed, 1u);
+    EXPECT_EQ(test::residencyOf(memory + 2 * kPage, kPage).backed, 1u);
+}
+
+TEST_F(Pages, PreferringLargeOnesIsKnownToTheSystem) {
+    const std::size_t size = 4 * kLargePage;
+    void* const large = ::operator new (size, std::align_val_t{kLargePage});
+    preferLargePages(large, size);
+    const test::Wish wish = test::wishAt(static_cast<unsigned char*>(large) + kLargePage);
+    EXPECT_NE(wish, test::Wish::none);
+    ::operator delete (large, std::align_val_t{kLargePage});
+}
+
 TEST_F(Pages, GivingBackPartsOfPagesChangesNothing) {
     giveBackPages(memory, 0);
     giveBackPages(memory, kPage - 1);
     giveBackPages(memory + 1, kPage);
     giveBackPages(memory + 1, 2 * kPage - 2);
+    giveBackPages(memory + 1, 100);
+    giveBackPages(memory + kPage - 1, kPage);
     for (std::size_t i = 0; i < kSize; ++i) ASSERT_EQ(memory[i], 7) << i;
 }
 

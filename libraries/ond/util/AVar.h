@@ -110,7 +110,7 @@ struct AVarValueBytes<QTransform<double>> {
 ///
 /// Lookup allocates nothing and costs logarithmic time. Setting keys at growing times costs constant time each.
 /// Variables are plain members of whoever owns them: this base has no public destructor. Copies take all keys and the
-/// fallback. No locks: one thread at a time.
+/// fallback. No locks: used by one thread, the host's.
 template <typename T>
 class AVar {
   public:
@@ -119,7 +119,7 @@ class AVar {
     /// Bytes of one saved key: the time as a double and the value right behind it.
     static constexpr std::size_t kKeySize = 8 + detail::AVarValueBytes<T>::size;
 
-    /// Those of many variables that are read while there is an ArrayRegion share its memory.
+    /// An array as any other, whose memory is a part of an ArrayRegion if the keys were read while there was one.
     using Keys = std::vector<AVarKey<T>, RegionAllocator<AVarKey<T>>>;
 
     /// Sorted by time, no time twice: setKey() and insertKey() see to it. Meant for reading and for making room; who
@@ -154,7 +154,7 @@ class AVar {
     /// - more keys announced than the bytes can hold, and more than 65,536: nothing changes, nothing is allocated;
     /// - else more keys announced than the bytes can hold, or a wrong size of the keys: that many keys of time -1.
     /// The keys' times are not looked at: unsorted ones stay unsorted.
-    /// @param spare so many keys more can then be set without new memory
+    /// @param spare where new memory is needed, it has room for so many keys more
     void read(const void* buffer, std::size_t size, std::size_t spare = 0);
 
     /// What the variable is at `t`: the value of a key there, else what the rule makes of the keys around. Outside the
@@ -482,7 +482,7 @@ void AVar<T>::read(const void* buffer, std::size_t size, std::size_t spare) {
     }
     from += kHeaderSize;
     // Made from the bytes, and not made first and filled then: a long history costs little more than its memory.
-    keys.reserve(count + spare);
+    if (keys.capacity() < count) keys.reserve(count + spare);
     keys.assign(detail::SavedKeys<T>{from}, detail::SavedKeys<T>{from + count * kKeySize});
 }
 

@@ -2,7 +2,33 @@
 
 #include <utility>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define CHECKS_ADDRESSES
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CHECKS_ADDRESSES
+#endif
+#endif
+#ifdef CHECKS_ADDRESSES
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace ond::util {
+
+namespace {
+
+/// For the address sanitizer: whether anybody may touch the memory.
+void setUsable([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes, [[maybe_unused]] bool isUsable) {
+#ifdef CHECKS_ADDRESSES
+    if (isUsable) {
+        __asan_unpoison_memory_region(memory, bytes);
+    } else {
+        __asan_poison_memory_region(memory, bytes);
+    }
+#endif
+}
+
+}  // namespace
 
 /// At the beginning of its own memory.
 struct alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) ArrayRegion::Region {
@@ -20,6 +46,7 @@ ArrayRegion::ArrayRegion(std::size_t room) noexcept : m_previous(std::exchange(s
     if (memory == nullptr) return;
     preferLargePages(memory, size);
     s_current = ::new (memory) Region{size, sizeof(Region), 1};
+    setUsable(s_current + 1, size - sizeof(Region), false);
 }
 
 ArrayRegion::~ArrayRegion() {
@@ -43,17 +70,22 @@ void* ArrayRegion::allocate(std::size_t bytes) {
     } else {
         begin = static_cast<unsigned char*>(::operator new(room));
     }
+    setUsable(begin, kHead + bytes, true);
     ::new (static_cast<void*>(begin)) Region*(region);
+    // Nobody but release() may.
+    setUsable(begin, kHead, false);
     return begin + kHead;
 }
 
 void ArrayRegion::release(void* memory, std::size_t bytes) noexcept {
     unsigned char* const begin = static_cast<unsigned char*>(memory) - kHead;
+    setUsable(begin, kHead, true);
     Region* const region = *reinterpret_cast<Region**>(begin);
     if (region == nullptr) {
         ::operator delete(begin, roomOf(bytes));
         return;
     }
+    setUsable(begin, roomOf(bytes), false);
     if (region->owners > 1) giveBackPages(begin, roomOf(bytes));
     leave(region);
 }

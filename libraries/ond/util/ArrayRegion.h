@@ -1,5 +1,5 @@
 // One piece of memory for arrays that are made together and mostly go together, such as the histories of a vehicle that
-// is loaded. It comes from the system in large pages, where arrays of a megabyte each get hundreds of small ones.
+// is loaded. It asks the system for large pages, where arrays of a megabyte each get hundreds of small ones.
 #pragma once
 
 #include <cstddef>
@@ -10,9 +10,12 @@
 
 namespace ond::util {
 
+template <typename T>
+struct RegionAllocator;
+
 /// While an object of this class lives, arrays that are made take their memory from one region. They may outlive it,
-/// and go in any order: the pages that one leaves go back to the system at once, and the last array takes the rest
-/// along.
+/// and go in any order: whole pages that one leaves go back to the system at once, a part of a large one when the last
+/// array takes the rest along.
 ///
 /// An array that grows later does so into memory of its own. Objects of this class end in the opposite order of their
 /// beginning; only the last one counts. Used by one thread, the host's.
@@ -35,18 +38,19 @@ class ArrayRegion {
     ArrayRegion& operator=(const ArrayRegion&) = delete;
     ~ArrayRegion();
 
-    /// Memory for kSmallest bytes or more until release(), aligned as that of the operator `new`. Throws
-    /// std::bad_alloc.
-    [[nodiscard]] static void* allocate(std::size_t bytes);
-    /// @param memory,bytes as allocate() had them
-    static void release(void* memory, std::size_t bytes) noexcept;
-
   private:
+    template <typename T>
+    friend struct RegionAllocator;
     struct Region;
 
     /// Ahead of each array stands which region it is from; nothing if it has memory of its own.
     static constexpr std::size_t kHead = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
+    /// Memory for kSmallest bytes or more until release(), aligned as that of the operator `new`. Throws
+    /// std::bad_alloc.
+    [[nodiscard]] static void* allocate(std::size_t bytes);
+    /// @param memory,bytes as allocate() had them
+    static void release(void* memory, std::size_t bytes) noexcept;
     static void leave(Region* region) noexcept;
 
     static Region* s_current;

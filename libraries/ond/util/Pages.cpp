@@ -2,6 +2,7 @@
 
 #if defined(__linux__)
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 #endif
@@ -14,10 +15,11 @@ namespace {
 
 /// Advises the system on whole pages: what shares one with others is left out. A refusal changes nothing.
 void advise(void* memory, std::size_t size, int advice) noexcept {
-    constexpr std::uintptr_t kPage = 4096;
-    const std::uintptr_t gap = (kPage - reinterpret_cast<std::uintptr_t>(memory) % kPage) % kPage;
-    if (size < gap + kPage) return;
-    static_cast<void>(madvise(static_cast<unsigned char*>(memory) + gap, (size - gap) / kPage * kPage, advice));
+    // The system would round a size up that is not one of whole pages.
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const std::uintptr_t gap = (page - reinterpret_cast<std::uintptr_t>(memory) % page) % page;
+    if (size < gap + page) return;
+    static_cast<void>(madvise(static_cast<unsigned char*>(memory) + gap, (size - gap) / page * page, advice));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
+#include <limits>
 #include <new>
 #include <utility>
 #include <vector>
@@ -15,26 +15,29 @@ namespace detail {
 
 /// Leaves new bytes as they are instead of filling them with zeros.
 template <typename T>
-struct RawAllocator : std::allocator<T> {
-    template <typename U>
-    struct rebind {
-        using other = RawAllocator<U>;
-    };
+struct RawAllocator {
+    using value_type = T;
+    static_assert(sizeof(T) == 1);
+
     RawAllocator() = default;
     template <typename U>
     explicit RawAllocator(const RawAllocator<U>& /*other*/) {}
 
     T* allocate(std::size_t count) {
-        if (!isLarge(count)) return std::allocator<T>::allocate(count);
+        if (count < kOwnMapping) return static_cast<T*>(::operator new(count));
+        if (count > std::numeric_limits<std::size_t>::max() / 2) throw std::bad_alloc();
         // On large pages from end to end: a part of one would be small pages, hundreds of them.
-        const std::size_t bytes = wholeLargePages(count * sizeof(T));
+        const std::size_t bytes = wholeLargePages(count);
         void* const memory = ::operator new (bytes, std::align_val_t{kLargePage});
         preferLargePages(memory, bytes);
         return static_cast<T*>(memory);
     }
     void deallocate(T* memory, std::size_t count) noexcept {
-        if (!isLarge(count)) return std::allocator<T>::deallocate(memory, count);
-        ::operator delete (memory, wholeLargePages(count * sizeof(T)), std::align_val_t{kLargePage});
+        if (count < kOwnMapping) {
+            ::operator delete(memory, count);
+        } else {
+            ::operator delete (memory, wholeLargePages(count), std::align_val_t{kLargePage});
+        }
     }
     template <typename U>
     void construct(U* at) noexcept {
@@ -45,8 +48,10 @@ struct RawAllocator : std::allocator<T> {
         ::new (static_cast<void*>(at)) U(std::forward<Arguments>(arguments)...);
     }
 
-  private:
-    static bool isLarge(std::size_t count) { return count * sizeof(T) >= kOwnMapping; }
+    template <typename U>
+    friend bool operator==(const RawAllocator&, const RawAllocator<U>&) {
+        return true;
+    }
 };
 
 }  // namespace detail

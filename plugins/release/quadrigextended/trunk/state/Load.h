@@ -35,7 +35,7 @@ struct Load {
 [[nodiscard]] bool readValue(const SavedChunk* chunk, util::Matrix4& to);
 
 template <class T>
-[[nodiscard]] bool readHistory(const SavedChunk* chunk, util::AVar<T>& to, std::size_t place = 0) {
+[[nodiscard]] bool readHistory(const SavedChunk* chunk, util::AVar<T>& to, std::size_t place) {
     if (chunk == nullptr || chunk->size < util::AVar<T>::kHeaderSize) return false;
     // A header that contradicts itself claims no size: the variable deals with it.
     const std::optional<std::size_t> claimed = ownSizeOfHistory(chunk->data, chunk->size, util::AVar<T>::kKeySize);

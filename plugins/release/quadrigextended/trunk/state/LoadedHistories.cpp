@@ -1,5 +1,6 @@
 #include "state/LoadedHistories.h"
 
+#include "CCarCamObject.h"
 #include "ond/util/ArrayRegion.h"
 #include "state/Load.h"
 #include "state/SavedKeys.h"

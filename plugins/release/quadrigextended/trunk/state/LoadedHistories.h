@@ -2,30 +2,39 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
-#include "CCarCamObject.h"
+#include "ond/util/AVar.h"
+#include "state/BlockEvidence.h"
 #include "state/SavedTree.h"
 
 namespace ond::ovs::addon {
 
-/// How many keys of such a history can be in a chunk, by its size.
+class CCarCamObject;
+
+/// How many keys of such a history a chunk holds; 0 if its header contradicts itself or the chunk's size.
 template <class T>
 [[nodiscard]] std::size_t savedKeys(const SavedChunk& chunk) {
-    constexpr std::size_t kHeader = util::AVar<T>::kHeaderSize;
-    return chunk.size < kHeader ? 0 : (chunk.size - kHeader) / util::AVar<T>::kKeySize;
+    const std::optional<std::size_t> size = ownSizeOfHistory(chunk.data, chunk.size, util::AVar<T>::kKeySize);
+    if (!size || *size > chunk.size) return 0;
+    return (*size - util::AVar<T>::kHeaderSize) / util::AVar<T>::kKeySize;
 }
 
-/// For how many keys more there is to be room in a loaded history: as much as an eighth of it lasts, so that no take
-/// that goes on begins with moving all histories. They get a key each in every frame; `place`, another one for each,
-/// lets the room of each end in another frame, since moving one takes little, but all of them a good part of a frame.
-[[nodiscard]] constexpr std::size_t spareKeys(std::size_t count, std::size_t place) { return count / 8 + place; }
+/// For how many keys more there is to be room in a loaded history: an eighth of what it has, so that no take that goes
+/// on begins with moving all histories. Most get a key in every frame. Those of long ones have different rooms, by
+/// their place, and so end in frames of their own: moving one takes little, but all of them a good part of a frame.
+[[nodiscard]] constexpr std::size_t spareKeys(std::size_t count, std::size_t place) {
+    constexpr std::size_t kLong = 1024;
+    return count / 8 + (count < kLong ? 0 : place);
+}
 
 /// Places of the histories that have a key of their own in the block, and of those of corners.
 [[nodiscard]] std::size_t placeOfHistory(std::string_view key);
 [[nodiscard]] std::size_t placeOfHistory(int corner, std::size_t index);
 
-/// What ArrayRegion needs to hold the histories of that block, spare keys included.
+/// What ArrayRegion needs to hold the histories of a block of the current form, spare keys included. Of older forms
+/// some do not fit in.
 [[nodiscard]] std::size_t roomForHistories(CCarCamObject& vehicle, const SavedTree& tree);
 
 }  // namespace ond::ovs::addon

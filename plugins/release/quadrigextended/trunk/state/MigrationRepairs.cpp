@@ -47,7 +47,8 @@ bool rescaleTurnBase(const Load& load) {
 
 bool readSkidBrake(const Load& load) {
     // Where a block has both spellings, the old one wins.
-    return readHistory(load.tree.find(kOldSkidBrakeKey), load.vehicle.ancCarCampcInput_SKID_BRAKE) ||
+    return readHistory(load.tree.find(kOldSkidBrakeKey), load.vehicle.ancCarCampcInput_SKID_BRAKE,
+                       placeOfHistory(kOldSkidBrakeKey)) ||
            load.read("ancCarCampcInput_SKID_BRAKE");
 }
 
@@ -106,13 +107,14 @@ bool readWheelStore(const Load& load) {
 }
 
 bool takeDisableFeaturesFromSkidBreaking(const Load& load) {
-    return readHistory(load.tree.find("ancCarCambSkidBreakingOn"),
-                       load.vehicle.ancCarCambSkidBreakingOnDisableFeatures);
+    return readHistory(load.tree.find("ancCarCambSkidBreakingOn"), load.vehicle.ancCarCambSkidBreakingOnDisableFeatures,
+                       placeOfHistory("ancCarCambSkidBreakingOnDisableFeatures"));
 }
 
 bool takeFirstTimeFromSkidBreaking(const Load& load) {
     auto& firstTime = load.vehicle.ancCarCambSkidFirstTime;
-    if (!readHistory(load.tree.find("ancCarCambSkidBreakingOn"), firstTime)) return false;
+    if (!readHistory(load.tree.find("ancCarCambSkidBreakingOn"), firstTime, placeOfHistory("ancCarCambSkidFirstTime")))
+        return false;
     // A car that is not braking is ready for the next brake.
     for (int i = 0; i < firstTime.getNumKeys(); ++i) {
         const double time = firstTime.getKeyTime(i);

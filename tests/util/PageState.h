@@ -1,4 +1,4 @@
-// Which pages of a range the system keeps memory for.
+// What the system says of pages: which it keeps memory for, and whether it was asked for large ones.
 #pragma once
 
 #include <sys/mman.h>
@@ -6,6 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <string>
 #include <vector>
 
 namespace ond::test {
@@ -26,6 +29,28 @@ struct Residency {
     Residency result{0, states.size()};
     for (const unsigned char state : states) result.backed += state & 1u;
     return result;
+}
+
+enum class Wish {
+    unknown,  ///< the system has no large pages, or does not tell
+    none,
+    large,
+};
+
+/// What was wished for at an address.
+[[nodiscard]] inline Wish wishAt(const void* memory) {
+    if (!std::ifstream("/sys/kernel/mm/transparent_hugepage/enabled")) return Wish::unknown;
+    std::ifstream maps("/proc/self/smaps");
+    const auto at = reinterpret_cast<std::uintptr_t>(memory);
+    bool isInside = false;
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        if (std::sscanf(line.c_str(), "%zx-%zx ", &begin, &end) == 2) isInside = begin <= at && at < end;
+        if (isInside && line.rfind("VmFlags:", 0) == 0)
+            return line.find(" hg") != std::string::npos ? Wish::large : Wish::none;
+    }
+    return Wish::unknown;
 }
 
 }  // namespace ond::test
