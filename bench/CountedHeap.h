@@ -75,6 +75,10 @@ inline const bool kBulletIsCounted = [] {
     if (void* memory = ond::bench::detail::takeAligned(size, alignment)) return memory;
     throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment,
+                                     const std::nothrow_t& /*tag*/) noexcept {
+    return ond::bench::detail::takeAligned(size, alignment);
+}
 [[gnu::noinline]] void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
     ond::bench::detail::giveBack(memory);
 }

@@ -34,12 +34,14 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new(std::size_t size, std::align_val_t alignment) {
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     const auto unit = static_cast<std::size_t>(alignment);
     if (memoryIsOut) ++refusals;
-    void* const memory = memoryIsOut ? nullptr : std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
+    return memoryIsOut ? nullptr : std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    if (void* memory = ::operator new(size, alignment, std::nothrow)) return memory;
+    throw std::bad_alloc();
 }
 // Not inlined: next to a `new` of the same function, free() looks like the wrong partner to the compiler.
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }

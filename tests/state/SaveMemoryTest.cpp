@@ -17,7 +17,7 @@ using namespace ond;
 using namespace ond::test;
 using namespace ond::ovs::addon;
 
-void record(Car& car, std::size_t keys) {
+void recordKeys(Car& car, std::size_t keys) {
     forEachHistory(*car, [keys](const std::string&, auto& variable) {
         variable.keys.resize(keys);
         double time = 0.0;
@@ -27,7 +27,7 @@ void record(Car& car, std::size_t keys) {
 
 TEST(SaveMemory, OfALongRecordingIsTheBlockAndLittleMore) {
     Car car;
-    record(car, 10000);
+    recordKeys(car, 10000);
     car.host.keepsBlock = false;  // the host's copy is the host's affair
 
     const std::size_t before = CountedMemory::now();
@@ -44,7 +44,7 @@ TEST(SaveMemory, OfALongRecordingIsTheBlockAndLittleMore) {
 // Its block fills large pages to the end.
 TEST(SaveMemory, OfAnHourIsTheBlockInWholeLargePages) {
     Car car;
-    record(car, 40000);
+    recordKeys(car, 40000);
     car.host.keepsBlock = false;
     const std::size_t before = CountedMemory::now();
     const std::size_t peak = CountedMemory::peakOf([&] { car->saveState(); });
@@ -58,7 +58,7 @@ TEST(SaveMemory, OfAnHourIsTheBlockInWholeLargePages) {
 TEST(LoadMemory, OfALongRecordingIsItsHistoriesWithRoomToGoOn) {
     for (const std::size_t keys : {std::size_t{10000}, std::size_t{40000}}) {
         Car saved;
-        record(saved, keys);
+        recordKeys(saved, keys);
         saved->saveState();
         std::size_t bytes = 0;
         forEachHistory(*saved, [&](const std::string&, auto& variable) { bytes += keys * sizeof variable.keys[0]; });
@@ -76,7 +76,7 @@ TEST(LoadMemory, OfALongRecordingIsItsHistoriesWithRoomToGoOn) {
 
 TEST(LoadMemory, OfABlockThatOnlyClaimsToBeLongIsLittle) {
     Car saved;
-    record(saved, 40000);
+    recordKeys(saved, 40000);
     saved->saveState();
     // No keys, say all headers.
     const SavedTree tree(saved.host.block.data(), saved.host.block.size());

@@ -20,8 +20,8 @@ using util::ArrayRegion;
 
 using Array = std::vector<std::uint64_t, util::RegionAllocator<std::uint64_t>>;
 
-constexpr std::size_t kSmall = ArrayRegion::kSmallest;
-constexpr std::size_t kWhole = ArrayRegion::kSmallestRegion;
+constexpr std::size_t kSmallestArray = ArrayRegion::kSmallest;
+constexpr std::size_t kSmallestRegion = ArrayRegion::kSmallestRegion;
 
 std::size_t bytesOf(const Array& array) { return array.capacity() * sizeof(std::uint64_t); }
 
@@ -44,17 +44,17 @@ bool isNext(const Array& first, const Array& second) {
 
 TEST(ArrayRegion, HasNoRoomForSmallArrays) {
     EXPECT_EQ(ArrayRegion::roomOf(0), 0u);
-    EXPECT_EQ(ArrayRegion::roomOf(kSmall - 1), 0u);
-    EXPECT_EQ(ArrayRegion::roomOf(kSmall), kSmall + 16);
-    EXPECT_EQ(ArrayRegion::roomOf(kSmall + 1), kSmall + 32);
+    EXPECT_EQ(ArrayRegion::roomOf(kSmallestArray - 1), 0u);
+    EXPECT_EQ(ArrayRegion::roomOf(kSmallestArray), kSmallestArray + 16);
+    EXPECT_EQ(ArrayRegion::roomOf(kSmallestArray + 1), kSmallestArray + 32);
 }
 
 TEST(ArrayRegion, PutsArraysSideBySide) {
-    const ArrayRegion region(kWhole);
+    const ArrayRegion region(kSmallestRegion);
     const Array first = arrayOf(100000, 1);
-    const Array small = arrayOf(kSmall - 8, 2);
-    const Array second = arrayOf(kSmall, 3);
-    const Array third = arrayOf(kSmall + 8, 4);
+    const Array small = arrayOf(kSmallestArray - 8, 2);
+    const Array second = arrayOf(kSmallestArray, 3);
+    const Array third = arrayOf(kSmallestArray + 8, 4);
     const Array fourth = arrayOf(100000, 5);
     EXPECT_TRUE(isNext(first, second)) << "the small one has memory of its own";
     EXPECT_TRUE(isNext(second, third));
@@ -68,7 +68,7 @@ TEST(ArrayRegion, PutsArraysSideBySide) {
 TEST(ArrayRegion, HoldsExactlyTheRoomThatItWasMadeFor) {
     // Room that fills large pages to the end, so that nothing is left over unless the region's own head has a place,
     // too.
-    constexpr std::size_t kHalf = util::wholeLargePages(kWhole) / 2 - 16;
+    constexpr std::size_t kHalf = util::wholeLargePages(kSmallestRegion) / 2 - 16;
     ASSERT_EQ(2 * ArrayRegion::roomOf(kHalf) % util::kLargePage, 0u);
     const ArrayRegion region(2 * ArrayRegion::roomOf(kHalf));
     const Array first = arrayOf(kHalf, 1);
@@ -78,19 +78,19 @@ TEST(ArrayRegion, HoldsExactlyTheRoomThatItWasMadeFor) {
 
 TEST(ArrayRegion, IsFilledToItsLastByteAndNotBeyond) {
     constexpr std::size_t kHead = 32;  // of the region, ahead of the first array
-    constexpr std::size_t kSize = util::wholeLargePages(kWhole);
+    constexpr std::size_t kSize = util::wholeLargePages(kSmallestRegion);
     for (const std::size_t more : {0, 16}) {
         const ArrayRegion region(kSize - kHead);
-        const Array first = arrayOf(kSmall, 1);
+        const Array first = arrayOf(kSmallestArray, 1);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first.data()) % util::kLargePage, kHead + 16) << "on a large page";
         Array second;
-        second.reserve((kSize - kHead - ArrayRegion::roomOf(kSmall) - 16 + more) / sizeof(std::uint64_t));
+        second.reserve((kSize - kHead - ArrayRegion::roomOf(kSmallestArray) - 16 + more) / sizeof(std::uint64_t));
         EXPECT_EQ(isNext(first, second), more == 0);
     }
 }
 
 TEST(ArrayRegion, AsksForLargePages) {
-    const ArrayRegion region(kWhole);
+    const ArrayRegion region(kSmallestRegion);
     const Array array = arrayOf(util::kLargePage, 1);
     const test::Wish wish = test::wishAt(array.data());
     EXPECT_NE(wish, test::Wish::none);
@@ -102,25 +102,25 @@ TEST(ArrayRegion, LeavesNothingBehind) {
     {
         Array kept;
         {
-            const ArrayRegion region(kWhole);
+            const ArrayRegion region(kSmallestRegion);
             const Array first = arrayOf(100000, 1);
             kept = arrayOf(100000, 2);
-            const Array tooLarge = arrayOf(kWhole + util::kLargePage, 3);
-            EXPECT_GT(test::heapInUse(), before + 2.0 * kWhole);
+            const Array tooLarge = arrayOf(kSmallestRegion + util::kLargePage, 3);
+            EXPECT_GT(test::heapInUse(), before + 2.0 * kSmallestRegion);
         }
-        EXPECT_GT(test::heapInUse(), before + kWhole) << "as long as one array is there";
+        EXPECT_GT(test::heapInUse(), before + kSmallestRegion) << "as long as one array is there";
     }
     EXPECT_LT(test::heapInUse(), before + 1000.0);
-    { const ArrayRegion unused(kWhole); }
+    { const ArrayRegion unused(kSmallestRegion); }
     EXPECT_LT(test::heapInUse(), before + 1000.0);
 }
 #endif
 
 TEST(ArrayRegion, LeavesWhatDoesNotFitToMemoryOfItsOwn) {
-    const ArrayRegion region(kWhole);
-    const Array first = arrayOf(kWhole - 100000, 1);
+    const ArrayRegion region(kSmallestRegion);
+    const Array first = arrayOf(kSmallestRegion - 100000, 1);
     const Array tooLarge = arrayOf(util::kLargePage + 200000, 2);
-    const Array second = arrayOf(kSmall, 3);
+    const Array second = arrayOf(kSmallestArray, 3);
     EXPECT_FALSE(isNext(first, tooLarge));
     EXPECT_TRUE(isNext(first, second)) << "what is left is still used";
     EXPECT_TRUE(holdsFrom(first, 1) && holdsFrom(tooLarge, 2) && holdsFrom(second, 3));
@@ -128,30 +128,30 @@ TEST(ArrayRegion, LeavesWhatDoesNotFitToMemoryOfItsOwn) {
 
 // The address sanitizer ends a program that asks for more than there can be.
 #ifdef HEAP_TELLS_NOTHING
-constexpr std::size_t kNotThere[] = {0, kWhole - 1, SIZE_MAX / 2 + 1, SIZE_MAX};
+constexpr std::size_t kNotThere[] = {0, kSmallestRegion - 1, SIZE_MAX / 2 + 1, SIZE_MAX};
 #else
-constexpr std::size_t kNotThere[] = {0, kWhole - 1, SIZE_MAX / 4, SIZE_MAX / 2 + 1, SIZE_MAX};
+constexpr std::size_t kNotThere[] = {0, kSmallestRegion - 1, SIZE_MAX / 4, SIZE_MAX / 2 + 1, SIZE_MAX};
 #endif
 
 TEST(ArrayRegion, IsNotThereForLittleRoomOrMoreThanTheSystemHas) {
     for (const std::size_t room : kNotThere) {
         const ArrayRegion region(room);
         // Of three in a row, memory of their own cannot lie as in a region: each has a header of the heap's ahead.
-        const Array first = arrayOf(kSmall, 1);
-        const Array second = arrayOf(kSmall, 2);
-        const Array third = arrayOf(kSmall, 3);
+        const Array first = arrayOf(kSmallestArray, 1);
+        const Array second = arrayOf(kSmallestArray, 2);
+        const Array third = arrayOf(kSmallestArray, 3);
         EXPECT_FALSE(isNext(first, second) && isNext(second, third)) << room;
         EXPECT_TRUE(holdsFrom(first, 1) && holdsFrom(second, 2) && holdsFrom(third, 3));
     }
 }
 
 TEST(ArrayRegion, EndsWithTheScopeForNewArraysAndLivesOnForOld) {
-    auto region = std::make_unique<ArrayRegion>(kWhole);
-    Array first = arrayOf(kSmall, 1);
-    Array second = arrayOf(kSmall, 2);
+    auto region = std::make_unique<ArrayRegion>(kSmallestRegion);
+    Array first = arrayOf(kSmallestArray, 1);
+    Array second = arrayOf(kSmallestArray, 2);
     ASSERT_TRUE(isNext(first, second));
     region.reset();
-    const Array third = arrayOf(kSmall, 3);
+    const Array third = arrayOf(kSmallestArray, 3);
     EXPECT_FALSE(isNext(second, third));
     EXPECT_TRUE(holdsFrom(first, 1) && holdsFrom(second, 2));
     // Grows into memory of its own and leaves the other as it is.
@@ -162,26 +162,26 @@ TEST(ArrayRegion, EndsWithTheScopeForNewArraysAndLivesOnForOld) {
 }
 
 TEST(ArrayRegion, OnlyTheLastOneCounts) {
-    const ArrayRegion outer(kWhole);
-    const Array first = arrayOf(kSmall, 1);
+    const ArrayRegion outer(kSmallestRegion);
+    const Array first = arrayOf(kSmallestArray, 1);
     {
-        const ArrayRegion inner(kWhole);
-        const Array other = arrayOf(kSmall, 2);
+        const ArrayRegion inner(kSmallestRegion);
+        const Array other = arrayOf(kSmallestArray, 2);
         EXPECT_FALSE(isNext(first, other));
-        const Array another = arrayOf(kSmall, 3);
+        const Array another = arrayOf(kSmallestArray, 3);
         EXPECT_TRUE(isNext(other, another));
     }
     {
         const ArrayRegion none(0);
-        const Array other = arrayOf(kSmall, 4);
+        const Array other = arrayOf(kSmallestArray, 4);
         EXPECT_FALSE(isNext(first, other));
     }
-    const Array second = arrayOf(kSmall, 5);
+    const Array second = arrayOf(kSmallestArray, 5);
     EXPECT_TRUE(isNext(first, second));
 }
 
 TEST(ArrayRegion, GivesThePagesOfAnArrayBackAtOnce) {
-    const ArrayRegion region(kWhole);
+    const ArrayRegion region(kSmallestRegion);
     Array first = arrayOf(4 * util::kLargePage, 1);
     Array second = arrayOf(4 * util::kLargePage, 2);
     Array third = arrayOf(4 * util::kLargePage, 3);
@@ -196,14 +196,14 @@ TEST(ArrayRegion, GivesThePagesOfAnArrayBackAtOnce) {
 }
 
 TEST(ArrayRegion, RefusesSizesThatNoArrayHas) {
-    const ArrayRegion region(kWhole);
+    const ArrayRegion region(kSmallestRegion);
     util::RegionAllocator<std::uint64_t> allocator;
     EXPECT_THROW(static_cast<void>(allocator.allocate(SIZE_MAX / 8)), std::bad_array_new_length);
     EXPECT_THROW(static_cast<void>(allocator.allocate(SIZE_MAX / 8 + 1)), std::bad_array_new_length);
 #ifndef HEAP_TELLS_NOTHING
     EXPECT_THROW(static_cast<void>(allocator.allocate(SIZE_MAX / 32)), std::bad_alloc);
 #endif
-    const Array array = arrayOf(kSmall, 1);
+    const Array array = arrayOf(kSmallestArray, 1);
     EXPECT_TRUE(holdsFrom(array, 1)) << "and goes on";
 }
 
@@ -215,7 +215,8 @@ TEST(ArrayRegion, ArraysOutliveItInAnyOrder) {
         const auto makeSome = [&] {
             for (unsigned i = 0; i < 12; ++i) {
                 const std::uint64_t first = random();
-                const std::size_t bytes = random() % 4 == 0 ? random() % kSmall : random() % (kWhole / 8);
+                const std::size_t bytes =
+                    random() % 4 == 0 ? random() % kSmallestArray : random() % (kSmallestRegion / 8);
                 arrays.emplace_back(arrayOf(bytes, first), first);
             }
         };
@@ -232,7 +233,7 @@ TEST(ArrayRegion, ArraysOutliveItInAnyOrder) {
             }
         };
         for (int round = 0; round < 2; ++round) {
-            const ArrayRegion region(kWhole + random() % kWhole);
+            const ArrayRegion region(kSmallestRegion + random() % kSmallestRegion);
             makeSome();
             dropSome();
             makeSome();

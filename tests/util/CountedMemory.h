@@ -63,6 +63,13 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept { ond::test:
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return ond::test::CountedMemory::take(size, ond::test::CountedMemory::bytesOf(alignment));
 }
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*tag*/) noexcept {
+    try {
+        return ::operator new(size, alignment);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void operator delete(void* memory, std::align_val_t alignment) noexcept {
     ond::test::CountedMemory::giveBack(memory, ond::test::CountedMemory::bytesOf(alignment));
 }

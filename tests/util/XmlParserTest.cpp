@@ -381,11 +381,11 @@ TEST(XmlParser, AgreesWithThePlainReaderOnRandomDocuments) {
 
 // ---- hostile text ----
 
-constexpr std::size_t kDeeperThanAnyCallStack = 1000000;
+constexpr std::size_t kMoreTagsThanAnyCallStack = 1000000;
 
 TEST(XmlParser, DeeplyNestedTextIsReadAndWrittenInLinearTime) {
     const std::string text =
-        repeated("<a>", kDeeperThanAnyCallStack - 1) + "<a/>" + repeated("</a>", kDeeperThanAnyCallStack - 1);
+        repeated("<a>", kMoreTagsThanAnyCallStack - 1) + "<a/>" + repeated("</a>", kDeeperThanAnyCallStack - 1);
     Element e;
     ASSERT_EQ(e.parse(text), 0);
     EXPECT_TRUE(e.toString() == text);
@@ -393,7 +393,7 @@ TEST(XmlParser, DeeplyNestedTextIsReadAndWrittenInLinearTime) {
 
 TEST(XmlParser, DeeplyNestedUnclosedTextGivesThree) {
     Element e;
-    EXPECT_EQ(e.parse(repeated("<a>", kDeeperThanAnyCallStack)), 3);
+    EXPECT_EQ(e.parse(repeated("<a>", kMoreTagsThanAnyCallStack)), 3);
     EXPECT_EQ(e.text, "a");
     EXPECT_EQ(e.getNumChildren(), 0);
 }

@@ -55,7 +55,9 @@ ArrayRegion::~ArrayRegion() {
 }
 
 void ArrayRegion::leave(Region* region) noexcept {
-    if (--region->owners == 0) ::operator delete (region, region->size, std::align_val_t{kLargePage});
+    if (--region->owners != 0) return;
+    setUsable(region, region->size, true);
+    ::operator delete (region, std::align_val_t{kLargePage});
 }
 
 void* ArrayRegion::allocate(std::size_t bytes) {
@@ -82,7 +84,7 @@ void ArrayRegion::release(void* memory, std::size_t bytes) noexcept {
     setUsable(begin, kHead, true);
     Region* const region = *reinterpret_cast<Region**>(begin);
     if (region == nullptr) {
-        ::operator delete(begin, roomOf(bytes));
+        ::operator delete(begin);
         return;
     }
     setUsable(begin, roomOf(bytes), false);

@@ -75,7 +75,7 @@ struct RegionAllocator {
     void deallocate(T* memory, std::size_t count) noexcept {
         const std::size_t bytes = count * sizeof(T);
         if (bytes < ArrayRegion::kSmallest) {
-            ::operator delete(memory, bytes);
+            ::operator delete(memory);
         } else {
             ArrayRegion::release(memory, bytes);
         }

@@ -34,9 +34,9 @@ struct RawAllocator {
     }
     void deallocate(T* memory, std::size_t count) noexcept {
         if (count < kOwnMapping) {
-            ::operator delete(memory, count);
+            ::operator delete(memory);
         } else {
-            ::operator delete (memory, wholeLargePages(count), std::align_val_t{kLargePage});
+            ::operator delete (memory, std::align_val_t{kLargePage});
         }
     }
     template <typename U>
