@@ -385,7 +385,7 @@ constexpr std::size_t kMoreTagsThanAnyCallStack = 1000000;
 
 TEST(XmlParser, DeeplyNestedTextIsReadAndWrittenInLinearTime) {
     const std::string text =
-        repeated("<a>", kMoreTagsThanAnyCallStack - 1) + "<a/>" + repeated("</a>", kDeeperThanAnyCallStack - 1);
+        repeated("<a>", kMoreTagsThanAnyCallStack - 1) + "<a/>" + repeated("</a>", kMoreTagsThanAnyCallStack - 1);
     Element e;
     ASSERT_EQ(e.parse(text), 0);
     EXPECT_TRUE(e.toString() == text);
