@@ -1,9 +1,9 @@
 // Saving and loading a recording of most of an hour, driven on the plane with every device in use.
 //
 // The yardstick takes memory for the block and copies it there, and that twice. Both sides get their memory from the
-// system, page by page: a program that saves or loads has none of that size lying about. Rows that came before may have
-// left some, which is given back ahead of each work. The host keeps nothing while
-// it is saved; what it would keep is its own affair.
+// system: a program that saves or loads has none of that size lying about. Rows that came before may have left some,
+// whose pages are given back ahead of each work; the wish for large ones stays with its addresses, to the good of the
+// yardstick. The host keeps nothing while it is saved; what it would keep is its own affair.
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,9 @@
 // How much memory a save needs beside the vehicle, and a load for it. Counts every allocation of the program.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <variant>
+
 #include "ond/util/LittleEndian.h"
 #include "ond/util/Pages.h"
 #include "state/BlockEditor.h"
@@ -54,7 +57,11 @@ TEST(SaveMemory, OfAnHourIsTheBlockInWholeLargePages) {
     EXPECT_EQ(CountedMemory::now(), before) << "nothing is kept";
 }
 
-// Each key in memory, an eighth more, and the rest of a large page.
+constexpr std::size_t kHistories = 59;
+constexpr std::size_t kMostAside = 256;  ///< keys that rooms differ by
+constexpr std::size_t kLargestKey = 64;  ///< bytes
+
+// Each key in memory, an eighth more, what rooms differ by, and the rest of a large page.
 TEST(LoadMemory, OfALongRecordingIsItsHistoriesWithRoomToGoOn) {
     for (const std::size_t keys : {std::size_t{10000}, std::size_t{40000}}) {
         Car saved;
@@ -67,7 +74,7 @@ TEST(LoadMemory, OfALongRecordingIsItsHistoriesWithRoomToGoOn) {
         const std::size_t before = CountedMemory::now();
         const std::size_t peak = CountedMemory::peakOf([&] { ASSERT_EQ(load(car, saved.host.block), 0u); });
         const std::size_t block = saved.host.block.size();  // the host's copy
-        const std::size_t most = bytes + bytes / 8 + 59 * 128 * 64 + util::kLargePage + 65536;
+        const std::size_t most = bytes + bytes / 8 + kHistories * kMostAside * kLargestKey + util::kLargePage + 65536;
         EXPECT_GE(peak, bytes);
         EXPECT_LT(peak, block + most);
         EXPECT_LT(CountedMemory::now() - before, block + most);

@@ -15,7 +15,7 @@ namespace ond::test {
 
 /// How many whole pages among `size` bytes at `memory` are backed, and how many there are.
 struct Residency {
-    std::size_t backed = 0;
+    std::size_t backed = ~std::size_t{0};  ///< as here if the system does not tell
     std::size_t pages = 0;
 };
 
@@ -23,7 +23,7 @@ struct Residency {
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
     const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(memory) + page - 1) / page * page;
     const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(memory) + size) / page * page;
-    if (end <= begin) return {};
+    if (end <= begin) return {0, 0};
     std::vector<unsigned char> states((end - begin) / page);
     if (mincore(reinterpret_cast<void*>(begin), end - begin, states.data()) != 0) return {};
     Residency result{0, states.size()};

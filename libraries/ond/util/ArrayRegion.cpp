@@ -70,7 +70,7 @@ void* ArrayRegion::allocate(std::size_t bytes) {
         region->used += room;
         ++region->owners;
     } else {
-        begin = static_cast<unsigned char*>(::operator new(room));
+        begin = static_cast<unsigned char*>(::operator new(kHead + bytes));
     }
     setUsable(begin, kHead + bytes, true);
     ::new (static_cast<void*>(begin)) Region*(region);

@@ -8,8 +8,8 @@ namespace ond::util {
 /// Bytes of a large page.
 inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
-/// From so many bytes on an allocation is a mapping of its own, which its release undoes together with all wishes for
-/// its pages. Smaller ones leave theirs to whoever gets the memory next.
+/// From so many bytes on an allocation of the GNU C library is a mapping of its own, which its release undoes together
+/// with all wishes for its pages. Smaller ones, and those of other heaps, leave theirs to whoever gets the memory next.
 inline constexpr std::size_t kOwnMapping = std::size_t{33} << 20;
 
 /// `bytes` or the next number above that fills large pages.

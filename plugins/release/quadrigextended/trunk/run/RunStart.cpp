@@ -1,5 +1,6 @@
 #include "run/RunStart.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "CCarCamObject.h"
@@ -387,14 +388,20 @@ void Start::cutHistories() {
     });
 }
 
-/// A history that is full doubles its room, and all get their keys in the same frames. Beginning with rooms of
-/// different size they do so in frames of their own: together, after most of an hour, that takes as long as a frame may
-/// last. Two keys apart, since some have one already.
+/// A history that is full moves to twice its room (as vectors do here), and all get their keys in the same frames. With
+/// rooms of different size they move in frames of their own: together, after 44 minutes, that takes half of what a
+/// frame may last. The rooms are two keys apart, since some histories have one key more. Undone ones come back without
+/// room.
 void Start::makeRoom() {
-    std::size_t room = 128;
-    forEachVariable(v, [&room](const AnimatedRow&, auto& variable, const auto*) {
-        variable.keys.reserve(room);
-        room += 2;
+    if (!v.bSaveDynamicData && !v.bKeyframeOnlyEssential) return;
+    std::size_t aside = 0;
+    forEachVariable(v, [&aside](const AnimatedRow&, auto& variable, const auto*) {
+        constexpr std::size_t kLeast = 128;
+        auto& keys = variable.keys;
+        const std::size_t eighth = keys.size() / 8;
+        if (keys.capacity() < kLeast + aside || keys.capacity() - keys.size() < eighth)
+            keys.reserve(std::max(kLeast, keys.size() + eighth) + aside);
+        aside += 2;
     });
 }
 

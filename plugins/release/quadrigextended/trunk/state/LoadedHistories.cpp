@@ -1,5 +1,7 @@
 #include "state/LoadedHistories.h"
 
+#include <variant>
+
 #include "CCarCamObject.h"
 #include "ond/util/ArrayRegion.h"
 #include "state/Load.h"

@@ -22,11 +22,12 @@ template <class T>
 }
 
 /// For how many keys more there is to be room in a loaded history: an eighth of what it has, so that no take that goes
-/// on begins with moving all histories. Most get a key in every frame. Those of long ones have different rooms, by
-/// their place, and so end in frames of their own: moving one takes little, but all of them a good part of a frame.
+/// on begins with moving all histories. Most get a key in every frame. By their place they have different rooms, two
+/// keys apart because some have one key more, and so end in frames of their own: moving one takes little, but all of
+/// them a good part of a frame. A run start sees to those of few keys.
 [[nodiscard]] constexpr std::size_t spareKeys(std::size_t count, std::size_t place) {
-    constexpr std::size_t kLong = 1024;
-    return count / 8 + (count < kLong ? 0 : place);
+    constexpr std::size_t kFew = 64;
+    return count / 8 + (count < kFew ? 0 : 2 * place);
 }
 
 /// Places of the histories that have a key of their own in the block, and of those of corners.
