@@ -57,11 +57,14 @@ TEST(GroundRayIndex, AnyLanesGiveTheSameToTheBit) {
         tree.buildFromMesh(mesh);
         test::plain::PlainGroundTree plainTree;
         plainTree.buildFromMesh(mesh);
+        // A mesh of a single point, or of none, has no size that an index could be made for.
+        const bool hasSize = util::Length(tree.vMax - tree.vMin) > 0.0;
         std::array<std::shared_ptr<const GroundRayIndex>, kLanes.size()> indices;
         for (std::size_t lanes = 0; lanes < kLanes.size(); ++lanes) {
             indices[lanes] = GroundRayIndex::of(tree, kLanes[lanes]);
-            ASSERT_TRUE(indices[lanes]);
+            ASSERT_EQ(indices[lanes] != nullptr, hasSize);
         }
+        if (!hasSize) continue;
         const test::TrialRays rays(plainTree);
         for (int line = 0; line < 600; ++line) {
             const test::TrialRay ray = rays.ray(random);
