@@ -125,6 +125,11 @@ void printLine() {
 
 void leakALittle() { static_cast<void>(hidden(std::malloc(48))); }
 
+void leakNowAndThen() {
+    static int count = 0;
+    if (++count % 3 == 0) leakALittle();
+}
+
 void leaveProcess() {
     if (fork() != 0) return;
     sleep(5);
@@ -203,6 +208,8 @@ constexpr Deed kDeeds[] = {
     {"frees-twice", freeTwice},
     {"divides-by-zero", divideByZero},
     {"leaks", leakALittle},
+    {"leaks-a-byte", [] { static_cast<void>(hidden(std::malloc(1))); }},
+    {"leaks-now-and-then", leakNowAndThen},
     {"leaves-a-process", leaveProcess},
     {"runs-a-command", runCommand},
     {"reads-a-file", readFile},
