@@ -70,7 +70,7 @@ std::string firstOf(const std::vector<std::string>& words) { return words.empty(
 
 /// What stands for the value of an option in a usage line.
 std::string kindOf(const CLI::Option& option) {
-    const std::string kind = option.get_type_name();
+    std::string kind = option.get_type_name();
     if (kind != "TEXT" && !kind.empty()) return kind;
     std::string name = option.get_name();
     for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -96,9 +96,10 @@ std::string missingPart(const CLI::App& command) {
         return (where.empty() ? "" : where + ": ") + "a command is missing; commands are " + enumerated(known);
     for (const CLI::Option* option : command.get_options()) {
         if (!option->get_required() || option->count() > 0) continue;
-        const std::string what =
+        std::string text = where + ": ";
+        text +=
             option->get_positional() ? "the " + kindOf(*option) + " is missing" : option->get_name() + " is required";
-        return where + ": " + what + "; write: " + shortestUse(command);
+        return text.append("; write: ").append(shortestUse(command));
     }
     return where + ": something is missing; see quadrig " + where + " --help";
 }

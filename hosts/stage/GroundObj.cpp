@@ -91,7 +91,7 @@ GroundScene readObjGround(std::string_view text, const std::string& stem,
     PartMesher mesher(file.vertices);
     for (obj::Part& part : file.parts) {
         GroundNode node;
-        node.name = part.name.empty() ? stem : std::move(part.name);
+        node.name = part.name.empty() ? stem : part.name;
         node.mesh = mesher.meshOf(part);
         if (!node.mesh) continue;
         takeColour(part, file, colours, node);

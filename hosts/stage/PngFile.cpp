@@ -18,6 +18,7 @@
 namespace ond::stage {
 
 std::vector<unsigned char> pngOf(const std::vector<unsigned char>& pixels, int width, int height) {
+    if (width < 1 || height < 1) throw StageError("a picture without a pixel cannot be packed");
     std::vector<unsigned char> file;
     const auto append = [](void* to, void* data, int size) {
         const auto* bytes = static_cast<const unsigned char*>(data);

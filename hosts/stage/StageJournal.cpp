@@ -60,8 +60,8 @@ std::optional<double> recordedInput(const RunRecord& run, FedChannel of, int fra
     const RunInput& input = run.inputs[static_cast<std::size_t>(of.vehicle)];
     const int rows = input.channels == 0 ? 0 : static_cast<int>(input.axes.size()) / input.channels;
     if (rows == 0 || of.channel >= input.channels) return std::nullopt;
-    const int row = std::clamp(frame - run.from, 0, rows - 1);
-    return input.axes[static_cast<std::size_t>(row * input.channels + of.channel)];
+    const auto row = static_cast<std::size_t>(std::clamp(frame - run.from, 0, rows - 1));
+    return input.axes[row * static_cast<std::size_t>(input.channels) + static_cast<std::size_t>(of.channel)];
 }
 
 }  // namespace
@@ -329,6 +329,8 @@ bool Stage::retake(const Journal& recording, const std::optional<TakeOver>& othe
                    const std::function<void(int)>& progressOfRetake) {
     requireNoRun("a recording cannot be driven again");
     if (recording.empty()) throw StageError("there is no recorded run to drive again");
+    // The recording may be the journal itself, which is cleared.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const Journal runs = recording;
     const std::size_t last = other ? runTakenOver(runs, *other) : runs.size() - 1;
     const std::optional<TakeOver> byName = other ? std::optional<TakeOver>(withPlacesOfNow(*other)) : std::nullopt;

@@ -349,8 +349,8 @@ unidevice::Property& Vehicle::property(const std::string& start) { return starti
 
 double Vehicle::input(std::size_t channel) const {
     // The channels of a released vehicle are gone.
-    if (channel >= properties.size() || properties[channel]->source == nullptr) return 0.0;
-    unidevice::ControlSource* source = properties[channel]->source;
+    unidevice::ControlSource* const source = channel < properties.size() ? properties[channel]->source : nullptr;
+    if (source == nullptr) return 0.0;
     const auto* axis = dynamic_cast<const InputAxis*>(source);
     return axis != nullptr ? axis->shown() : source->currentValue();
 }

@@ -14,6 +14,7 @@ namespace {
 
 util::CMesh meshOf(const CarGround& ground) {
     constexpr int kLines = 33;
+    constexpr int kMiddle = kLines / 2;
     constexpr double kStep = 6.0;
     util::CMesh mesh;
     std::set<int> gaps;
@@ -21,8 +22,8 @@ util::CMesh meshOf(const CarGround& ground) {
     mesh.setNumVertices(kLines * kLines);
     for (int i = 0; i < kLines; ++i)
         for (int k = 0; k < kLines; ++k) {
-            const double x = kStep * (i - kLines / 2);
-            const double z = kStep * (k - kLines / 2);
+            const double x = kStep * (i - kMiddle);
+            const double z = kStep * (k - kMiddle);
             const double y = ground(x, z);
             if (std::isnan(y)) gaps.insert(i * kLines + k);
             mesh.setVertex(i * kLines + k, x, std::isnan(y) ? 0.0 : y, z);

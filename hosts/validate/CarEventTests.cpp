@@ -33,7 +33,7 @@ Acts ofEach(const char* camera, const std::string& verb, const std::string& behi
     Acts acts;
     for (const CarElement& element : carElements())
         if (camera == nullptr ? !element.isCamera : std::string_view(element.name) == camera)
-            acts.push_back(verb + " " + element.name + behind);
+            acts.push_back(std::string(verb).append(" ").append(element.name).append(behind));
     return sorted(std::move(acts));
 }
 

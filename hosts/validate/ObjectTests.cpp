@@ -48,8 +48,7 @@ void anyName(Check& check) {
     const std::string names[] = {"",
                                  "a",
                                  "car with blanks",
-                                 "Stra\xC3\x9F"
-                                 "e",
+                                 "Stra\303\237e",
                                  "line\nbreak",
                                  "100% %s %n",
                                  std::string(5000, 'x'),

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fnmatch.h>
-#include <signal.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -11,8 +10,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <new>
 #include <set>
@@ -356,7 +357,8 @@ bool loadsAtAll(const TestResult& first) {
 std::vector<TestResult> runApart(const RunSettings& settings, const std::vector<const TestRow*>& rows,
                                  const std::function<void(const TestResult&)>& progress) {
     std::vector<TestResult> results;
-    for (const TestRow* row : rows) results.push_back(blank(*row));
+    std::transform(rows.begin(), rows.end(), std::back_inserter(results),
+                   [](const TestRow* row) { return blank(*row); });
     Pool pool(settings, progress);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         pool.start(*rows[i], results[i]);

@@ -63,7 +63,7 @@ class CommaNumbers : public std::numpunct<char> {
 
 class CommaLocale {
   public:
-    CommaLocale() : m_before(std::locale()), m_plain(std::setlocale(LC_ALL, nullptr)) {
+    CommaLocale() : m_plain(std::setlocale(LC_ALL, nullptr)) {
         for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE", "nl_NL.UTF-8"})
             if (std::setlocale(LC_ALL, name) != nullptr) break;
         std::locale::global(std::locale(std::locale(), new CommaNumbers));

@@ -1,19 +1,20 @@
 #include "validate/SystemCalls.h"
 
-#include <errno.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <signal.h>
-#include <stddef.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <iterator>
+#include <utility>
 
 namespace ond::validate {
 
@@ -100,6 +101,7 @@ void noteRefusal(int /*signal*/, siginfo_t* info, void* context) {
         note.number = info->si_syscall;
         copyTo(note.call, g_where->call());
         if (note.number == SYS_openat)
+            // As the register has it. NOLINTNEXTLINE(performance-no-int-to-ptr)
             copyTo(note.path, reinterpret_cast<const char*>(secondArgument(*static_cast<ucontext_t*>(context))));
         g_noted = g_noted + 1;
     }
@@ -155,8 +157,9 @@ std::vector<std::string> refusedSystemCalls() {
         const std::string inside =
             note.call[0] == '\0' ? " between two calls" : std::string(" inside of ") + note.call.data();
         const std::string path = note.path[0] == '\0' ? "" : " of " + cited(note.path.data());
-        const std::string text = (known == std::end(kRefused) ? "a system call" : known->name) + path + inside;
-        if (std::find(all.begin(), all.end(), text) == all.end()) all.push_back(text);
+        std::string text = known == std::end(kRefused) ? "a system call" : known->name;
+        text.append(path).append(inside);
+        if (std::find(all.begin(), all.end(), text) == all.end()) all.push_back(std::move(text));
     }
     return all;
 }

@@ -145,14 +145,20 @@ void undoEdit(Check& check, World& world, StrictHost& host, const Item& item) {
             expectUntouched(check, item, after, "undo " + of);
             item.write(before);
             std::string different = missing(lost, world.picture(host, 0, 0, kLooks));
-            check.expect(different.empty(),
-                         "undo " + of + " did not bring back " + different + "; undo takes the change back");
+            check.expect(different.empty(), std::string("undo ")
+                                                .append(of)
+                                                .append(" did not bring back ")
+                                                .append(different)
+                                                .append("; undo takes the change back"));
             item.write(after);
             host.redo(bottom);
             expectUntouched(check, item, after, "redo " + of);
             different = missing(won, world.picture(host, 0, 0, kLooks));
-            check.expect(different.empty(),
-                         "redo " + of + " did not bring back " + different + "; redo makes the change again");
+            check.expect(different.empty(), std::string("redo ")
+                                                .append(of)
+                                                .append(" did not bring back ")
+                                                .append(different)
+                                                .append("; redo makes the change again"));
         }
         host.undo(bottom);
     }

@@ -1,8 +1,9 @@
 #include "validate/World.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
 
 #include "ond/util/CMesh.h"
 
@@ -13,13 +14,14 @@ namespace {
 /// Gentle hills on a grid, a unit and more between its lines.
 util::CMesh hills(double height) {
     constexpr int kLines = 17;
+    constexpr int kMiddle = kLines / 2;
     constexpr double kStep = 12.0;
     util::CMesh mesh;
     mesh.setNumVertices(kLines * kLines);
     for (int i = 0; i < kLines; ++i)
         for (int k = 0; k < kLines; ++k) {
-            const double x = kStep * (i - kLines / 2);
-            const double z = kStep * (k - kLines / 2);
+            const double x = kStep * (i - kMiddle);
+            const double z = kStep * (k - kMiddle);
             mesh.setVertex(i * kLines + k, x, height + 0.2 * std::sin(0.11 * x) * std::cos(0.07 * z), z);
         }
     mesh.setNumFaces(2 * (kLines - 1) * (kLines - 1));
@@ -47,7 +49,7 @@ std::string Picture::difference(const Picture& other) const {
         if (found == other.values.end()) return name + ", which there is only once";
         const std::vector<double>& theirs = found->second;
         for (std::size_t i = 0; i < std::min(mine.size(), theirs.size()); ++i)
-            if (std::memcmp(&mine[i], &theirs[i], sizeof(double)) != 0)
+            if (std::bit_cast<std::uint64_t>(mine[i]) != std::bit_cast<std::uint64_t>(theirs[i]))
                 return name + ": " + shown(mine[i]) + " and " + shown(theirs[i]) +
                        (shown(mine[i]) == shown(theirs[i]) ? " (in the last bits)" : "");
         if (mine.size() != theirs.size()) return name;

@@ -25,7 +25,8 @@ std::atomic<long> g_allocations{0};
 }  // namespace
 
 #if QUADRIG_COUNTS_ALLOCATIONS
-// The program's own functions stand in for those of the C library everywhere, the module included.
+// The program's own functions stand in for those of the C library everywhere, the module included, if they can be seen.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -49,6 +50,7 @@ void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
     return __libc_memalign(alignment, size);
 }
 }
+#pragma GCC visibility pop
 #endif
 
 namespace ond::test {

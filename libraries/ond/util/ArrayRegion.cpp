@@ -61,7 +61,7 @@ void ArrayRegion::leave(Region* region) noexcept {
 }
 
 void* ArrayRegion::allocate(std::size_t bytes) {
-    static_assert(sizeof(Region*) <= kHead && sizeof(Region) % kHead == 0);
+    static_assert(sizeof(void*) <= kHead && sizeof(Region) % kHead == 0);
     const std::size_t room = roomOf(bytes);
     Region* const region = s_current != nullptr && room <= s_current->size - s_current->used ? s_current : nullptr;
     unsigned char* begin = nullptr;
