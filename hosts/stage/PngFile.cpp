@@ -1,6 +1,19 @@
 #include "stage/PngFile.h"
 
+#include <cstdlib>
+
 #include "stage/StageError.h"
+
+namespace {
+
+/// For the library, which takes memory of no size for rows without pixels; what that is, differs between systems.
+void* takeSome(std::size_t size) { return std::malloc(size == 0 ? 1 : size); }
+
+}  // namespace
+
+#define STBIW_MALLOC(size) takeSome(size)
+#define STBIW_REALLOC(memory, size) std::realloc(memory, size)
+#define STBIW_FREE(memory) std::free(memory)
 
 // The library is one header, whose code is not held to this project's warnings.
 #pragma GCC diagnostic push

@@ -54,6 +54,11 @@ TEST(PngFile, ReadsBackAsItWas) {
     EXPECT_EQ(back.values, pixels);
 }
 
+TEST(PngFile, WithoutAPixelIsRefused) {
+    EXPECT_THROW(static_cast<void>(pngOf({}, 0, 2)), StageError);
+    EXPECT_THROW(static_cast<void>(pngOf({}, 2, 0)), StageError);
+}
+
 /// A vehicle of one red body and a camera behind it that looks along -Z.
 class PictureOfABox : public ::testing::Test {
   protected:
